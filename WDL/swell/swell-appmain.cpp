@@ -1,0 +1,67 @@
+#include "swell-appmain.h"
+
+#include <csignal>
+#include <glib-unix.h>
+#include <gtk/gtk.h>
+
+bool g_swell_terminating = false;
+
+namespace
+{
+GMainLoop* sLoop = nullptr;
+SWELLAppMainProc sAppMain = nullptr;
+bool sHasDisplay = false;
+bool sQuitGranted = false;
+
+// The platform asks to terminate: the application may refuse with a result
+// of 1 or more.
+void RequestTermination()
+{
+  if (sAppMain && sAppMain(APPMSG_SHOULD_TERMINATE, 0, 0) >= 1) return;
+  sQuitGranted = true;
+  if (sLoop) g_main_loop_quit(sLoop);
+}
+
+gboolean OnTerminationSignal(gpointer)
+{
+  RequestTermination();
+  return G_SOURCE_CONTINUE;
+}
+} // namespace
+
+bool SWELL_HasDisplay()
+{
+  return sHasDisplay;
+}
+
+void SWELL_PostQuitMessage(void*)
+{
+  g_swell_terminating = true;
+  RequestTermination();
+}
+
+int SWELL_ApplicationMain(int argc, char** argv, SWELLAppMainProc appMain)
+{
+  sAppMain = appMain;
+  sQuitGranted = false;
+  sHasDisplay = gtk_init_check(&argc, &argv);
+
+  // GTK dispatches its events from the default main context, so one GLib
+  // loop serves the window-less case and the windowed one alike.
+  sLoop = g_main_loop_new(nullptr, FALSE);
+  const guint sigint = g_unix_signal_add(SIGINT, OnTerminationSignal, nullptr);
+  const guint sigterm = g_unix_signal_add(SIGTERM, OnTerminationSignal, nullptr);
+
+  appMain(APPMSG_LOAD, 0, 0);
+  appMain(APPMSG_LAUNCHED, 0, 0);
+  // A quit granted during launch would be lost on a loop not yet running.
+  if (!sQuitGranted) g_main_loop_run(sLoop);
+  appMain(APPMSG_TERMINATING, 0, 0);
+
+  g_source_remove(sigint);
+  g_source_remove(sigterm);
+  g_main_loop_unref(sLoop);
+  sLoop = nullptr;
+  sAppMain = nullptr;
+  return 0;
+}

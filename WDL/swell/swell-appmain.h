@@ -1,0 +1,40 @@
+#pragma once
+// Application start and end on GTK: the platform's application main, which
+// raises the application messages in their order, and the quit request.
+
+#include <cstdint>
+
+typedef intptr_t INT_PTR;
+
+enum
+{
+  APPMSG_LOAD = 1,
+  APPMSG_LAUNCHED = 2,
+  APPMSG_TERMINATING = 3,
+  APPMSG_SHOULD_TERMINATE = 4,
+  APPMSG_OPEN_FILE = 80,
+  APPMSG_OPEN_UNTITLED = 81,
+  APPMSG_SHOULD_OPEN_UNTITLED = 82,
+  APPMSG_SYS_MENU_COMMAND = 153,
+  APPMSG_KEY_EVENT = 256,
+  APPMSG_ACTIVATE = 4096
+};
+
+// The application's handler of application-level messages.
+typedef INT_PTR (*SWELLAppMainProc)(int msg, INT_PTR parm1, INT_PTR parm2);
+
+// Main thread. Initialises GTK (window-less on the GLib main loop when no
+// display can be opened), raises APPMSG_LOAD and APPMSG_LAUNCHED, runs the
+// main loop until the application is asked to end, then raises
+// APPMSG_TERMINATING. SIGINT and SIGTERM ask it to end as the platform would.
+// Returns the process's exit status.
+int SWELL_ApplicationMain(int argc, char** argv, SWELLAppMainProc appMain);
+
+// True when GTK could open a display; false while running window-less.
+bool SWELL_HasDisplay();
+
+// Main thread. Sets g_swell_terminating and asks the application to end: the
+// main loop returns once APPMSG_SHOULD_TERMINATE lets the quit go on.
+void SWELL_PostQuitMessage(void* obj);
+
+extern bool g_swell_terminating;

@@ -1,0 +1,13 @@
+#pragma once
+// The application's spine: the handler of application messages, and the
+// start-up and shut-down order. All of it runs on the main thread.
+
+#include "swell-appmain.h"
+
+INT_PTR SWELLAppMain(int msg, INT_PTR parm1, INT_PTR parm2);
+
+// Launch: audio driver and device lists, the instrument, then the stream.
+void Init();
+// Terminate: stops the stream before the instrument goes, and the instrument
+// before the settings it points into. Safe whatever failed to start.
+void Cleanup();

@@ -1,0 +1,312 @@
+#include "AudioEngine.h"
+
+#include "AppState.h"
+#include "IPlugStandalone.h"
+
+#include <rtaudio/RtAudio.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+RtAudio* gDAC = nullptr;
+unsigned int gIOVS = 512;
+unsigned int gSigVS = 32;
+unsigned int gBufIndex = 0;
+unsigned int gVecElapsed = 0;
+double gFadeMult = 0.0;
+std::vector<unsigned int> gAudioInputDevs;
+std::vector<unsigned int> gAudioOutputDevs;
+std::vector<std::string> gAudioIDDevNames;
+IPlugStandalone* gPluginInstance = nullptr;
+
+namespace
+{
+// Callbacks with a status flag, counted on the audio thread and reported on
+// the main thread.
+unsigned int sFlaggedCallbacks = 0;
+unsigned int sReportedCallbacks = 0;
+
+// The largest plug-in block we run. A hand-edited settings file may ask for
+// anything; the scratch buffers and queues are sized from this.
+constexpr unsigned int kMaxSigVS = 8192;
+
+std::vector<RtAudio::Api> CompiledApis()
+{
+  std::vector<RtAudio::Api> apis;
+  RtAudio::getCompiledApi(apis);
+  return apis;
+}
+
+// Driver type 0 ("Default") lets RtAudio take the first API that has
+// devices. An index outside the list counts as 0, so that a hand-edited
+// settings file still gets a working audio object.
+RtAudio::Api ApiForDriverType(unsigned int type)
+{
+  const std::vector<RtAudio::Api> apis = CompiledApis();
+  if (type == 0 || type > apis.size()) return RtAudio::UNSPECIFIED;
+  return apis[type - 1];
+}
+
+bool IsListed(const std::vector<unsigned int>& list, unsigned int id)
+{
+  for (unsigned int d : list)
+    if (d == id) return true;
+  return false;
+}
+
+// A device by display name. The defaults "Built-in Input" and "Built-in
+// Output" name no Linux device; when no device carries that exact name they
+// stand for the API's default device (or, if that one cannot be used in that
+// direction, the first usable one).
+int ResolveAudioDevice(const char* name, bool input)
+{
+  const int id = GetAudioDeviceID(name);
+  if (id >= 0 || !gDAC) return id;
+  if (strcmp(name, input ? "Built-in Input" : "Built-in Output") != 0) return -1;
+  const std::vector<unsigned int>& usable = input ? gAudioInputDevs : gAudioOutputDevs;
+  if (usable.empty()) return -1;
+  const unsigned int def = input ? gDAC->getDefaultInputDevice() : gDAC->getDefaultOutputDevice();
+  return (int)(IsListed(usable, def) ? def : usable.front());
+}
+
+unsigned int ParseSigVS(const char* text)
+{
+  const long v = strtol(text, nullptr, 10);
+  if (v < 1) return 32; // not a size: the default
+  return v > (long)kMaxSigVS ? kMaxSigVS : (unsigned int)v;
+}
+
+// A 16-bit 1-based channel number from the settings; 0 is taken as 1.
+unsigned int FirstChannel(unsigned int oneBased)
+{
+  return oneBased ? oneBased - 1 : 0;
+}
+} // namespace
+
+std::vector<std::string> GetAudioDriverNames()
+{
+  std::vector<std::string> names{"Default"};
+  for (RtAudio::Api api : CompiledApis()) names.push_back(RtAudio::getApiDisplayName(api));
+  return names;
+}
+
+bool TryToChangeAudioDriverType()
+{
+  if (gDAC)
+  {
+    if (gDAC->isStreamOpen()) gDAC->closeStream();
+    delete gDAC;
+    gDAC = nullptr;
+  }
+  try
+  {
+    gDAC = new RtAudio(ApiForDriverType(gState->mAudioDriverType));
+  }
+  catch (RtAudioError& e)
+  {
+    e.printMessage();
+    gDAC = nullptr;
+  }
+  return gDAC != nullptr;
+}
+
+void ProbeAudioIO()
+{
+  gAudioInputDevs.clear();
+  gAudioOutputDevs.clear();
+  gAudioIDDevNames.clear();
+  if (!gDAC) return;
+
+  const unsigned int n = gDAC->getDeviceCount();
+  for (unsigned int i = 0; i < n; ++i)
+  {
+    RtAudio::DeviceInfo info;
+    try
+    {
+      info = gDAC->getDeviceInfo(i);
+    }
+    catch (RtAudioError& e)
+    {
+      e.printMessage();
+      info.probed = false;
+    }
+
+    // The display name is what follows the last ": ".
+    std::string name = info.name;
+    const size_t sep = name.rfind(": ");
+    if (sep != std::string::npos && name.size() >= 2) name = name.substr(sep + 2);
+    gAudioIDDevNames.push_back(name);
+
+    if (!info.probed || name == "Generic Low Latency ASIO Driver")
+    {
+      printf("%s: Probe Status = Unsuccessful\n", name.c_str());
+      continue;
+    }
+    if (info.inputChannels > 0) gAudioInputDevs.push_back(i);
+    if (info.outputChannels > 0) gAudioOutputDevs.push_back(i);
+  }
+}
+
+std::string GetAudioDeviceName(int id)
+{
+  if (id < 0 || id >= (int)gAudioIDDevNames.size()) return std::string();
+  return gAudioIDDevNames[id];
+}
+
+int GetAudioDeviceID(const char* name)
+{
+  for (size_t i = 0; i < gAudioIDDevNames.size(); ++i)
+    if (gAudioIDDevNames[i] == name) return (int)i;
+  return -1;
+}
+
+bool TryToChangeAudio()
+{
+  const int inId = ResolveAudioDevice(gState->mAudioInDev, true);
+  const int outId = ResolveAudioDevice(gState->mAudioOutDev, false);
+  if (inId < 0 || outId < 0) return false;
+  const unsigned int sr = (unsigned int)strtoul(gState->mAudioSR, nullptr, 10);
+  const unsigned int iovs = (unsigned int)strtoul(gState->mAudioIOVS, nullptr, 10);
+  return InitialiseAudio(inId, outId, sr, iovs, 2, FirstChannel(gState->mAudioInChanL),
+                         FirstChannel(gState->mAudioOutChanL));
+}
+
+bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, unsigned int iovs, unsigned int chnls,
+                     unsigned int inChanL, unsigned int outChanL)
+{
+  if (!gDAC || !gPluginInstance) return false;
+
+  if (gDAC->isStreamOpen())
+  {
+    if (gDAC->isStreamRunning())
+    {
+      try
+      {
+        gDAC->abortStream();
+      }
+      catch (RtAudioError& e)
+      {
+        e.printMessage();
+      }
+    }
+    gDAC->closeStream();
+  }
+
+  RtAudio::StreamParameters iParams, oParams;
+  iParams.deviceId = inId;
+  iParams.nChannels = chnls;
+  iParams.firstChannel = inChanL;
+  oParams.deviceId = outId;
+  oParams.nChannels = chnls;
+  oParams.firstChannel = outChanL;
+
+  gIOVS = iovs;
+  gSigVS = ParseSigVS(gState->mAudioSigVS);
+
+  printf("\ntrying to start audio stream @ %i sr, %i iovs, %i sigvs\nindev = %i:%s\noutdev = %i:%s\n", (int)sr,
+         (int)iovs, (int)gSigVS, (int)inId, GetAudioDeviceName(inId).c_str(), (int)outId,
+         GetAudioDeviceName(outId).c_str());
+
+  RtAudio::StreamOptions options;
+  options.flags = RTAUDIO_NONINTERLEAVED;
+  options.streamName = "VELTRA"; // the client name that JACK and PipeWire show
+
+  gBufIndex = 0;
+  gVecElapsed = 0;
+  gFadeMult = 0.0;
+
+  gPluginInstance->SetBlockSize((int)gSigVS);
+  gPluginInstance->SetSampleRate((double)sr);
+  gPluginInstance->Reset();
+
+  try
+  {
+    gDAC->openStream(&oParams, &iParams, RTAUDIO_FLOAT64, sr, &gIOVS, &AudioCallback, nullptr, &options);
+    gDAC->startStream();
+    *gActiveState = *gState;
+    return true;
+  }
+  catch (RtAudioError& e)
+  {
+    e.printMessage();
+    return false;
+  }
+}
+
+int AudioCallback(void* outputBuffer, void* inputBuffer, unsigned int nFrames, double, unsigned int status, void*)
+{
+  if (status) __atomic_add_fetch(&sFlaggedCallbacks, 1, __ATOMIC_RELAXED);
+
+  double* out = (double*)outputBuffer;
+  double* in = (double*)inputBuffer;
+  const bool mono = __atomic_load_n(&gState->mAudioInIsMono, __ATOMIC_RELAXED) != 0;
+  const unsigned int rightInOffset = mono ? 0 : nFrames;
+
+  if (gVecElapsed <= 50)
+  {
+    memset(out, 0, sizeof(double) * 2 * nFrames);
+  }
+  else
+  {
+    for (unsigned int i = 0; i < nFrames; ++i)
+    {
+      gBufIndex %= gSigVS;
+      if (gBufIndex == 0)
+      {
+        // A block must lie wholly inside the device buffer. Should the device
+        // hand us a buffer that gSigVS does not divide, the last block is cut
+        // short and the next callback starts a fresh block.
+        unsigned int frames = gSigVS;
+        if (frames > nFrames - i)
+        {
+          frames = nFrames - i;
+          gBufIndex = gSigVS - frames;
+        }
+        double* inputs[2] = {in + i, in + rightInOffset + i};
+        double* outputs[2] = {out + i, out + nFrames + i};
+        gPluginInstance->LockMutexAndProcessDoubleReplacing(inputs, outputs, (int)frames);
+      }
+      if (gFadeMult < 1.0) gFadeMult += 1.0 / nFrames;
+      out[i] *= gFadeMult;
+      out[nFrames + i] *= gFadeMult;
+      out[i] *= 0.25;
+      out[nFrames + i] *= 0.25;
+      ++gBufIndex;
+    }
+  }
+  ++gVecElapsed;
+  return 0;
+}
+
+void ReportStreamStatus()
+{
+  const unsigned int flagged = __atomic_load_n(&sFlaggedCallbacks, __ATOMIC_RELAXED);
+  for (; sReportedCallbacks != flagged; ++sReportedCallbacks) printf("Stream underflow detected!\n");
+}
+
+void StopAudio()
+{
+  // A stream that never started has nothing to stop, and RtAudio would only
+  // complain about it.
+  if (!gDAC || !gDAC->isStreamRunning()) return;
+  try
+  {
+    gDAC->stopStream();
+  }
+  catch (RtAudioError& e)
+  {
+    e.printMessage();
+  }
+}
+
+void CloseAudio()
+{
+  if (gDAC && gDAC->isStreamOpen()) gDAC->closeStream();
+}
+
+void DeleteAudioDriver()
+{
+  delete gDAC;
+  gDAC = nullptr;
+}

@@ -1,0 +1,145 @@
+#!/usr/bin/env python3
+"""Writes IPlugExamples/VELTRA/VLTWaveTables.cpp.
+
+vlt_sine follows its rule: -sin(2 pi k / 256) rounded toward minus infinity
+to three decimals. The other eight tables are measured data: the samples on
+every 16th row (and the last) are held exactly as measured, a few extra
+anchors fix each wave's turning points, and the samples between them come from
+a monotone cubic through the anchors (no overshoot, so every extreme stands at
+an anchor), rounded to three decimals.
+"""
+import math
+import random
+import sys
+
+ROWS = [0, 16, 32, 48, 64, 80, 96, 112, 128, 144, 160, 176, 192, 208, 224, 240, 255]
+
+HELD = {
+    "tri": "-0.9810001 -0.753 -0.501 -0.249 0.0 0.248 0.5 0.752 0.98 0.752 0.5 0.248 0.0 -0.249 -0.501 -0.753 -0.978",
+    "sqr": "-1.0 0.693 0.9910001 0.9990001 0.9990001 0.9990001 0.9990001 0.9990001 0.891 -0.9390001 -0.9990001 -1.0 -1.0 -1.0 -1.0 -1.0 -1.0",
+    "pulse": "-0.997 0.899 0.9990001 0.993 -0.47 -0.994 -1.0 -1.0 -1.0 -1.0 -1.0 -1.0 -1.0 -1.0 -1.0 -1.0 -1.0",
+    "saw": "-0.289 -0.811 -0.794 -0.688 -0.566 -0.443 -0.319 -0.195 -0.071 0.054 0.178 0.302 0.426 0.55 0.674 0.798 -0.199",
+    "noise": "-0.485 0.5930001 0.0 -0.743 0.39 -0.071 0.89 0.804 -0.313 0.07 0.9680001 -0.094 0.906 0.507 -0.29 0.054 0.929",
+    "hammond": "0.0 -0.141 -0.071 -0.235 -0.243 0.0 -0.446 -0.9070001 0.0 0.906 0.445 0.0 0.242 0.234 0.07 0.14 0.007",
+    "yamrect": "-0.9850001 -0.227 0.414 0.8430001 0.992 0.8430001 0.414 -0.227 -0.993 -0.227 0.414 0.8430001 0.992 0.8430001 0.414 -0.227 -0.938",
+    "yamsaw": "-1.0 -0.34 0.331 0.799 0.835 -0.9950001 -1.0 -1.0 -0.9860001 -0.294 0.367 0.8200001 0.458 -0.997 -1.0 -1.0 0.0",
+}
+
+# Extra anchors that give each wave the turning points of its form.
+EXTRA = {
+    "tri": {},
+    "sqr": {11: "0.0", 132: "0.0"},
+    "pulse": {7: "-0.1", 8: "0.05", 60: "0.08", 61: "-0.04"},
+    "saw": {21: "-0.8280001", 245: "0.835"},
+    "hammond": {110: "-0.915", 145: "0.914"},
+    "yamrect": {},
+    "yamsaw": {58: "0.98", 72: "-0.9", 126: "-1.0", 186: "0.98", 200: "-0.9", 254: "-1.0"},
+}
+
+# Samples that are part of a table but take no part in drawing its curve.
+OUTLIERS = {"yamsaw": {127: "-2.0", 255: "0.0"}}
+
+
+def pchip(xs, ys, x):
+    """Fritsch-Carlson monotone cubic through (xs, ys), evaluated at x."""
+    n = len(xs)
+    h = [xs[i + 1] - xs[i] for i in range(n - 1)]
+    d = [(ys[i + 1] - ys[i]) / h[i] for i in range(n - 1)]
+    m = [0.0] * n
+    m[0], m[-1] = d[0], d[-1]
+    for i in range(1, n - 1):
+        if d[i - 1] * d[i] <= 0:
+            m[i] = 0.0
+        else:
+            w1, w2 = 2 * h[i] + h[i - 1], h[i] + 2 * h[i - 1]
+            m[i] = (w1 + w2) / (w1 / d[i - 1] + w2 / d[i])
+    for i in (0, n - 1):  # end slopes must not overshoot either
+        j = 0 if i == 0 else n - 2
+        if m[i] * d[j] <= 0:
+            m[i] = 0.0
+        elif abs(m[i]) > 3 * abs(d[j]):
+            m[i] = 3 * d[j]
+    k = max(i for i in range(n - 1) if xs[i] <= x)
+    t = (x - xs[k]) / h[k]
+    h00 = 2 * t**3 - 3 * t**2 + 1
+    h10 = t**3 - 2 * t**2 + t
+    h01 = -2 * t**3 + 3 * t**2
+    h11 = t**3 - t**2
+    return h00 * ys[k] + h10 * h[k] * m[k] + h01 * ys[k + 1] + h11 * h[k] * m[k + 1]
+
+
+def fmt(v):
+    s = "%.3f" % v
+    if s == "-0.000":
+        s = "0.000"
+    s = s.rstrip("0")
+    return s + "0" if s.endswith(".") else s
+
+
+def measured(name):
+    anchors = dict(zip(ROWS, HELD[name].split()))
+    anchors.update(EXTRA.get(name, {}))
+    outliers = OUTLIERS.get(name, {})
+    for k in outliers:
+        anchors.pop(k, None)
+    xs = sorted(anchors)
+    ys = [float(anchors[x]) for x in xs]
+    # The wave is periodic: close the curve with sample 0 again at 256.
+    if 256 not in anchors:
+        xs.append(256)
+        ys.append(ys[0])
+    out = []
+    for k in range(256):
+        if k in outliers:
+            out.append(outliers[k])
+        elif k in anchors:
+            out.append(anchors[k])
+        else:
+            out.append(fmt(pchip(xs, ys, k)))
+    return out
+
+
+def noise():
+    held = dict(zip(ROWS, HELD["noise"].split()))
+    # The extremes of the range stand once each.
+    held[77] = "-0.993"
+    held[201] = "0.992"
+    rng = random.Random(0x564C54)
+    out = []
+    for k in range(256):
+        out.append(held[k] if k in held else fmt(rng.uniform(-0.99, 0.99)))
+    return out
+
+
+def sine():
+    out = []
+    for k in range(256):
+        if k % 128 == 0:
+            out.append("0.0")  # exact zeros; the library's sin(pi) is not 0
+        else:
+            out.append(fmt(math.floor(-math.sin(2 * math.pi * k / 256) * 1000) / 1000))
+    return out
+
+
+def main(path):
+    tables = [("sine", sine())]
+    for name in ["tri", "sqr", "pulse", "saw"]:
+        tables.append((name, measured(name)))
+    tables.append(("noise", noise()))
+    for name in ["hammond", "yamrect", "yamsaw"]:
+        tables.append((name, measured(name)))
+    with open(path, "w") as f:
+        f.write("// Generated by scripts/make_wavetables.py; edit the script, not this file.\n")
+        f.write('#include "VLTWaveTables.h"\n\n')
+        for name, vals in tables:
+            assert len(vals) == 256
+            f.write("const double vlt_%s[256] = {\n" % name)
+            for i in range(0, 256, 8):
+                f.write("  " + ", ".join(vals[i : i + 8]) + ",\n")
+            f.write("};\n\n")
+        f.write("const double* const waveforms[kNumWaveforms] = {\n")
+        f.write("  " + ", ".join("vlt_" + n for n, _ in tables) + ",\n};\n")
+
+
+if __name__ == "__main__":
+    main(sys.argv[1] if len(sys.argv) > 1 else "IPlugExamples/VELTRA/VLTWaveTables.cpp")

@@ -1,0 +1,356 @@
+#include "JackSession.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <sstream>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+extern char** environ;
+
+double Now()
+{
+  timespec ts;
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return ts.tv_sec + ts.tv_nsec * 1e-9;
+}
+
+double SecondsSince(double start)
+{
+  return Now() - start;
+}
+
+namespace
+{
+void Sleep(double s)
+{
+  usleep((useconds_t)(s * 1e6));
+}
+
+// The current environment without the names given, plus the settings given.
+std::vector<std::string> MakeEnv(const std::vector<std::string>& drop, const std::vector<std::string>& add)
+{
+  std::vector<std::string> env;
+  for (char** e = environ; *e; ++e)
+  {
+    bool keep = true;
+    for (const std::string& d : drop)
+      if (!strncmp(*e, (d + "=").c_str(), d.size() + 1)) keep = false;
+    if (keep) env.push_back(*e);
+  }
+  env.insert(env.end(), add.begin(), add.end());
+  return env;
+}
+
+pid_t Spawn(const std::vector<std::string>& args, const std::vector<std::string>& env, const std::string& out,
+            const std::string& err)
+{
+  std::vector<char*> argv, envp;
+  for (const std::string& a : args) argv.push_back((char*)a.c_str());
+  argv.push_back(nullptr);
+  for (const std::string& e : env) envp.push_back((char*)e.c_str());
+  envp.push_back(nullptr);
+  const pid_t pid = fork();
+  if (pid == 0)
+  {
+    const int o = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    const int e = open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    const int nul = open("/dev/null", O_RDONLY);
+    if (o >= 0) dup2(o, 1);
+    if (e >= 0) dup2(e, 2);
+    if (nul >= 0) dup2(nul, 0);
+    execve(argv[0], argv.data(), envp.data());
+    _exit(127);
+  }
+  return pid;
+}
+
+// Waits up to timeoutSec for pid; the wait status, or -1 on time-out.
+int WaitFor(pid_t pid, double timeoutSec)
+{
+  const double start = Now();
+  for (;;)
+  {
+    int status = 0;
+    const pid_t r = waitpid(pid, &status, WNOHANG);
+    if (r == pid) return status;
+    if (r < 0) return -1;
+    if (SecondsSince(start) > timeoutSec) return -1;
+    Sleep(0.01);
+  }
+}
+
+std::string ReadFile(const std::string& path)
+{
+  std::ifstream f(path);
+  std::stringstream ss;
+  ss << f.rdbuf();
+  return ss.str();
+}
+
+void SilentJackErrors(const char*) {}
+} // namespace
+
+JackServer::JackServer()
+{
+  static int counter = 0;
+  mName = "veltra-test-" + std::to_string(getpid()) + "-" + std::to_string(counter++);
+}
+
+JackServer::~JackServer()
+{
+  Stop();
+}
+
+bool JackServer::Start(std::string* error)
+{
+  jack_set_error_function(SilentJackErrors);
+  const std::string log = "/tmp/" + mName + ".log";
+  mPid = Spawn({"/usr/bin/jackd", "--no-realtime", "-n", mName, "-d", "dummy", "-r", "44100", "-p", "512"},
+               MakeEnv({}, {"JACK_NO_AUDIO_RESERVATION=1"}), log, log);
+  if (mPid < 0)
+  {
+    *error = "could not start jackd";
+    return false;
+  }
+  // Ready when a client can connect.
+  const double start = Now();
+  while (SecondsSince(start) < 15.0)
+  {
+    jack_status_t status;
+    jack_client_t* c = jack_client_open("probe", (jack_options_t)(JackNoStartServer | JackServerName), &status,
+                                        mName.c_str());
+    if (c)
+    {
+      jack_client_close(c);
+      unlink(log.c_str());
+      return true;
+    }
+    int st;
+    if (waitpid(mPid, &st, WNOHANG) == mPid)
+    {
+      mPid = -1;
+      *error = "jackd ended at start: " + ReadFile(log);
+      return false;
+    }
+    Sleep(0.05);
+  }
+  *error = "jackd did not come up in time: " + ReadFile(log);
+  return false;
+}
+
+void JackServer::Stop()
+{
+  if (mPid <= 0) return;
+  kill(mPid, SIGTERM);
+  if (WaitFor(mPid, 10.0) == -1)
+  {
+    kill(mPid, SIGKILL);
+    WaitFor(mPid, 5.0);
+  }
+  mPid = -1;
+}
+
+TempDir::TempDir()
+{
+  char tmpl[] = "/tmp/veltra-e2e-XXXXXX";
+  const char* p = mkdtemp(tmpl);
+  mPath = p ? p : "";
+}
+
+TempDir::~TempDir()
+{
+  if (mPath.size() > 5) system(("rm -rf '" + mPath + "'").c_str());
+}
+
+VeltraProcess::~VeltraProcess()
+{
+  if (mPid > 0) StopWith(SIGKILL, 5.0);
+}
+
+bool VeltraProcess::Start(const std::string& exe, const std::string& jackServer, const std::string& home)
+{
+  mOutPath = home + "/veltra.out";
+  mErrPath = home + "/veltra.err";
+  // No display: VELTRA runs window-less, as on a headless box.
+  mPid = Spawn({exe},
+               MakeEnv({"DISPLAY", "WAYLAND_DISPLAY", "HOME", "XDG_CONFIG_HOME", "JACK_DEFAULT_SERVER"},
+                       {"HOME=" + home, "XDG_CONFIG_HOME=" + home + "/.config", "JACK_DEFAULT_SERVER=" + jackServer,
+                        "JACK_NO_AUDIO_RESERVATION=1"}),
+               mOutPath, mErrPath);
+  return mPid > 0;
+}
+
+int VeltraProcess::StopWith(int sig, double timeoutSec)
+{
+  if (mPid <= 0) return -1;
+  kill(mPid, sig);
+  const int status = WaitFor(mPid, timeoutSec);
+  if (status == -1)
+  {
+    kill(mPid, SIGKILL);
+    WaitFor(mPid, 5.0);
+  }
+  mPid = -1;
+  return status;
+}
+
+std::string VeltraProcess::Output() const
+{
+  return ReadFile(mOutPath);
+}
+
+std::string VeltraProcess::Errors() const
+{
+  return ReadFile(mErrPath);
+}
+
+JackRecorder::JackRecorder(double maxSeconds)
+{
+  const size_t cap = (size_t)(maxSeconds * 192000);
+  mLeft.resize(cap);
+  mRight.resize(cap);
+}
+
+JackRecorder::~JackRecorder()
+{
+  Close();
+}
+
+bool JackRecorder::Open(const std::string& server, std::string* error)
+{
+  jack_status_t status;
+  mClient = jack_client_open("veltra-recorder", (jack_options_t)(JackNoStartServer | JackServerName), &status,
+                             server.c_str());
+  if (!mClient)
+  {
+    *error = "recorder could not connect to " + server;
+    return false;
+  }
+  jack_set_process_callback(mClient, Process, this);
+  if (jack_activate(mClient))
+  {
+    *error = "recorder could not activate";
+    return false;
+  }
+  return true;
+}
+
+bool JackRecorder::PortsExist(const std::string& prefix) const
+{
+  const char** ports = jack_get_ports(mClient, ("^" + prefix).c_str(), nullptr, 0);
+  const bool any = ports && ports[0];
+  if (ports) jack_free(ports);
+  return any;
+}
+
+bool JackRecorder::ConnectTo(const std::string& prefix, double timeoutSec)
+{
+  const double start = Now();
+  while (!(PortsExist(prefix + "0") && PortsExist(prefix + "1")))
+  {
+    if (SecondsSince(start) > timeoutSec) return false;
+    Sleep(0.02);
+  }
+  // Our ports are made only now, so that they never look like a device to
+  // the program under test while it probes.
+  if (!mIn[0]) mIn[0] = jack_port_register(mClient, "in_0", JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
+  if (!mIn[1]) mIn[1] = jack_port_register(mClient, "in_1", JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
+  if (!mIn[0] || !mIn[1]) return false;
+  // The other client's ports exist before it is active, and JACK refuses to
+  // connect an inactive client: try until it takes.
+  bool connected[2] = {false, false};
+  while (!(connected[0] && connected[1]))
+  {
+    for (int ch = 0; ch < 2; ++ch)
+    {
+      if (connected[ch]) continue;
+      const char** ports = jack_get_ports(mClient, ("^" + prefix + std::to_string(ch)).c_str(), nullptr, 0);
+      if (ports && ports[0])
+      {
+        const int r = jack_connect(mClient, ports[0], jack_port_name(mIn[ch]));
+        connected[ch] = r == 0 || r == EEXIST;
+      }
+      if (ports) jack_free(ports);
+    }
+    if (SecondsSince(start) > timeoutSec) return false;
+    if (!(connected[0] && connected[1])) Sleep(0.02);
+  }
+  return true;
+}
+
+int JackRecorder::Process(jack_nframes_t n, void* arg)
+{
+  JackRecorder* r = (JackRecorder*)arg;
+  if (!r->mIn[0] || !r->mIn[1]) return 0;
+  const float* l = (const float*)jack_port_get_buffer(r->mIn[0], n);
+  const float* rt = (const float*)jack_port_get_buffer(r->mIn[1], n);
+  size_t at = r->mFrames.load();
+  for (jack_nframes_t i = 0; i < n && at < r->mLeft.size(); ++i, ++at)
+  {
+    r->mLeft[at] = l[i];
+    r->mRight[at] = rt[i];
+  }
+  r->mFrames.store(at);
+  return 0;
+}
+
+bool JackRecorder::WaitForFrames(size_t n, double timeoutSec) const
+{
+  const double start = Now();
+  while (mFrames.load() < n)
+  {
+    if (SecondsSince(start) > timeoutSec) return false;
+    Sleep(0.02);
+  }
+  return true;
+}
+
+int JackRecorder::SampleRate() const
+{
+  return mClient ? (int)jack_get_sample_rate(mClient) : 0;
+}
+
+bool JackRecorder::WriteWav(const std::string& path) const
+{
+  FILE* f = fopen(path.c_str(), "wb");
+  if (!f) return false;
+  const uint32_t frames = (uint32_t)mFrames.load(), rate = (uint32_t)SampleRate();
+  const uint32_t dataBytes = frames * 2 * 4;
+  auto u32 = [f](uint32_t v) { fwrite(&v, 4, 1, f); };
+  auto u16 = [f](uint16_t v) { fwrite(&v, 2, 1, f); };
+  fwrite("RIFF", 1, 4, f);
+  u32(36 + dataBytes);
+  fwrite("WAVEfmt ", 1, 8, f);
+  u32(16);
+  u16(3); // IEEE float
+  u16(2);
+  u32(rate);
+  u32(rate * 8);
+  u16(8);
+  u16(32);
+  fwrite("data", 1, 4, f);
+  u32(dataBytes);
+  for (uint32_t i = 0; i < frames; ++i)
+  {
+    fwrite(&mLeft[i], 4, 1, f);
+    fwrite(&mRight[i], 4, 1, f);
+  }
+  return fclose(f) == 0;
+}
+
+void JackRecorder::Close()
+{
+  if (mClient)
+  {
+    jack_deactivate(mClient);
+    jack_client_close(mClient);
+    mClient = nullptr;
+  }
+}

@@ -1,0 +1,87 @@
+#pragma once
+// End-to-end fixtures: a private JACK server on the dummy back-end, VELTRA
+// started against it with a private home folder, and a recording client
+// that captures VELTRA's outputs. Each piece cleans up after itself.
+
+#include <atomic>
+#include <jack/jack.h>
+#include <string>
+#include <vector>
+
+// A JACK server of its own: unique name, dummy back-end, 44100 Hz, 512-frame
+// periods. Stopped by the destructor.
+class JackServer
+{
+public:
+  JackServer();
+  ~JackServer();
+  bool Start(std::string* error);
+  void Stop();
+  const std::string& Name() const { return mName; }
+
+private:
+  std::string mName;
+  pid_t mPid = -1;
+};
+
+// A temporary folder, removed with everything in it by the destructor.
+class TempDir
+{
+public:
+  TempDir();
+  ~TempDir();
+  const std::string& Path() const { return mPath; }
+
+private:
+  std::string mPath;
+};
+
+// The veltra executable as a child process, its standard output and error
+// going to files.
+class VeltraProcess
+{
+public:
+  ~VeltraProcess();
+  bool Start(const std::string& exe, const std::string& jackServer, const std::string& home);
+  // Sends the signal and waits up to timeoutSec for the exit; returns the
+  // wait status, or -1 when the process did not end in time (it is killed).
+  int StopWith(int sig, double timeoutSec);
+  std::string Output() const;
+  std::string Errors() const;
+
+private:
+  pid_t mPid = -1;
+  std::string mOutPath, mErrPath;
+};
+
+// A JACK client with two input ports that records whatever reaches them
+// into memory, up to a fixed capacity allocated beforehand.
+class JackRecorder
+{
+public:
+  explicit JackRecorder(double maxSeconds = 60.0);
+  ~JackRecorder();
+  bool Open(const std::string& server, std::string* error);
+  // Waits for ports whose names start with prefix + "0" and prefix + "1" and
+  // connects them to the recorder's left and right inputs.
+  bool ConnectTo(const std::string& prefix, double timeoutSec);
+  // Waits until at least n frames were recorded.
+  bool WaitForFrames(size_t n, double timeoutSec) const;
+  bool PortsExist(const std::string& prefix) const;
+  size_t Frames() const { return mFrames.load(); }
+  const std::vector<float>& Left() const { return mLeft; }
+  const std::vector<float>& Right() const { return mRight; }
+  int SampleRate() const;
+  bool WriteWav(const std::string& path) const;
+  void Close();
+
+private:
+  static int Process(jack_nframes_t n, void* arg);
+  jack_client_t* mClient = nullptr;
+  jack_port_t* mIn[2] = {nullptr, nullptr};
+  std::vector<float> mLeft, mRight;
+  std::atomic<size_t> mFrames{0};
+};
+
+double SecondsSince(double start);
+double Now();
