@@ -8,7 +8,8 @@
 #include <strings.h>
 #include <type_traits>
 
-template<class KEY, class VAL> class WDL_AssocArrayImpl
+template<class KEY, class VAL>
+class WDL_AssocArrayImpl
 {
 public:
   typedef int (*KeyCmpFunc)(KEY* k1, KEY* k2);
@@ -18,7 +19,7 @@ public:
 
   explicit WDL_AssocArrayImpl(KeyCmpFunc keycmp, KeyDupFunc keydup = nullptr, KeyDispFunc keydisp = nullptr,
                               ValDispFunc valdisp = nullptr)
-    : m_data(4096), m_keycmp(keycmp), m_keydup(keydup), m_keydispose(keydisp), m_valdispose(valdisp)
+      : m_data(4096), m_keycmp(keycmp), m_keydup(keydup), m_keydispose(keydisp), m_valdispose(valdisp)
   {
   }
   ~WDL_AssocArrayImpl() { DeleteAll(); }
@@ -213,7 +214,8 @@ protected:
 template<class KEY, class VAL>
 thread_local typename WDL_AssocArrayImpl<KEY, VAL>::KeyCmpFunc WDL_AssocArrayImpl<KEY, VAL>::s_sortcmp;
 
-template<class KEY, class VAL> class WDL_AssocArray : public WDL_AssocArrayImpl<KEY, VAL>
+template<class KEY, class VAL>
+class WDL_AssocArray : public WDL_AssocArrayImpl<KEY, VAL>
 {
 public:
   using typename WDL_AssocArrayImpl<KEY, VAL>::KeyCmpFunc;
@@ -223,7 +225,7 @@ public:
 
   explicit WDL_AssocArray(KeyCmpFunc keycmp, KeyDupFunc keydup = nullptr, KeyDispFunc keydisp = nullptr,
                           ValDispFunc valdisp = nullptr)
-    : WDL_AssocArrayImpl<KEY, VAL>(keycmp, keydup, keydisp, valdisp)
+      : WDL_AssocArrayImpl<KEY, VAL>(keycmp, keydup, keydisp, valdisp)
   {
   }
 
@@ -240,11 +242,12 @@ public:
   }
 };
 
-template<class VAL> class WDL_StringKeyedArray : public WDL_AssocArray<const char*, VAL>
+template<class VAL>
+class WDL_StringKeyedArray : public WDL_AssocArray<const char*, VAL>
 {
 public:
   explicit WDL_StringKeyedArray(bool caseSensitive = true, void (*valdispose)(VAL) = nullptr)
-    : WDL_AssocArray<const char*, VAL>(caseSensitive ? cmpstr : cmpistr, dupstr, freestr, valdispose)
+      : WDL_AssocArray<const char*, VAL>(caseSensitive ? cmpstr : cmpistr, dupstr, freestr, valdispose)
   {
   }
 

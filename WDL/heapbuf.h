@@ -96,7 +96,8 @@ private:
   int m_granul;
 };
 
-template<class T> class WDL_TypedBuf
+template<class T>
+class WDL_TypedBuf
 {
 public:
   explicit WDL_TypedBuf(int granul = 4096) : m_hb(granul) {}

@@ -4,7 +4,8 @@
 
 #include "heapbuf.h"
 
-template<class T> class WDL_PtrList
+template<class T>
+class WDL_PtrList
 {
 public:
   explicit WDL_PtrList(int granul = 4096) : m_hb(granul) {}

@@ -24,10 +24,7 @@ WDL_String::WDL_String(const char* initial, int maxlen) : m_hb(128)
   if (initial && *initial) Set(initial, maxlen);
 }
 
-WDL_String::WDL_String(const WDL_String& s) : m_hb(128)
-{
-  Set(&s);
-}
+WDL_String::WDL_String(const WDL_String& s) : m_hb(128) { Set(&s); }
 
 WDL_String& WDL_String::operator=(const WDL_String& s)
 {
@@ -50,20 +47,11 @@ int WDL_String::GetLength() const
   return p ? (int)strlen(p) : 0;
 }
 
-void WDL_String::Set(const char* str, int maxlen)
-{
-  DoSet(0, str, LimitedLength(str, maxlen), 0);
-}
+void WDL_String::Set(const char* str, int maxlen) { DoSet(0, str, LimitedLength(str, maxlen), 0); }
 
-void WDL_String::Set(const WDL_String* str, int maxlen)
-{
-  Set(str ? str->Get() : nullptr, maxlen);
-}
+void WDL_String::Set(const WDL_String* str, int maxlen) { Set(str ? str->Get() : nullptr, maxlen); }
 
-void WDL_String::Append(const char* str, int maxlen)
-{
-  DoSet(GetLength(), str, LimitedLength(str, maxlen), 0);
-}
+void WDL_String::Append(const char* str, int maxlen) { DoSet(GetLength(), str, LimitedLength(str, maxlen), 0); }
 
 // One routine for set and append: writes len bytes of src at offs, keeping
 // trail bytes that stood at offs after the new text, and terminates.

@@ -16,9 +16,9 @@ public:
   void Append(const char* str, int maxlen = 0);
   void SetFormatted(int maxlen, const char* fmt, ...)
 #ifdef __GNUC__
-    __attribute__((format(printf, 3, 4)))
+      __attribute__((format(printf, 3, 4)))
 #endif
-    ;
+      ;
   bool SetLen(int len, bool resizedown = false);
   void DeleteSub(int position, int len);
 

@@ -9,7 +9,8 @@ AppState* gActiveState = nullptr;
 
 namespace
 {
-template<size_t N> void SetText(char (&dest)[N], const char* text)
+template<size_t N>
+void SetText(char (&dest)[N], const char* text)
 {
   snprintf(dest, N, "%s", text);
 }

@@ -78,10 +78,7 @@ unsigned int ParseSigVS(const char* text)
 }
 
 // A 16-bit 1-based channel number from the settings; 0 is taken as 1.
-unsigned int FirstChannel(unsigned int oneBased)
-{
-  return oneBased ? oneBased - 1 : 0;
-}
+unsigned int FirstChannel(unsigned int oneBased) { return oneBased ? oneBased - 1 : 0; }
 } // namespace
 
 std::vector<std::string> GetAudioDriverNames()

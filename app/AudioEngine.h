@@ -35,8 +35,8 @@ bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, uns
 
 // Audio thread. Never allocates, never prints, and locks nothing but the
 // instrument's mutex, once per block.
-int AudioCallback(void* outputBuffer, void* inputBuffer, unsigned int nFrames, double streamTime,
-                  unsigned int status, void* userData);
+int AudioCallback(void* outputBuffer, void* inputBuffer, unsigned int nFrames, double streamTime, unsigned int status,
+                  void* userData);
 
 // Main thread: prints the console line for each callback that the device
 // flagged since the last call. The callback itself never prints.

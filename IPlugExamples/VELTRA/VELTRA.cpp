@@ -12,8 +12,8 @@ constexpr int FourCC(char a, char b, char c, char d)
 } // namespace
 
 VELTRA::VELTRA(IPlugInstanceInfo instanceInfo)
-  : IPlugStandalone(instanceInfo, kNumParams, "0-1 0-2", kNumPrograms, "VELTRA", "", "QuillmoorInstruments",
-                    0x10103, FourCC('V', 'L', 'T', '1'), FourCC('Q', 'l', 'm', 'r'), 0, true, false, true, 0)
+    : IPlugStandalone(instanceInfo, kNumParams, "0-1 0-2", kNumPrograms, "VELTRA", "", "QuillmoorInstruments", 0x10103,
+                      FourCC('V', 'L', 'T', '1'), FourCC('Q', 'l', 'm', 'r'), 0, true, false, true, 0)
 {
 }
 

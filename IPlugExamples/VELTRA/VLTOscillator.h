@@ -8,12 +8,12 @@
 
 struct VLTOscillator
 {
-  double mTargetIncrement = 0.0; // increment the note asks for, bend excluded
-  double mIncrement = 0.0;       // increment in use, in phase units a sample
-  double mPhase = 0.0;           // 0.0 to 65535.0; 65536 units make a cycle
-  double mPulseWidth = 32767.0;  // pulse threshold in phase units
+  double mTargetIncrement = 0.0;  // increment the note asks for, bend excluded
+  double mIncrement = 0.0;        // increment in use, in phase units a sample
+  double mPhase = 0.0;            // 0.0 to 65535.0; 65536 units make a cycle
+  double mPulseWidth = 32767.0;   // pulse threshold in phase units
   const double* mWave = vlt_sine; // never owned, never null
-  double mLevel = 0.0;           // mEnvelope x mVelocityGain, set each control tick
+  double mLevel = 0.0;            // mEnvelope x mVelocityGain, set each control tick
   double mAttack = 0.4;
   double mDecay = 0.4;
   double mSustain = 1.0;

@@ -6,17 +6,14 @@
 
 namespace
 {
-void CopyName(char* dest, const char* src)
-{
-  snprintf(dest, 128, "%s", src ? src : "");
-}
+void CopyName(char* dest, const char* src) { snprintf(dest, 128, "%s", src ? src : ""); }
 } // namespace
 
 IPlugBase::IPlugBase(int nParams, const char* channelIOStr, int nPresets, const char* effectName,
                      const char* productName, const char* mfrName, int vendorVersion, int uniqueID, int mfrID,
                      int latency, bool plugDoesMidi, bool plugDoesChunks, bool plugIsInst, EAPI plugAPI)
-  : mUniqueID(uniqueID), mMfrID(mfrID), mVersion(vendorVersion), mAPI(plugAPI), mStateChunks(plugDoesChunks),
-    mIsInst(plugIsInst), mDoesMIDI(plugDoesMidi), mLatency(latency)
+    : mUniqueID(uniqueID), mMfrID(mfrID), mVersion(vendorVersion), mAPI(plugAPI), mStateChunks(plugDoesChunks),
+      mIsInst(plugIsInst), mDoesMIDI(plugDoesMidi), mLatency(latency)
 {
   (void)nParams;
   (void)nPresets;
@@ -64,15 +61,9 @@ IPlugBase::~IPlugBase()
   mChannelIO.Empty(true);
 }
 
-void IPlugBase::Reset()
-{
-  IMutexLock lock(this);
-}
+void IPlugBase::Reset() { IMutexLock lock(this); }
 
-void IPlugBase::OnParamChange(int)
-{
-  IMutexLock lock(this);
-}
+void IPlugBase::OnParamChange(int) { IMutexLock lock(this); }
 
 void IPlugBase::ProcessDoubleReplacing(double** inputs, double** outputs, int nFrames)
 {

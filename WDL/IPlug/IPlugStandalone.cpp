@@ -1,11 +1,11 @@
 #include "IPlugStandalone.h"
 
-IPlugStandalone::IPlugStandalone(IPlugInstanceInfo instanceInfo, int nParams, const char* channelIOStr,
-                                 int nPresets, const char* effectName, const char* productName,
-                                 const char* mfrName, int vendorVersion, int uniqueID, int mfrID, int latency,
-                                 bool plugDoesMidi, bool plugDoesChunks, bool plugIsInst, int)
-  : IPlugBase(nParams, channelIOStr, nPresets, effectName, productName, mfrName, vendorVersion, uniqueID, mfrID,
-              latency, plugDoesMidi, plugDoesChunks, plugIsInst, kAPISA)
+IPlugStandalone::IPlugStandalone(IPlugInstanceInfo instanceInfo, int nParams, const char* channelIOStr, int nPresets,
+                                 const char* effectName, const char* productName, const char* mfrName,
+                                 int vendorVersion, int uniqueID, int mfrID, int latency, bool plugDoesMidi,
+                                 bool plugDoesChunks, bool plugIsInst, int)
+    : IPlugBase(nParams, channelIOStr, nPresets, effectName, productName, mfrName, vendorVersion, uniqueID, mfrID,
+                latency, plugDoesMidi, plugDoesChunks, plugIsInst, kAPISA)
 {
   mMidiOutChan = nullptr;
   SetInputChannelConnections(0, NInChannels(), true);

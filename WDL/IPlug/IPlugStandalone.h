@@ -17,8 +17,8 @@ class IPlugStandalone : public IPlugBase
 {
 public:
   IPlugStandalone(IPlugInstanceInfo instanceInfo, int nParams, const char* channelIOStr, int nPresets,
-                  const char* effectName, const char* productName, const char* mfrName, int vendorVersion,
-                  int uniqueID, int mfrID, int latency, bool plugDoesMidi, bool plugDoesChunks, bool plugIsInst,
+                  const char* effectName, const char* productName, const char* mfrName, int vendorVersion, int uniqueID,
+                  int mfrID, int latency, bool plugDoesMidi, bool plugDoesChunks, bool plugIsInst,
                   int sidechainChannels);
 
   // Audio thread: runs one block of the instrument under its mutex. The only

@@ -29,10 +29,7 @@ gboolean OnTerminationSignal(gpointer)
 }
 } // namespace
 
-bool SWELL_HasDisplay()
-{
-  return sHasDisplay;
-}
+bool SWELL_HasDisplay() { return sHasDisplay; }
 
 void SWELL_PostQuitMessage(void*)
 {

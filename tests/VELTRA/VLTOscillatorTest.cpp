@@ -74,7 +74,7 @@ TEST(VLTOscillator, PulseComparesWidthWithPhase)
 
   o.mPhase = 0.0;
   o.mPulseWidth = 2000.0;
-  EXPECT_EQ(o.PWMStep(), 0.75);  // phase 1000
+  EXPECT_EQ(o.PWMStep(), 0.75); // phase 1000
   EXPECT_EQ(o.PWMStep(), -0.75) << "at phase == width the output is already low";
   o.mPhase = 0.0;
   EXPECT_EQ(o.FMPWMStep(-1.0), 0.75) << "FM below zero resets to phase 0, which is high";

@@ -6,15 +6,9 @@
 
 namespace
 {
-int sIntCmp(int* a, int* b)
-{
-  return *a < *b ? -1 : *a > *b;
-}
+int sIntCmp(int* a, int* b) { return *a < *b ? -1 : *a > *b; }
 std::vector<int> sDisposed;
-void DisposeVal(int v)
-{
-  sDisposed.push_back(v);
-}
+void DisposeVal(int v) { sDisposed.push_back(v); }
 } // namespace
 
 TEST(AssocArray, KeepsKeysSortedWhateverTheInsertionOrder)

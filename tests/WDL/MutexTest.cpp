@@ -15,11 +15,13 @@ TEST(Mutex, ReentersOnOneThreadAndHoldsOffAnother)
     WDL_MutexLock outer(&m);
     {
       WDL_MutexLock inner(&m); // same thread: must not block
-      other = std::thread([&] {
-        stage = 1;
-        WDL_MutexLock lock(&m);
-        otherEntered = true;
-      });
+      other = std::thread(
+          [&]
+          {
+            stage = 1;
+            WDL_MutexLock lock(&m);
+            otherEntered = true;
+          });
       while (stage.load() == 0) std::this_thread::yield();
     }
     // One Leave of two: the other thread still waits.

@@ -13,7 +13,7 @@ class RecordingPlug : public IPlugStandalone
 {
 public:
   RecordingPlug()
-    : IPlugStandalone(IPlugInstanceInfo(), 0, "0-1 0-2", 0, "rec", "", "", 0x10000, 1, 1, 0, true, false, true, 0)
+      : IPlugStandalone(IPlugInstanceInfo(), 0, "0-1 0-2", 0, "rec", "", "", 0x10000, 1, 1, 0, true, false, true, 0)
   {
   }
   void ProcessDoubleReplacing(double** inputs, double** outputs, int nFrames) override

@@ -21,17 +21,11 @@ double Now()
   return ts.tv_sec + ts.tv_nsec * 1e-9;
 }
 
-double SecondsSince(double start)
-{
-  return Now() - start;
-}
+double SecondsSince(double start) { return Now() - start; }
 
 namespace
 {
-void Sleep(double s)
-{
-  usleep((useconds_t)(s * 1e6));
-}
+void Sleep(double s) { usleep((useconds_t)(s * 1e6)); }
 
 // The current environment without the names given, plus the settings given.
 std::vector<std::string> MakeEnv(const std::vector<std::string>& drop, const std::vector<std::string>& add)
@@ -103,10 +97,7 @@ JackServer::JackServer()
   mName = "veltra-test-" + std::to_string(getpid()) + "-" + std::to_string(counter++);
 }
 
-JackServer::~JackServer()
-{
-  Stop();
-}
+JackServer::~JackServer() { Stop(); }
 
 bool JackServer::Start(std::string* error)
 {
@@ -124,8 +115,8 @@ bool JackServer::Start(std::string* error)
   while (SecondsSince(start) < 15.0)
   {
     jack_status_t status;
-    jack_client_t* c = jack_client_open("probe", (jack_options_t)(JackNoStartServer | JackServerName), &status,
-                                        mName.c_str());
+    jack_client_t* c =
+        jack_client_open("probe", (jack_options_t)(JackNoStartServer | JackServerName), &status, mName.c_str());
     if (c)
     {
       jack_client_close(c);
@@ -201,15 +192,9 @@ int VeltraProcess::StopWith(int sig, double timeoutSec)
   return status;
 }
 
-std::string VeltraProcess::Output() const
-{
-  return ReadFile(mOutPath);
-}
+std::string VeltraProcess::Output() const { return ReadFile(mOutPath); }
 
-std::string VeltraProcess::Errors() const
-{
-  return ReadFile(mErrPath);
-}
+std::string VeltraProcess::Errors() const { return ReadFile(mErrPath); }
 
 JackRecorder::JackRecorder(double maxSeconds)
 {
@@ -218,10 +203,7 @@ JackRecorder::JackRecorder(double maxSeconds)
   mRight.resize(cap);
 }
 
-JackRecorder::~JackRecorder()
-{
-  Close();
-}
+JackRecorder::~JackRecorder() { Close(); }
 
 bool JackRecorder::Open(const std::string& server, std::string* error)
 {
@@ -312,10 +294,7 @@ bool JackRecorder::WaitForFrames(size_t n, double timeoutSec) const
   return true;
 }
 
-int JackRecorder::SampleRate() const
-{
-  return mClient ? (int)jack_get_sample_rate(mClient) : 0;
-}
+int JackRecorder::SampleRate() const { return mClient ? (int)jack_get_sample_rate(mClient) : 0; }
 
 bool JackRecorder::WriteWav(const std::string& path) const
 {

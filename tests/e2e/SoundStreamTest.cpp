@@ -37,5 +37,5 @@ TEST(SoundStream, RunsSilentOnJackAndEndsInOrder)
   EXPECT_NE(out.find("\ntrying to start audio stream @ 44100 sr, 512 iovs, 32 sigvs\nindev = 0:system\n"
                      "outdev = 0:system\n"),
             std::string::npos)
-    << out;
+      << out;
 }
