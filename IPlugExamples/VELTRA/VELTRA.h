@@ -1,19 +1,90 @@
 #pragma once
-// The instrument: eight voices of two wavetable operators each, rendered
-// block by block under the plug-in mutex.
+// The instrument: eight voices of two wavetable operators, a resonant filter
+// with its own attack-release envelope and LFO, a crusher, chorus and reverb.
+// One object for the whole run, made by MakePlug.
 
+#include "IMidiQueue.h"
 #include "IPlugStandalone.h"
+#include "VLTChorus.h"
 #include "VLTOscillator.h"
+#include "VLTReverb.h"
+
+class IGraphics;
+class IKeyboardControl;
 
 // The application's reverse-domain identifier, shared by the plug-in object
 // and its panel.
 constexpr const char* kVeltraBundleID = "com.QuillmoorInstruments.standalone.VELTRA";
 
+enum EParams
+{
+  kOP1Waveform = 0,
+  kOP1Octave,
+  kOP1Tune,
+  kOP1Attack,
+  kOP1Decay,
+  kOP1Sustain,
+  kOP1Release,
+  kOP1Volume,
+  kOP2Waveform,
+  kOP2Octave,
+  kOP2Tune,
+  kOP2Attack,
+  kOP2Decay,
+  kOP2Sustain,
+  kOP2Release,
+  kOP2Volume,
+  kFilterCutoff,
+  kFilterResonance,
+  kFilterFeedback,
+  kARAttack,
+  kARRelease,
+  kARDepth,
+  kLFORate,
+  kLFOShape,
+  kLFODepth,
+  kSynthMode,
+  kARMeter,
+  kLFOMeter,
+  kMasterVolume,
+  kCrusherDestruction,
+  kCrusherMix,
+  kPWMRate,
+  kPWMDepth,
+  kPWMOn,
+  kPWMMeter,
+  kCrusherBeforeVCF,
+  kChorusDepth,
+  kChorusSpeed,
+  kReverbDepth,
+  kReverbLength,
+  kPortamento,
+  kPitchBend,
+  kPortamentoOn,
+  kSmoothingOn,
+  kNumParams
+};
+
 enum
 {
   kNumVoices = 8,
-  kNumOscillators = 2 * kNumVoices
+  kNumOscillators = 2 * kNumVoices,
+  kNumKeys = 128,
+  kControlTickSamples = 44,
+  // The panel controls that show the AR envelope, the LFO and the pulse
+  // width triangle, by their index in the panel's control list.
+  kARMeterControl = 27,
+  kLFOMeterControl = 28,
+  kPWMMeterControl = 35
 };
+
+// 64 times the concert frequency of a note: note 69 gives 28160.0. mTune and
+// the 256 of the increment formula bring it back.
+double midi2CPS(double note);
+
+// 1 - tanh(3v): turns the rising knob value of an envelope into a falling
+// per-tick step.
+double mapRate(double v);
 
 class VELTRA : public IPlugStandalone
 {
@@ -26,10 +97,79 @@ public:
   void Reset() override;
   // Audio thread, with the mutex held by the caller. Writes both outputs.
   void ProcessDoubleReplacing(double** inputs, double** outputs, int nFrames) override;
+  // MIDI thread; takes the mutex. Note-on, note-off and pitch wheel act;
+  // everything else is dropped.
+  void ProcessMidiMsg(IMidiMsg* msg) override;
 
-  // Oscillators 2n and 2n+1 are operator 1 and operator 2 of voice n.
+  // Any thread; take the mutex. The key table follows MIDI input only.
+  int GetNumKeys();
+  bool GetKeyStatus(int key);
+
+  // Audio thread, from the render loop only.
+  void NoteOnOff(IMidiMsg* msg);
+
+  // Main thread, before the panel exists: the keyboard control whose key the
+  // render loop polls. Null for none.
+  void SetKeyboard(IKeyboardControl* keyboard);
+
+  // Puts a real parameter value in force: the mapping from each of the 44
+  // slots to the fields that the render loop reads. Takes the mutex.
+  void ApplyParam(int paramIdx, double value);
+  // The default value of each slot; meter slots read 0.0.
+  static double DefaultParamValue(int paramIdx);
+
+  IGraphics* mPanel = nullptr;
+  IKeyboardControl* mKeyboard = nullptr;
+  IMidiQueue mMidiQueue;
+  WDL_String mPresetName;
   VLTOscillator mOsc[kNumOscillators];
+  VLTReverb mReverbL, mReverbR;
+  VLTChorus mChorusL, mChorusR;
+  bool mFMMode = false;
+  int mTickCounter = 0;
+  double mCutoff = 0.3;
+  double mCutoffNow = 0.0;
+  double mResonance = 1.5; // unstable, and only in force before the first restore
+  double mFilterFeedback = 1.0;
+  double mFilterVelocity = 0.0;
+  double mFilterPosition = 0.0;
+  double mAREnvelope = 0.0;
+  double mARAttack = 0.4;
+  double mARRelease = 0.4;
+  double mARDepth = 0.0;
+  double mLFOLevel = 0.0;
+  double mLFORate = 0.002;
+  double mLFOShape = 0.0;
+  double mLFODepth = 0.0;
+  bool mLFORising = true;
+  double mMasterVolume = 0.0;
+  double mPWMPosition = 0.0;
+  double mPWMRate = 0.0;
+  double mPWMDepth = 0.0;
+  bool mPWMRising = true;
+  bool mPWMOn = false;
+  double mCrushDestruction = 0.0;
+  double mCrushMix = 0.0;
+  bool mCrushBeforeFilter = false;
+  int mScreenKey = -1;
+  int mNumKeys = 0;
+  bool mKeyStatus[kNumKeys] = {};
+  bool mPortamentoOn = false;
+  double mPortamentoRate = 0.001;
+  double mPitchBend = 0.0;
+  bool mSmoothingOn = false;
+  double mSample = 0.0;
   double mSampleRate = 44100.0;
+
+private:
+  void PollScreenKeyboard();
+  void ControlTick();
+  // Shows a value on one of the panel's meters; nothing while no panel is
+  // attached (the offline renderer, and the application before its window).
+  void SetMeter(int controlIdx, double value);
+  void SetBendOnAllOscillators();
+  // The operator volumes are read at note-on, as the parameters stand.
+  double mOperatorVolume[2] = {1.0, 1.0};
 };
 
 // The one place where the instrument is made; serialised by a static mutex

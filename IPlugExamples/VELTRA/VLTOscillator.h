@@ -57,19 +57,23 @@ private:
   // The overshoot is dropped, not wrapped: a cycle lasts a whole number of
   // samples, so the pitch of high notes is quantised to divisions of the
   // sample rate. This is the instrument's sound; keep it.
+  // Written as selects rather than branches: under frequency modulation the
+  // resets come at no predictable sample. A NaN phase also goes to 0.
   void Advance(double inc)
   {
-    mPhase += inc;
-    if (!(mPhase <= 65535.0)) mPhase = 0.0; // also catches a NaN phase
+    const double p = mPhase + inc;
+    mPhase = p <= 65535.0 ? p : 0.0;
   }
 
   void AdvanceBothWays(double inc)
   {
-    mPhase += inc;
-    if (!(mPhase <= 65535.0 && mPhase >= 0.0)) mPhase = 0.0;
+    const double p = mPhase + inc;
+    mPhase = (p <= 65535.0 && p >= 0.0) ? p : 0.0;
   }
 
   double TableOut() const { return mWave[(int)(mPhase * 0.00390625)] * mLevel; }
 
-  double PulseOut() const { return mPulseWidth > mPhase ? mLevel : -mLevel; }
+  // +mLevel while the phase is below the width, else -mLevel; computed, not
+  // branched, since the crossing moves with every sweep and modulation.
+  double PulseOut() const { return mLevel * (2.0 * (double)(mPulseWidth > mPhase) - 1.0); }
 };

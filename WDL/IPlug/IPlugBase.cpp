@@ -77,6 +77,8 @@ void IPlugBase::ProcessDoubleReplacing(double** inputs, double** outputs, int nF
   }
 }
 
+void IPlugBase::ProcessMidiMsg(IMidiMsg*) {}
+
 void IPlugBase::SetBlockSize(int blockSize)
 {
   if (blockSize == mBlockSize) return;

@@ -2,6 +2,8 @@
 // The base of every instrument: channel bookkeeping with scratch buffers, the
 // process frame, and the mutex that orders audio, GUI and MIDI work.
 
+#include "IPlugStructs.h"
+
 #include "../heapbuf.h"
 #include "../mutex.h"
 #include "../ptrlist.h"
@@ -35,6 +37,9 @@ public:
   // Audio thread, with the mutex held by the caller. Copies inputs to
   // outputs and zeroes the outputs that have no input.
   virtual void ProcessDoubleReplacing(double** inputs, double** outputs, int nFrames);
+  // MIDI thread. Messages from outside; the default lets them pass through
+  // to the MIDI output once there is one, and drops them until then.
+  virtual void ProcessMidiMsg(IMidiMsg* msg);
   // Main thread, while no stream runs. Resizes and zeroes the scratch
   // buffers; the audio layer never asks for more frames in one call.
   virtual void SetBlockSize(int blockSize);

@@ -1,0 +1,137 @@
+#include "VELTRATestUtil.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+#if defined(__SANITIZE_ADDRESS__)
+// The sanitizer runtime calls these hooks on every allocation and free.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(const volatile void*, size_t),
+                                                          void (*free_hook)(const volatile void*));
+#endif
+
+namespace
+{
+double Peak(const std::vector<double>& v)
+{
+  double p = 0.0;
+  for (double x : v) p = std::max(p, std::fabs(x));
+  return p;
+}
+
+int sAllocations = 0;
+bool sCounting = false;
+#if defined(__SANITIZE_ADDRESS__)
+void CountMalloc(const volatile void*, size_t)
+{
+  if (sCounting) ++sAllocations;
+}
+void IgnoreFree(const volatile void*) {}
+#endif
+} // namespace
+
+TEST(Render, OneSineNoteInSumModePeaksAtOne)
+{
+  VeltraRig rig;
+  rig.PlainSine();
+  rig.NoteOn(57);
+  std::vector<double> right;
+  const std::vector<double> left = rig.Render(44100, &right);
+  EXPECT_NEAR(Peak(left), 1.0, 0.01);
+  EXPECT_EQ(left, right) << "with no chorus depth the channels are equal";
+}
+
+TEST(Render, EightNotesExceedFullScaleUnclipped)
+{
+  VeltraRig rig;
+  rig.PlainSine();
+  for (int k = 0; k < 8; ++k) rig.NoteOn(48 + k * 2);
+  EXPECT_GT(Peak(rig.Render(44100)), 2.0);
+}
+
+TEST(Render, Note69CyclesEvery101Samples)
+{
+  // The phase resets instead of wrapping, so the cycle is a whole number of
+  // samples: 44100 / 101 = 436.6 Hz.
+  VeltraRig rig;
+  rig.PlainSine();
+  rig.NoteOn(69);
+  const std::vector<double> out = rig.Render(44100);
+  std::vector<int> up;
+  for (size_t i = 22050; i < out.size(); ++i)
+    if (out[i - 1] < 0.0 && out[i] >= 0.0) up.push_back((int)i);
+  ASSERT_GT(up.size(), 100u);
+  const double hz = 44100.0 * (up.size() - 1) / (up.back() - up.front());
+  EXPECT_NEAR(hz, 44100.0 / 101.0, 0.05);
+}
+
+TEST(Render, MasterVolumeZeroStillRunsTheChain)
+{
+  VeltraRig rig;
+  rig.PlainSine();
+  rig.Set(kMasterVolume, 0.0);
+  rig.Set(kReverbDepth, 1.0);
+  rig.NoteOn(60);
+  EXPECT_EQ(Peak(rig.Render(8000)), 0.0);
+  rig.Set(kMasterVolume, 1.0);
+  rig.NoteOff(60);
+  rig.Render(44 * 50);
+  EXPECT_GT(Peak(rig.Render(4096)), 0.01) << "the reverb ring filled while muted";
+}
+
+TEST(Render, EveryModeStaysFiniteWithAllStagesActive)
+{
+  for (int mode = 0; mode < 4; ++mode)
+  {
+    VeltraRig rig(33); // an awkward block size on purpose
+    rig.Set(kSynthMode, mode & 1);
+    rig.Set(kPWMOn, mode >> 1);
+    rig.Set(kPWMDepth, 1.0);
+    rig.Set(kPWMRate, 1000.0);
+    rig.Set(kSmoothingOn, 1.0);
+    rig.Set(kCrusherMix, 0.5);
+    rig.Set(kCrusherDestruction, 0.8);
+    rig.Set(kFilterResonance, 0.998);
+    rig.Set(kLFODepth, 1.0);
+    rig.Set(kLFORate, 0.01);
+    rig.Set(kARDepth, 1.0);
+    rig.Set(kChorusDepth, 0.5);
+    rig.Set(kReverbDepth, 1.0);
+    rig.Set(kReverbLength, 0.98);
+    rig.Set(kPortamentoOn, 1.0);
+    for (int k = 0; k < 8; ++k) rig.NoteOn(40 + 5 * k);
+    const std::vector<double> out = rig.Render(44100 * 2);
+    for (double x : out) ASSERT_TRUE(std::isfinite(x)) << "mode " << mode;
+    EXPECT_GT(Peak(out), 0.01) << "mode " << mode;
+    if (mode >> 1)
+    {
+      EXPECT_LT(rig.mPlug->mOsc[1].mPulseWidth, 32766.0 + 1e-9) << "the sweep moves the threshold";
+    }
+  }
+}
+
+#if defined(__SANITIZE_ADDRESS__)
+TEST(Render, TheAudioPathAllocatesNothing)
+{
+  VeltraRig rig(32);
+  rig.Set(kPWMOn, 1.0);
+  rig.Set(kReverbDepth, 0.5);
+  rig.Set(kChorusDepth, 0.3);
+  for (int k = 0; k < 8; ++k) rig.NoteOn(50 + k);
+  std::vector<double> l(32), r(32);
+  double* outs[2] = {l.data(), r.data()};
+  __sanitizer_install_malloc_and_free_hooks(CountMalloc, IgnoreFree);
+  sAllocations = 0;
+  sCounting = true;
+  for (int b = 0; b < 5000; ++b)
+  {
+    if (b % 100 == 0)
+    {
+      IMidiMsg m(b % 32, 0x80, (uint8_t)(50 + b % 8), 0);
+      rig.mPlug->ProcessMidiMsg(&m); // within capacity: no growth
+    }
+    rig.mPlug->LockMutexAndProcessDoubleReplacing(nullptr, outs, 32);
+  }
+  sCounting = false;
+  EXPECT_EQ(sAllocations, 0);
+}
+#endif

@@ -1,0 +1,145 @@
+#include "IKeyboardControl.h"
+#include "VELTRATestUtil.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+TEST(VELTRAVoices, NinthNoteIsDroppedAndNotRemembered)
+{
+  VeltraRig rig;
+  for (int k = 0; k < 9; ++k) rig.NoteOn(60 + k);
+  rig.Render(32);
+  EXPECT_EQ(rig.GatedVoices().size(), 8u);
+  for (int n = 0; n < kNumVoices; ++n) EXPECT_NE(rig.mPlug->mOsc[2 * n].mKey, 68);
+  EXPECT_EQ(rig.mPlug->GetNumKeys(), 9) << "the key table counts what arrived";
+
+  rig.NoteOff(60);
+  rig.Render(44 * 200); // the released voice dies away and is free again
+  EXPECT_EQ(rig.GatedVoices().size(), 7u);
+  for (int n = 0; n < kNumVoices; ++n) EXPECT_NE(rig.mPlug->mOsc[2 * n].mKey, 68) << "the ninth never starts";
+}
+
+TEST(VELTRAVoices, VelocityZeroReleasesLikeANoteOff)
+{
+  VeltraRig rig;
+  rig.NoteOn(64, 100);
+  rig.Render(32);
+  ASSERT_TRUE(rig.mPlug->GetKeyStatus(64));
+  rig.NoteOn(64, 0);
+  rig.Render(32);
+  EXPECT_FALSE(rig.mPlug->GetKeyStatus(64));
+  EXPECT_EQ(rig.mPlug->GetNumKeys(), 0);
+  EXPECT_TRUE(rig.GatedVoices().empty());
+}
+
+TEST(VELTRAVoices, RepeatedKeyTakesTwoVoicesReleasedLowestFirst)
+{
+  VeltraRig rig;
+  rig.NoteOn(50);
+  rig.NoteOn(50);
+  rig.Render(32);
+  EXPECT_EQ(rig.GatedVoices(), (std::vector<int>{0, 1}));
+  rig.NoteOff(50);
+  rig.Render(32);
+  EXPECT_EQ(rig.GatedVoices(), std::vector<int>{1});
+}
+
+TEST(VELTRAVoices, AReleasedVoiceIsFreedOnlyAtATick)
+{
+  VeltraRig rig(1);
+  rig.Set(kOP1Release, 0.4);
+  rig.NoteOn(60);
+  rig.Render(44 * 20);
+  rig.NoteOff(60);
+  rig.Render(1); // gate off, but the level only changes at the next tick
+  rig.NoteOn(62);
+  rig.Render(1);
+  EXPECT_EQ(rig.mPlug->mOsc[2].mKey, 62) << "voice 0 still counts as busy";
+  EXPECT_TRUE(rig.mPlug->mOsc[2].mGate);
+}
+
+TEST(VELTRAVoices, MalformedAndOtherMessagesLeaveTheStateAlone)
+{
+  VeltraRig rig;
+  rig.Midi(0x90, 200, 100); // a data byte above 127
+  rig.Midi(0x80, 255, 0);
+  rig.Midi(0xB0, 1, 64);    // control change
+  rig.Midi(0xC0, 5);        // program change
+  rig.Render(32);
+  EXPECT_EQ(rig.mPlug->GetNumKeys(), 0);
+  EXPECT_TRUE(rig.GatedVoices().empty());
+  EXPECT_FALSE(rig.mPlug->GetKeyStatus(128));
+  EXPECT_TRUE(rig.mPlug->mMidiQueue.Empty());
+}
+
+TEST(VELTRAVoices, PitchOfNote69AndTheWheel)
+{
+  VeltraRig rig;
+  rig.NoteOn(69);
+  rig.Render(32);
+  EXPECT_NEAR(rig.mPlug->mOsc[0].mTargetIncrement, 653.8739229, 1e-7);
+  EXPECT_NEAR(rig.mPlug->mOsc[1].mIncrement, 653.8739229, 1e-7);
+
+  IMidiMsg wheel;
+  wheel.MakePitchWheelMsg(1.0, 0);
+  rig.mPlug->ProcessMidiMsg(&wheel); // acts at once, not at the block
+  const double up = std::pow(2.0, 8191.0 / 8192.0);
+  for (int i = 0; i < kNumOscillators; ++i)
+    EXPECT_DOUBLE_EQ(rig.mPlug->mOsc[i].mIncrement, rig.mPlug->mOsc[i].mTargetIncrement * up) << "osc " << i;
+  rig.Set(kPitchBend, -1.0);
+  for (int i = 0; i < kNumOscillators; ++i)
+    EXPECT_DOUBLE_EQ(rig.mPlug->mOsc[i].mIncrement, rig.mPlug->mOsc[i].mTargetIncrement / 2.0) << "osc " << i;
+}
+
+TEST(VELTRAVoices, NotesStartOnTheSampleOfTheirOffset)
+{
+  VeltraRig rig(64);
+  rig.PlainSine();
+  rig.NoteOn(69, 127, 40);
+  rig.Render(64);
+  // The phase was reset at sample 40 and has advanced 24 steps since.
+  EXPECT_NEAR(rig.mPlug->mOsc[0].mPhase, 24 * 653.8739229, 1e-6);
+}
+
+TEST(VELTRAVoices, EnvelopeStagesAreStraightLinesOnTicks)
+{
+  VeltraRig rig(32);
+  rig.Set(kOP1Attack, 1.0);
+  rig.Set(kOP1Sustain, 0.5);
+  rig.Set(kOP1Decay, 1.0);
+  const double step = mapRate(1.0);
+  rig.NoteOn(60);
+  rig.Render(43);
+  EXPECT_EQ(rig.mPlug->mOsc[0].mEnvelope, 0.0) << "no tick before the 44th sample";
+  rig.Render(1);
+  EXPECT_DOUBLE_EQ(rig.mPlug->mOsc[0].mEnvelope, step);
+  rig.Render(44 * 9);
+  EXPECT_NEAR(rig.mPlug->mOsc[0].mEnvelope, 10 * step, 1e-12) << "ticks counted across blocks of 32";
+  EXPECT_NEAR(rig.mPlug->mOsc[0].mLevel, 10 * step, 1e-12) << "velocity 127 at volume 1.0";
+
+  rig.Render(44 * 400); // through the attack (202 ticks) and the decay
+  EXPECT_TRUE(rig.mPlug->mOsc[0].mDecaying);
+  EXPECT_DOUBLE_EQ(rig.mPlug->mOsc[0].mEnvelope, 0.5);
+  rig.NoteOff(60);
+  rig.Render(44);
+  EXPECT_NEAR(rig.mPlug->mOsc[0].mEnvelope, 0.5 - mapRate(0.4), 1e-12);
+}
+
+TEST(VELTRAVoices, ScreenKeyboardPlaysThroughTheQueue)
+{
+  VeltraRig rig;
+  IKeyboardControl keys;
+  rig.mPlug->SetKeyboard(&keys);
+  keys.SetKey(5, 100);
+  rig.Render(44 * 3); // long enough for the voice to sound
+  EXPECT_EQ(rig.GatedVoices(), std::vector<int>{0});
+  EXPECT_EQ(rig.mPlug->mOsc[0].mKey, 53);
+  keys.SetKey(7, 100); // from one key to another: off and on in one block
+  rig.Render(32);
+  EXPECT_EQ(rig.GatedVoices(), std::vector<int>{1});
+  EXPECT_EQ(rig.mPlug->mOsc[2].mKey, 55);
+  EXPECT_EQ(rig.mPlug->GetNumKeys(), 0) << "screen keys bypass the MIDI key table";
+  rig.Midi(0x90, 60, 10);
+  EXPECT_TRUE(keys.IsDirty()) << "MIDI marks the keyboard for repaint";
+  rig.mPlug->SetKeyboard(nullptr);
+}
