@@ -19,11 +19,11 @@ static void BM_RenderAllStages(benchmark::State& state)
   {
     int param;
     double value;
-  } settings[] = {{kSynthMode, 1.0},          {kPWMOn, 1.0},           {kPWMDepth, 0.7},    {kPWMRate, 200.0},
-                  {kSmoothingOn, 1.0},        {kCrusherMix, 0.3},      {kCrusherDestruction, 0.5},
-                  {kFilterCutoff, 0.4},       {kFilterResonance, 0.9}, {kLFODepth, 0.5},    {kLFORate, 0.005},
-                  {kARDepth, 0.4},            {kChorusDepth, 0.4},     {kReverbDepth, 0.5}, {kReverbLength, 0.9},
-                  {kOP1Waveform, 2},          {kOP2Waveform, 4}};
+  } settings[] = {{kSynthMode, 1.0},       {kPWMOn, 1.0},       {kPWMDepth, 0.7},           {kPWMRate, 200.0},
+                  {kSmoothingOn, 1.0},     {kCrusherMix, 0.3},  {kCrusherDestruction, 0.5}, {kFilterCutoff, 0.4},
+                  {kFilterResonance, 0.9}, {kLFODepth, 0.5},    {kLFORate, 0.005},          {kARDepth, 0.4},
+                  {kChorusDepth, 0.4},     {kReverbDepth, 0.5}, {kReverbLength, 0.9},       {kOP1Waveform, 2},
+                  {kOP2Waveform, 4}};
   for (const auto& s : settings) plug->ApplyParam(s.param, s.value);
   for (int k = 0; k < 8; ++k)
   {

@@ -73,7 +73,13 @@ private:
 
   double TableOut() const { return mWave[(int)(mPhase * 0.00390625)] * mLevel; }
 
-  // +mLevel while the phase is below the width, else -mLevel; computed, not
-  // branched, since the crossing moves with every sweep and modulation.
-  double PulseOut() const { return mLevel * (2.0 * (double)(mPulseWidth > mPhase) - 1.0); }
+  // +mLevel while the phase is below the width, else -mLevel. Picked from a
+  // pair rather than branched on: under frequency modulation the crossing
+  // comes at no predictable sample, and a mispredicted branch a sample costs
+  // more than the whole step.
+  double PulseOut() const
+  {
+    const double out[2] = {-mLevel, mLevel};
+    return out[mPulseWidth > mPhase];
+  }
 };

@@ -15,15 +15,9 @@ int IMidiQueue::Granulize(int size)
   return ((bytes / 4096 + 1) * 4096) / (int)sizeof(IMidiMsg);
 }
 
-IMidiQueue::IMidiQueue(int size) : mGrow(Granulize(size < 1 ? 1 : size))
-{
-  Expand();
-}
+IMidiQueue::IMidiQueue(int size) : mGrow(Granulize(size < 1 ? 1 : size)) { Expand(); }
 
-IMidiQueue::~IMidiQueue()
-{
-  free(mBuf);
-}
+IMidiQueue::~IMidiQueue() { free(mBuf); }
 
 void IMidiQueue::Compact()
 {

@@ -57,20 +57,11 @@ int IMidiMsg::Velocity() const
   return (s == kNoteOff || s == kNoteOn) ? mData2 : -1;
 }
 
-int IMidiMsg::PolyAfterTouch() const
-{
-  return StatusMsg() == kPolyAftertouch ? mData2 : -1;
-}
+int IMidiMsg::PolyAfterTouch() const { return StatusMsg() == kPolyAftertouch ? mData2 : -1; }
 
-int IMidiMsg::ChannelAfterTouch() const
-{
-  return StatusMsg() == kChannelAftertouch ? mData1 : -1;
-}
+int IMidiMsg::ChannelAfterTouch() const { return StatusMsg() == kChannelAftertouch ? mData1 : -1; }
 
-int IMidiMsg::Program() const
-{
-  return StatusMsg() == kProgramChange ? mData1 : -1;
-}
+int IMidiMsg::Program() const { return StatusMsg() == kProgramChange ? mData1 : -1; }
 
 double IMidiMsg::PitchWheel() const
 {
@@ -88,15 +79,24 @@ const char* StatusMsgStr(IMidiMsg::EStatusMsg msg)
 {
   switch (msg)
   {
-  case IMidiMsg::kNone: return "none";
-  case IMidiMsg::kNoteOff: return "noteoff";
-  case IMidiMsg::kNoteOn: return "noteon";
-  case IMidiMsg::kPolyAftertouch: return "aftertouch";
-  case IMidiMsg::kControlChange: return "controlchange";
-  case IMidiMsg::kProgramChange: return "programchange";
-  case IMidiMsg::kChannelAftertouch: return "channelaftertouch";
-  case IMidiMsg::kPitchWheel: return "pitchwheel";
-  default: return "unknown";
+  case IMidiMsg::kNone:
+    return "none";
+  case IMidiMsg::kNoteOff:
+    return "noteoff";
+  case IMidiMsg::kNoteOn:
+    return "noteon";
+  case IMidiMsg::kPolyAftertouch:
+    return "aftertouch";
+  case IMidiMsg::kControlChange:
+    return "controlchange";
+  case IMidiMsg::kProgramChange:
+    return "programchange";
+  case IMidiMsg::kChannelAftertouch:
+    return "channelaftertouch";
+  case IMidiMsg::kPitchWheel:
+    return "pitchwheel";
+  default:
+    return "unknown";
   }
 }
 

@@ -42,7 +42,7 @@ struct IMidiMsg
   uint8_t mData2;
 
   IMidiMsg(int offs = 0, uint8_t s = 0, uint8_t d1 = 0, uint8_t d2 = 0)
-    : mOffset(offs), mStatus(s), mData1(d1), mData2(d2)
+      : mOffset(offs), mStatus(s), mData1(d1), mData2(d2)
   {
   }
 
@@ -73,10 +73,7 @@ struct ISysEx
   int32_t mSize;
   const unsigned char* mData; // owned by the caller
 
-  ISysEx(int offs = 0, const unsigned char* pData = nullptr, int size = 0)
-    : mOffset(offs), mSize(size), mData(pData)
-  {
-  }
+  ISysEx(int offs = 0, const unsigned char* pData = nullptr, int size = 0) : mOffset(offs), mSize(size), mData(pData) {}
   void Clear()
   {
     mOffset = mSize = 0;

@@ -6,7 +6,7 @@
 #if defined(__SANITIZE_ADDRESS__)
 // The sanitizer runtime calls these hooks on every allocation and free.
 extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(const volatile void*, size_t),
-                                                          void (*free_hook)(const volatile void*));
+                                                         void (*free_hook)(const volatile void*));
 #endif
 
 namespace

@@ -10,7 +10,7 @@ class VeltraRig
 {
 public:
   explicit VeltraRig(int blockSize = 32, double sampleRate = 44100.0)
-    : mPlug((VELTRA*)MakePlug(nullptr, nullptr)), mBlockSize(blockSize)
+      : mPlug((VELTRA*)MakePlug(nullptr, nullptr)), mBlockSize(blockSize)
   {
     mPlug->SetBlockSize(blockSize);
     mPlug->SetSampleRate(sampleRate);

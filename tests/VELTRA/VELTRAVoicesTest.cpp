@@ -63,8 +63,8 @@ TEST(VELTRAVoices, MalformedAndOtherMessagesLeaveTheStateAlone)
   VeltraRig rig;
   rig.Midi(0x90, 200, 100); // a data byte above 127
   rig.Midi(0x80, 255, 0);
-  rig.Midi(0xB0, 1, 64);    // control change
-  rig.Midi(0xC0, 5);        // program change
+  rig.Midi(0xB0, 1, 64); // control change
+  rig.Midi(0xC0, 5);     // program change
   rig.Render(32);
   EXPECT_EQ(rig.mPlug->GetNumKeys(), 0);
   EXPECT_TRUE(rig.GatedVoices().empty());

@@ -52,13 +52,13 @@ TEST(VLTFilter, CrusherIndexRules)
   struct Case
   {
     double in, out;
-  } cases[] = {{0.0, 1.0},    // index 127
-               {0.01, -1.0},  // 128
-               {-1.0, -0.1},  // 0
-               {1.0, 0.0},    // 254
-               {1.5, 0.0},    // 255
-               {-1.5, 0.0},   // u = -63.5: unsigned, so 255
-               {-1.01, 0.0},  // u = -1.27 truncates to -1: 255
+  } cases[] = {{0.0, 1.0},      // index 127
+               {0.01, -1.0},    // 128
+               {-1.0, -0.1},    // 0
+               {1.0, 0.0},      // 254
+               {1.5, 0.0},      // 255
+               {-1.5, 0.0},     // u = -63.5: unsigned, so 255
+               {-1.01, 0.0},    // u = -1.27 truncates to -1: 255
                {-1.005, -0.1}}; // u = -0.635 truncates to 0
   for (const Case& k : cases) EXPECT_EQ(VLTCrushStep(k.in, 1.0, 1.0), k.out) << "sample " << k.in;
   EXPECT_EQ(VLTCrushStep(0.3, 0.0, 0.25), 0.25 * 1.0 + 0.75 * 0.3) << "destruction 0 adds the mix";
@@ -83,7 +83,6 @@ TEST(VLTChorus, LengthTurnsAt200AndAtItsUpperBound)
   }
   EXPECT_EQ(minLen, 200);
   EXPECT_EQ(maxLen, 305);
-
 }
 
 TEST(VLTReverb, ImpulseGivesTheKnownEchoes)
