@@ -3,17 +3,9 @@
 #include <cstring>
 #include <gtest/gtest.h>
 
-TEST(AppState, DefaultsAndComparisons)
+TEST(AppState, AudioAndMidiHalvesCompareApart)
 {
   AppState a;
-  EXPECT_STREQ(a.mAudioInDev, "Built-in Input");
-  EXPECT_STREQ(a.mAudioOutDev, "Built-in Output");
-  EXPECT_STREQ(a.mAudioSR, "44100");
-  EXPECT_STREQ(a.mAudioIOVS, "512");
-  EXPECT_STREQ(a.mAudioSigVS, "32");
-  EXPECT_EQ(a.mAudioOutChanR, 2);
-  EXPECT_STREQ(a.mMidiInDev, "off");
-
   AppState b = a;
   EXPECT_TRUE(AudioSettingsInStateAreEqual(&a, &b));
   EXPECT_TRUE(MIDISettingsInStateAreEqual(&a, &b));
