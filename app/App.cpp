@@ -29,7 +29,8 @@ void Init()
   TryToChangeAudioDriverType();
   ProbeAudioIO();
   gPluginInstance = (IPlugStandalone*)MakePlug(nullptr, &gState->mMidiOutChan);
-  TryToChangeAudio(); // without a device the application runs silent
+  gPluginInstance->RestorePreset(0); // every parameter in force before the stream starts
+  TryToChangeAudio();                // without a device the application runs silent
   sStatusTimer = g_timeout_add(100, OnStatusTimer, nullptr);
 }
 

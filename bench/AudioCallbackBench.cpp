@@ -13,6 +13,7 @@ static void BM_AudioCallback(benchmark::State& state)
   const unsigned int frames = 512;
   gState = new AppState;
   VELTRA* plug = (VELTRA*)MakePlug(nullptr, nullptr);
+  plug->RestorePreset(0);
   for (int i = 0; i < kNumOscillators; ++i)
   {
     plug->mOsc[i].mIncrement = 600.0 + 37.0 * i;

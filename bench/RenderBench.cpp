@@ -12,6 +12,7 @@ static void BM_RenderAllStages(benchmark::State& state)
 {
   const int block = 32;
   std::unique_ptr<VELTRA> plug((VELTRA*)MakePlug(nullptr, nullptr));
+  plug->RestorePreset(0);
   plug->SetBlockSize(block);
   plug->SetSampleRate(44100.0);
   plug->Reset();
@@ -24,7 +25,11 @@ static void BM_RenderAllStages(benchmark::State& state)
                   {kFilterResonance, 0.9}, {kLFODepth, 0.5},    {kLFORate, 0.005},          {kARDepth, 0.4},
                   {kChorusDepth, 0.4},     {kReverbDepth, 0.5}, {kReverbLength, 0.9},       {kOP1Waveform, 2},
                   {kOP2Waveform, 4}};
-  for (const auto& s : settings) plug->ApplyParam(s.param, s.value);
+  for (const auto& s : settings)
+  {
+    plug->GetParam(s.param)->Set(s.value);
+    plug->OnParamChange(s.param);
+  }
   for (int k = 0; k < 8; ++k)
   {
     IMidiMsg on(0, 0x90, (uint8_t)(48 + 3 * k), 100);

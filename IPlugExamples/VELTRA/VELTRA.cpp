@@ -1,9 +1,11 @@
 #include "VELTRA.h"
 
+#include "IGraphics.h"
 #include "IKeyboardControl.h"
 #include "VLTFilter.h"
 
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 
 namespace
@@ -15,25 +17,28 @@ constexpr int FourCC(char a, char b, char c, char d)
                ((unsigned)(unsigned char)c << 8) | (unsigned)(unsigned char)d);
 }
 
-// The parameter defaults, in slot order; the meter slots have none.
-constexpr double kDefaults[kNumParams] = {0,      2,    0.0, 0.4, 0.4, 1.0, 0.4, 1.0, // OP1
-                                          0,      2,    0.0, 0.4, 0.4, 1.0, 0.4, 1.0, // OP2
-                                          0.99,   0.25, 1.0,                          // filter
-                                          0.7,    0.7,  0.0,                          // AR envelope
-                                          0.0002, 2.0,  0.0,                          // LFO
-                                          1.0,                                        // synth mode: FM
-                                          0.0,    0.0,                                // AR and LFO meters
-                                          1.0,                                        // master volume
-                                          0.0,    0.0,                                // crusher
-                                          10.0,   0.0,  0.0,                          // PWM rate, depth, on
-                                          0.0,                                        // PWM meter
-                                          0.0,                                        // crusher before filter
-                                          0.0,    250,  0.0, 0.8,                     // chorus, reverb
-                                          0.001,  0.0,  0.0, 0.0}; // portamento, bend, portamento on, smoothing on
-
-// A bool parameter is on from half way; an int one is truncated toward zero.
+// Read as IParam::Bool() and IParam::Int() read: on from half way, and
+// truncated toward zero.
 bool AsBool(double v) { return v >= 0.5; }
 int AsInt(double v) { return (int)v; }
+
+void InitOperatorParams(IPlugBase* plug, int first, const char* op)
+{
+  char name[32];
+  auto named = [&](const char* what)
+  {
+    snprintf(name, sizeof(name), "%s %s", op, what);
+    return name;
+  };
+  plug->GetParam(first + 0)->InitInt(named("Waveform"), 0, 0, 8, "");
+  plug->GetParam(first + 1)->InitInt(named("Octave"), 2, 0, 4, "");
+  plug->GetParam(first + 2)->InitDouble(named("Tune"), 0.0, -1200.0, 1200.0, 1.0, "");
+  plug->GetParam(first + 3)->InitDouble(named("Attack"), 0.4, 0.4, 1.5, 0.01, "");
+  plug->GetParam(first + 4)->InitDouble(named("Decay"), 0.4, 0.4, 1.5, 0.01, "");
+  plug->GetParam(first + 5)->InitDouble(named("Sustain"), 1.0, 0.0, 1.0, 0.001, "");
+  plug->GetParam(first + 6)->InitDouble(named("Release"), 0.4, 0.4, 1.5, 0.01, "");
+  plug->GetParam(first + 7)->InitDouble(named("Volume"), 1.0, 0.0, 1.0, 0.001, "");
+}
 
 // The chorus bound is drawn anew at every change: rand() % 10 - 5 lies in
 // -5..+4. The generator is the C library's, unseeded, as it always was.
@@ -49,16 +54,67 @@ VELTRA::VELTRA(IPlugInstanceInfo instanceInfo)
                       FourCC('V', 'L', 'T', '1'), FourCC('Q', 'l', 'm', 'r'), 0, true, false, true, 0),
       mMidiQueue(1024)
 {
-  // Until presets exist, the defaults are put in force here, as restoring
-  // program 0 would; the start values above never make sound.
-  for (int i = 0; i < kNumParams; ++i) ApplyParam(i, kDefaults[i]);
+  InitOperatorParams(this, kOP1Waveform, "OP1");
+  InitOperatorParams(this, kOP2Waveform, "OP2");
+  GetParam(kFilterCutoff)->InitDouble("Filter Cutoff", 0.99, 0.01, 0.99, 0.001, "");
+  GetParam(kFilterResonance)->InitDouble("Filter Resonance", 0.25, 0.25, 0.998, 0.01, "");
+  GetParam(kFilterFeedback)->InitDouble("Filter Feedback", 1.0, 1.0, 2.0, 0.001, "");
+  GetParam(kARAttack)->InitDouble("AR Env. Attack", 0.7, 0.7, 1.5, 0.01, "");
+  GetParam(kARRelease)->InitDouble("AR Env. Release", 0.7, 0.7, 1.5, 0.01, "");
+  GetParam(kARDepth)->InitDouble("AR Env. Depth", 0.0, 0.0, 1.0, 0.001, "");
+  GetParam(kLFORate)->InitDouble("LFO Rate", 0.0002, 0.0002, 0.01, 0.0001, "");
+  GetParam(kLFOShape)->InitDouble("LFO Shape", 2.0, 2.0, 10.0, 0.01, "");
+  GetParam(kLFODepth)->InitDouble("LFO Depth", 0.0, 0.0, 1.0, 0.001, "");
+  GetParam(kSynthMode)->InitBool("Synth Mode", true, "");
+  GetParam(kMasterVolume)->InitDouble("Master Volume", 1.0, 0.0, 1.0, 0.01, "");
+  GetParam(kCrusherDestruction)->InitDouble("Crusher Destruction", 0.0, 0.0, 1.0, 0.01, "");
+  GetParam(kCrusherMix)->InitDouble("Crusher Mix", 0.0, 0.0, 1.0, 0.01, "");
+  GetParam(kPWMRate)->InitDouble("PWM Rate", 10.0, 10.0, 1000.0, 0.01, "");
+  GetParam(kPWMDepth)->InitDouble("PWM Depth", 0.0, 0.0, 1.0, 0.01, "");
+  GetParam(kPWMOn)->InitBool("PWM on off", false, "");
+  GetParam(kCrusherBeforeVCF)->InitBool("Crusher Before VCF", false, "");
+  GetParam(kChorusDepth)->InitDouble("Chorus Depth", 0.0, 0.0, 0.5, 0.01, "");
+  GetParam(kChorusSpeed)->InitInt("Chorus Speed", 250, 250, 650, "");
+  GetParam(kReverbDepth)->InitDouble("Reverb Depth", 0.0, 0.0, 1.0, 0.01, "");
+  GetParam(kReverbLength)->InitDouble("Reverb Length", 0.8, 0.4, 0.98, 0.001, "");
+  GetParam(kPortamento)->InitDouble("Portamento", 0.001, 0.001, 0.1, 0.001, "");
+  GetParam(kPitchBend)->InitDouble("Pitch Bend", 0.0, -1.0, 1.0, 0.01, "");
+  GetParam(kPortamentoOn)->InitBool("Portamento on off", false, "");
+  GetParam(kSmoothingOn)->InitBool("Smoothing on off", false, "");
+  // The three meter slots keep the blank parameter's kind and range.
+
+  // The start values above are not the parameters': restoring a program,
+  // which the application does before its stream starts, puts these in
+  // force through OnParamChange.
+  MakeDefaultPreset("-", kNumPrograms);
 }
 
 VELTRA::~VELTRA() {}
 
-double VELTRA::DefaultParamValue(int paramIdx)
+void VELTRA::OnParamChange(int paramIdx)
 {
-  return paramIdx >= 0 && paramIdx < kNumParams ? kDefaults[paramIdx] : 0.0;
+  IMutexLock lock(this);
+  if (IParam* param = GetParam(paramIdx)) ApplyParam(paramIdx, param->Value());
+}
+
+bool VELTRA::SerializeState(ByteChunk* chunk)
+{
+  IMutexLock lock(this);
+  return SerializeParams(chunk);
+}
+
+int VELTRA::UnserializeState(ByteChunk* chunk, int startPos)
+{
+  IMutexLock lock(this);
+  return UnserializeParams(chunk, startPos);
+}
+
+bool VELTRA::CompareState(const unsigned char*, int) { return true; }
+
+void VELTRA::PresetsChangedByHost()
+{
+  IMutexLock lock(this);
+  if (GetGUI()) GetGUI()->SetAllControlsDirty();
 }
 
 void VELTRA::Reset()
@@ -77,12 +133,10 @@ void VELTRA::SetKeyboard(IKeyboardControl* keyboard)
 
 void VELTRA::ApplyParam(int paramIdx, double value)
 {
-  IMutexLock lock(this);
   if (paramIdx >= kOP1Waveform && paramIdx <= kOP2Volume)
   {
     const int op = paramIdx >= kOP2Waveform ? 1 : 0;
     const int row = paramIdx - (op ? kOP2Waveform : kOP1Waveform);
-    if (row == kOP1Volume) mOperatorVolume[op] = value;
     for (int n = op; n < kNumOscillators; n += 2)
     {
       VLTOscillator& o = mOsc[n];
@@ -277,7 +331,7 @@ void VELTRA::NoteOnOff(IMidiMsg* msg)
       o.mPhase = 0.0;
       o.mGate = true;
       o.mKey = note;
-      o.mVelocityGain = velocity * 0.007874015748031496 * mOperatorVolume[op];
+      o.mVelocityGain = velocity * 0.007874015748031496 * GetParam(op ? kOP2Volume : kOP1Volume)->Value();
     }
     return;
   }

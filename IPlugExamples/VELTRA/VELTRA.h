@@ -92,6 +92,15 @@ public:
   explicit VELTRA(IPlugInstanceInfo instanceInfo);
   ~VELTRA() override;
 
+  // Thread of the change; takes the mutex. Puts one parameter in force.
+  void OnParamChange(int paramIdx) override;
+  // Any thread; take the mutex. The state is the parameter list alone.
+  bool SerializeState(ByteChunk* chunk) override;
+  int UnserializeState(ByteChunk* chunk, int startPos) override;
+  // Always a match: nothing to compare.
+  bool CompareState(const unsigned char* incomingState, int startPos) override;
+  // GUI thread; takes the mutex. The panel catches up after a restore.
+  void PresetsChangedByHost() override;
   // Main thread, while no stream runs; takes the mutex. Only later note-ons
   // see the new sample rate, so sounding notes keep their pitch.
   void Reset() override;
@@ -111,12 +120,6 @@ public:
   // Main thread, before the panel exists: the keyboard control whose key the
   // render loop polls. Null for none.
   void SetKeyboard(IKeyboardControl* keyboard);
-
-  // Puts a real parameter value in force: the mapping from each of the 44
-  // slots to the fields that the render loop reads. Takes the mutex.
-  void ApplyParam(int paramIdx, double value);
-  // The default value of each slot; meter slots read 0.0.
-  static double DefaultParamValue(int paramIdx);
 
   IGraphics* mPanel = nullptr;
   IKeyboardControl* mKeyboard = nullptr;
@@ -162,14 +165,15 @@ public:
   double mSampleRate = 44100.0;
 
 private:
+  // Puts a real parameter value in force: the mapping from each of the 44
+  // slots to the fields that the render loop reads. Caller holds the mutex.
+  void ApplyParam(int paramIdx, double value);
   void PollScreenKeyboard();
   void ControlTick();
   // Shows a value on one of the panel's meters; nothing while no panel is
   // attached (the offline renderer, and the application before its window).
   void SetMeter(int controlIdx, double value);
   void SetBendOnAllOscillators();
-  // The operator volumes are read at note-on, as the parameters stand.
-  double mOperatorVolume[2] = {1.0, 1.0};
 };
 
 // The one place where the instrument is made; serialised by a static mutex

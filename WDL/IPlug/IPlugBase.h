@@ -1,13 +1,17 @@
 #pragma once
-// The base of every instrument: channel bookkeeping with scratch buffers, the
-// process frame, and the mutex that orders audio, GUI and MIDI work.
+// The base of every instrument: parameters, the preset bank, channel
+// bookkeeping with scratch buffers, the process frame, the attached GUI and
+// the mutex that orders audio, GUI and MIDI work. The plug-in mutex is
+// recursive: handlers that run under it may take it again.
 
+#include "Hosts.h"
+#include "IParam.h"
 #include "IPlugStructs.h"
 
-#include "../heapbuf.h"
 #include "../mutex.h"
 #include "../ptrlist.h"
-#include "../wdlstring.h"
+
+class IGraphics;
 
 enum EAPI
 {
@@ -29,43 +33,145 @@ public:
   IPlugBase(const IPlugBase&) = delete;
   IPlugBase& operator=(const IPlugBase&) = delete;
 
-  // Main thread, while no stream runs (the audio engine's set-up). Takes the
-  // mutex and does nothing else by default.
+  // Virtual operations, in slot order.
+
+  // Main thread, while no stream runs. Takes the mutex.
   virtual void Reset();
-  // Main or MIDI thread, under the mutex. Takes the mutex by default.
+  // Thread of the change, under the mutex. Takes the mutex.
   virtual void OnParamChange(int paramIdx);
   // Audio thread, with the mutex held by the caller. Copies inputs to
   // outputs and zeroes the outputs that have no input.
   virtual void ProcessDoubleReplacing(double** inputs, double** outputs, int nFrames);
-  // MIDI thread. Messages from outside; the default lets them pass through
-  // to the MIDI output once there is one, and drops them until then.
+  // GUI thread.
+  virtual void OnGUIOpen() {}
+  virtual void OnGUIClose() {}
+  virtual void OnIdle() {}
+  // Main thread. Takes the mutex.
+  virtual void OnActivate(bool active);
+  // MIDI thread. By default MIDI passes through to the output.
   virtual void ProcessMidiMsg(IMidiMsg* msg);
+  virtual void ProcessSysEx(ISysEx*) {}
+  virtual bool MidiNoteName(int noteNumber, char* rName);
+  // Any thread; take the mutex. The parameter list of the chunk format.
+  virtual bool SerializeState(ByteChunk* chunk) { return SerializeParams(chunk); }
+  virtual int UnserializeState(ByteChunk* chunk, int startPos) { return UnserializeParams(chunk, startPos); }
+  virtual bool CompareState(const unsigned char* incomingState, int startPos);
+  // GUI thread.
+  virtual void OnWindowResize() {}
+  virtual bool HostRequestingAboutBox() { return false; }
+  virtual void OnHostIdentified() {}
+  virtual bool PopupHostContextMenuForParam(int, int, int) { return false; }
+  // GUI thread. Under the mutex: sets the parameter, tells the host, then
+  // runs OnParamChange, so a change lands between two audio blocks.
+  virtual void SetParameterFromGUI(int idx, double normalizedValue);
+  // Host-facing operations that each adapter supplies.
+  virtual void BeginInformHostOfParamChange(int idx) = 0;
+  virtual void InformHostOfParamChange(int idx, double normalizedValue) = 0;
+  virtual void EndInformHostOfParamChange(int idx) = 0;
+  virtual void InformHostOfProgramChange() = 0;
+  virtual bool IsRenderingOffline() { return false; }
+  virtual int GetSamplePos() = 0;
+  virtual double GetTempo() = 0;
+  virtual void GetTimeSig(int* numerator, int* denominator) = 0;
+  virtual void GetTime(ITimeInfo* timeInfo) = 0;
+  virtual EHost GetHost() { return mHost; }
+  virtual EAPI GetAPI() { return mAPI; }
+  virtual void ResizeGraphics(int w, int h) = 0;
+  virtual void HostSpecificInit() {}
+  // GUI thread. Takes the mutex; the plug-in owns the GUI from here on.
+  virtual void AttachGraphics(IGraphics* graphics);
+  virtual void SetLatency(int samples);
+  virtual bool SendMidiMsg(IMidiMsg* msg) = 0;
+  virtual bool SendSysEx(ISysEx*) { return false; }
+  // GUI thread: every parameter's real value to the controls.
+  virtual void RedrawParamControls();
+  virtual void DirtyPTCompareState() {}
+  virtual void PresetsChangedByHost() {}
   // Main thread, while no stream runs. Resizes and zeroes the scratch
   // buffers; the audio layer never asks for more frames in one call.
   virtual void SetBlockSize(int blockSize);
 
-  void SetSampleRate(double sampleRate) { mSampleRate = sampleRate; }
-  double GetSampleRate() const { return mSampleRate; }
-  int GetBlockSize() const { return mBlockSize; }
+  // Reads.
   int NInChannels() const { return mInChannels.GetSize(); }
   int NOutChannels() const { return mOutChannels.GetSize(); }
+  IGraphics* GetGUI() const { return mGraphics; }
   bool DoesMIDI() const { return mDoesMIDI; }
   bool DoesStateChunks() const { return mStateChunks; }
   bool IsInst() const { return mIsInst; }
+  IParam* GetParam(int idx) const { return mParams.Get(idx); }
+  int NParams() const { return mParams.GetSize(); }
+  int NPresets() const { return mPresets.GetSize(); }
+  double GetSampleRate() const { return mSampleRate; }
+  int GetBlockSize() const { return mBlockSize; }
   int GetUniqueID() const { return mUniqueID; }
   int GetMfrID() const { return mMfrID; }
+  int GetCurrentPresetIdx() const { return mCurrentPresetIdx; }
   int GetLatency() const { return mLatency; }
-  EAPI GetAPI() const { return mAPI; }
   const char* GetEffectName() const { return mEffectName; }
   const char* GetProductName() const { return mProductName; }
   const char* GetMfrName() const { return mMfrName; }
-  int GetVersion() const { return mVersion; }
+  const char* GetAPIString();
+  const char* GetArchString() { return "x86"; }
 
+  // Channels and buffers.
   bool IsInChannelConnected(int chIdx) const;
   bool IsOutChannelConnected(int chIdx) const;
+  void SetSampleRate(double sampleRate) { mSampleRate = sampleRate; }
+  double GetSamplesPerBeat();
   bool LegalIO(int nIn, int nOut) const;
+  void LimitToStereoIO();
   void SetInputChannelConnections(int idx, int n, bool connected);
   void SetOutputChannelConnections(int idx, int n, bool connected);
+  void AttachInputBuffers(int idx, int n, double** ppData, int nFrames);
+  void AttachInputBuffers(int idx, int n, float** ppData, int nFrames);
+  void AttachOutputBuffers(int idx, int n, double** ppData);
+  void AttachOutputBuffers(int idx, int n, float** ppData);
+  void PassThroughBuffers(double sampleType, int nFrames);
+  void PassThroughBuffers(float sampleType, int nFrames);
+  void ProcessBuffers(double sampleType, int nFrames);
+  void ProcessBuffers(float sampleType, int nFrames);
+  void ProcessBuffersAccumulating(float sampleType, int nFrames);
+  void ZeroScratchBuffers();
+  void SetInputLabel(int idx, const char* label);
+  void SetOutputLabel(int idx, const char* label);
+  void SetInputBusLabel(int idx, const char* label);
+  void SetOutputBusLabel(int idx, const char* label);
+
+  // Parameters.
+  void OnParamReset();
+  void DirtyParameters();
+  bool SendMidiMsgs(WDL_TypedBuf<IMidiMsg>* msgs);
+
+  // Versions and host.
+  int GetEffectVersion(bool decimal);
+  void GetEffectVersionStr(char* str);
+  int GetHostVersion(bool decimal);
+  void GetHostVersionStr(char* str);
+  void SetHost(const char* host, int version);
+
+  // Chunks.
+  void InitChunkWithIPlugVer(ByteChunk* chunk);
+  int GetIPlugVerFromChunk(ByteChunk* chunk, int* position);
+  bool SerializeParams(ByteChunk* chunk);
+  int UnserializeParams(ByteChunk* chunk, int startPos);
+
+  // The preset bank.
+  void MakeDefaultPreset(const char* name, int nPresets);
+  void MakePreset(const char* name, ...);
+  void MakePresetFromNamedParams(const char* name, int nParamsNamed, ...);
+  void MakePresetFromChunk(const char* name, ByteChunk* chunk);
+  void MakePresetFromBlob(const char* name, const char* blob, int sizeOfChunk);
+  void EnsureDefaultPreset();
+  void PruneUninitializedPresets();
+  bool RestorePreset(int idx);
+  bool RestorePreset(const char* name);
+  const char* GetPresetName(int idx);
+  void ModifyCurrentPreset(const char* name = nullptr);
+  bool SerializePresets(ByteChunk* chunk);
+  int UnserializePresets(ByteChunk* chunk, int startPos);
+  void DumpPresetSrcCode(const char* filename, const char** paramEnumNames);
+  void DumpPresetBlob(const char* filename);
+  void DumpBankBlob(const char* filename);
 
   // A scope guard on the plug-in's recursive mutex.
   class IMutexLock
@@ -107,14 +213,29 @@ protected:
   int mMfrID;
   int mVersion;
   EAPI mAPI;
+  EHost mHost = kHostUninit;
+  int mHostVersion = 0;
   bool mStateChunks;
   bool mIsInst;
   bool mDoesMIDI;
+  bool mIsBypassed = false;
+  int mCurrentPresetIdx = 0;
   double mSampleRate = 44100.0;
   int mBlockSize = 0;
   int mLatency;
+  int mTailSize = 0;
+  NChanDelayLine* mDelay = nullptr;
+  WDL_PtrList<const char> mParamGroups;
+  IGraphics* mGraphics = nullptr;
+  WDL_PtrList<IParam> mParams;
+  WDL_PtrList<IPreset> mPresets;
   WDL_TypedBuf<double*> mInData;
   WDL_TypedBuf<double*> mOutData;
   WDL_PtrList<InChannel> mInChannels;
   WDL_PtrList<OutChannel> mOutChannels;
+  WDL_PtrList<WDL_String> mInputBusLabels;
+  WDL_PtrList<WDL_String> mOutputBusLabels;
 };
+
+IPreset* GetNextUninitializedPreset(WDL_PtrList<IPreset>* presets);
+void MakeDefaultUserPresetName(WDL_PtrList<IPreset>* presets, char* str);

@@ -1,5 +1,11 @@
 #include "IPlugStandalone.h"
 
+#include "IGraphics.h"
+
+#include <vector>
+
+IPlugStandalone::MidiSendFunc IPlugStandalone::sMidiSend = nullptr;
+
 IPlugStandalone::IPlugStandalone(IPlugInstanceInfo instanceInfo, int nParams, const char* channelIOStr, int nPresets,
                                  const char* effectName, const char* productName, const char* mfrName,
                                  int vendorVersion, int uniqueID, int mfrID, int latency, bool plugDoesMidi,
@@ -11,6 +17,33 @@ IPlugStandalone::IPlugStandalone(IPlugInstanceInfo instanceInfo, int nParams, co
   SetInputChannelConnections(0, NInChannels(), true);
   SetOutputChannelConnections(0, NOutChannels(), true);
   SetBlockSize(1024);
+  SetHost("standalone", vendorVersion);
   mMidiOutChan = instanceInfo.mMidiOutChan;
   mMidiOut = instanceInfo.mRTMidiOut;
+}
+
+void IPlugStandalone::ResizeGraphics(int, int)
+{
+  // The window follows the GUI's size once the window layer hosts one.
+  if (!GetGUI()) return;
+  OnWindowResize();
+}
+
+bool IPlugStandalone::SendMidiMsg(IMidiMsg* msg)
+{
+  if (!DoesMIDI()) return false;
+  IMidiMsg copy = *msg;
+  const unsigned short chan = mMidiOutChan ? *mMidiOutChan : 0;
+  if (chan > 0) copy.mStatus = (uint8_t)((chan - 1) | (copy.StatusMsg() << 4));
+  // Always three bytes, also for messages with fewer data bytes.
+  const unsigned char bytes[3] = {copy.mStatus, copy.mData1, copy.mData2};
+  if (sMidiSend && mMidiOut) sMidiSend(mMidiOut, bytes, 3);
+  return true;
+}
+
+bool IPlugStandalone::SendSysEx(ISysEx* msg)
+{
+  if (!mMidiOut) return false;
+  if (sMidiSend) sMidiSend(mMidiOut, msg->mData, msg->mSize > 0 ? (size_t)msg->mSize : 0);
+  return true;
 }

@@ -2,6 +2,7 @@
 
 #include <cassert>
 #include <cstddef>
+#include <cstring>
 
 void IMidiMsg::MakeNoteOnMsg(int noteNumber, int velocity, int offset, int channel)
 {
@@ -119,4 +120,46 @@ char* SysExStr(char* str, int maxlen, const unsigned char* pData, int size)
   }
   p[-1] = 0; // the last blank becomes the terminator
   return str;
+}
+
+IPreset::IPreset(int) { strcpy(mName, "empty"); }
+
+NChanDelayLine::NChanDelayLine(int nInputChans, int nOutputChans)
+    : mBuffer(4096), mNumInChans(nInputChans), mNumOutChans(nOutputChans)
+{
+}
+
+void NChanDelayLine::SetDelayTime(int samples)
+{
+  mDTSamples = samples > 0 ? samples : 0;
+  mBuffer.Resize(mNumInChans * mDTSamples);
+  mWriteAddress = 0;
+  ClearBuffer();
+}
+
+void NChanDelayLine::ClearBuffer()
+{
+  if (mBuffer.Get()) memset(mBuffer.Get(), 0, (size_t)mBuffer.GetSize() * sizeof(double));
+}
+
+void NChanDelayLine::ProcessBlock(double** inputs, double** outputs, int nFrames)
+{
+  const int nChans = mNumInChans < mNumOutChans ? mNumInChans : mNumOutChans;
+  double* buf = mBuffer.Get();
+  if (!mDTSamples || !buf)
+  {
+    for (int c = 0; c < nChans; ++c) memcpy(outputs[c], inputs[c], (size_t)nFrames * sizeof(double));
+    return;
+  }
+  for (int s = 0; s < nFrames; ++s)
+  {
+    for (int c = 0; c < nChans; ++c)
+    {
+      double* slot = buf + c * mDTSamples + mWriteAddress;
+      const double in = inputs[c][s];
+      outputs[c][s] = *slot;
+      *slot = in;
+    }
+    mWriteAddress = (mWriteAddress + 1) % mDTSamples;
+  }
 }

@@ -86,3 +86,38 @@ const char* StatusMsgStr(IMidiMsg::EStatusMsg msg);
 // The hexadecimal text of a message, "F0 01 02", cut at whole bytes to fit
 // maxlen (at least 3) characters with the terminator.
 char* SysExStr(char* str, int maxlen, const unsigned char* pData, int size);
+
+#include "ByteChunk.h"
+
+// Transport information a host may give; nothing in the standalone reads it.
+struct ITimeInfo
+{
+};
+
+// One program slot: a name and a serialised state. A slot never filled has
+// no state, and takes the plug-in's state the first time it is selected.
+struct IPreset
+{
+  bool mInitialized = false;
+  char mName[256];
+  ByteChunk mChunk;
+
+  explicit IPreset(int idx);
+};
+
+// A delay of mDTSamples samples over channels stored one after the other in
+// one buffer, for latency compensation of pass-through audio.
+class NChanDelayLine
+{
+public:
+  NChanDelayLine(int nInputChans = 2, int nOutputChans = 2);
+  void SetDelayTime(int samples);
+  void ClearBuffer();
+  void ProcessBlock(double** inputs, double** outputs, int nFrames);
+
+private:
+  WDL_TypedBuf<double> mBuffer;
+  int mWriteAddress = 0;
+  int mNumInChans, mNumOutChans;
+  int mDTSamples = 0;
+};

@@ -12,12 +12,19 @@ public:
   explicit VeltraRig(int blockSize = 32, double sampleRate = 44100.0)
       : mPlug((VELTRA*)MakePlug(nullptr, nullptr)), mBlockSize(blockSize)
   {
+    mPlug->RestorePreset(0); // as the application does before its stream starts
     mPlug->SetBlockSize(blockSize);
     mPlug->SetSampleRate(sampleRate);
     mPlug->Reset();
   }
 
-  void Set(int param, double value) { mPlug->ApplyParam(param, value); }
+  // A real value through the road of a state restore.
+  void Set(int param, double value)
+  {
+    IPlugBase::IMutexLock lock(mPlug.get());
+    mPlug->GetParam(param)->Set(value);
+    mPlug->OnParamChange(param);
+  }
   void Midi(uint8_t status, uint8_t d1, uint8_t d2 = 0, int offset = 0)
   {
     IMidiMsg m(offset, status, d1, d2);

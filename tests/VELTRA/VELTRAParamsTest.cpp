@@ -1,0 +1,88 @@
+#include "VELTRATestUtil.h"
+
+#include <gtest/gtest.h>
+
+TEST(VELTRAParams, IdentityAndFactoryPresets)
+{
+  VeltraRig rig;
+  VELTRA& p = *rig.mPlug;
+  EXPECT_EQ(p.NParams(), kNumParams);
+  EXPECT_EQ(p.NPresets(), 8);
+  for (int i = 0; i < 8; ++i) EXPECT_STREQ(p.GetPresetName(i), "-");
+  EXPECT_TRUE(p.CompareState(nullptr, 0));
+  EXPECT_EQ(p.GetUniqueID(), 0x564C5431) << "VLT1";
+  EXPECT_EQ(p.GetMfrID(), 0x516C6D72) << "Qlmr";
+  EXPECT_STREQ(p.GetMfrName(), "QuillmoorInstruments");
+  EXPECT_STREQ(p.GetParam(kLFORate)->GetNameForHost(), "LFO Rate");
+  EXPECT_STREQ(p.GetParam(kOP2Release)->GetNameForHost(), "OP2 Release");
+  EXPECT_EQ(p.GetParam(kARMeter)->Type(), IParam::kTypeNone);
+  EXPECT_EQ(p.mResonance, 0.25) << "program 0 put the defaults in force";
+  EXPECT_TRUE(p.mFMMode);
+}
+
+TEST(VELTRAParams, TuneOctaveAndWaveformRows)
+{
+  VeltraRig rig;
+  VELTRA& p = *rig.mPlug;
+  rig.Set(kOP1Tune, 1200.0);
+  EXPECT_EQ(p.mOsc[0].mTune, 8.0) << "octave 2 plus 1200 cents is octave 3";
+  rig.Set(kOP1Octave, 0.0);
+  rig.Set(kOP1Tune, -1200.0);
+  EXPECT_EQ(p.mOsc[14].mTune, 0.5);
+  EXPECT_EQ(p.mOsc[1].mTune, 4.0) << "OP2 untouched";
+  rig.Set(kOP2Tune, 99.9);
+  EXPECT_EQ(p.mOsc[1].mCents, 99) << "tune is read with Int()";
+
+  rig.Set(kOP2Waveform, 3.0);
+  for (int i = 0; i < kNumOscillators; ++i) EXPECT_EQ(p.mOsc[i].mWave, i % 2 ? vlt_pulse : vlt_sine) << i;
+}
+
+TEST(VELTRAParams, ChorusBoundsAreDrawnAroundTheSpeed)
+{
+  VeltraRig rig;
+  for (int k = 0; k < 50; ++k)
+  {
+    rig.Set(kChorusSpeed, 650.0);
+    EXPECT_GE(rig.mPlug->mChorusL.mMaxLength, 645);
+    EXPECT_LE(rig.mPlug->mChorusL.mMaxLength, 654);
+    EXPECT_GE(rig.mPlug->mChorusR.mMaxLength, 645);
+    EXPECT_LE(rig.mPlug->mChorusR.mMaxLength, 654);
+  }
+}
+
+TEST(VELTRAParams, VolumeDuringAHeldNoteReplacesTheVelocityTerm)
+{
+  VeltraRig rig;
+  rig.NoteOn(60, 32);
+  rig.Render(32);
+  EXPECT_NEAR(rig.mPlug->mOsc[0].mVelocityGain, 32.0 / 127.0, 1e-12);
+  rig.Set(kOP1Volume, 0.9);
+  EXPECT_EQ(rig.mPlug->mOsc[0].mVelocityGain, 0.9) << "a soft note jumps to the bare volume";
+  EXPECT_NEAR(rig.mPlug->mOsc[1].mVelocityGain, 32.0 / 127.0, 1e-12);
+  rig.NoteOn(62, 127);
+  rig.Render(32);
+  EXPECT_EQ(rig.mPlug->mOsc[2].mVelocityGain, 0.9) << "velocity 127 gives exactly the volume";
+}
+
+TEST(VELTRAParams, StoredStateReproducesEveryValue)
+{
+  VeltraRig rig;
+  VELTRA& p = *rig.mPlug;
+  for (int i = 0; i < kNumParams; ++i)
+  {
+    IParam* param = p.GetParam(i);
+    double lo, hi;
+    param->GetBounds(&lo, &hi);
+    param->Set(lo + (hi - lo) * ((i * 37) % 100) / 100.0);
+  }
+  ByteChunk state;
+  ASSERT_TRUE(p.SerializeState(&state));
+  EXPECT_EQ(state.Size(), kNumParams * 8);
+  std::vector<double> saved;
+  for (int i = 0; i < kNumParams; ++i) saved.push_back(p.GetParam(i)->Value());
+
+  VeltraRig other;
+  EXPECT_EQ(other.mPlug->UnserializeState(&state, 0), kNumParams * 8);
+  for (int i = 0; i < kNumParams; ++i) EXPECT_EQ(other.mPlug->GetParam(i)->Value(), saved[i]) << "param " << i;
+  EXPECT_EQ(other.mPlug->mResonance, saved[kFilterResonance]) << "OnParamChange ran for every slot";
+}
