@@ -2,9 +2,13 @@
 
 #include "AppState.h"
 #include "AudioEngine.h"
+#include "MidiEngine.h"
+#include "Settings.h"
 #include "VELTRA.h"
 
 #include <glib.h>
+
+HWND gHWND = nullptr;
 
 namespace
 {
@@ -16,11 +20,12 @@ gboolean OnStatusTimer(gpointer)
   return G_SOURCE_CONTINUE;
 }
 
-void Load()
+int Load()
 {
   gState = new AppState;
   gTempState = new AppState;
   gActiveState = new AppState;
+  return LoadSettings();
 }
 } // namespace
 
@@ -28,9 +33,13 @@ void Init()
 {
   TryToChangeAudioDriverType();
   ProbeAudioIO();
-  gPluginInstance = (IPlugStandalone*)MakePlug(nullptr, &gState->mMidiOutChan);
+  InitialiseMidi();
+  ProbeMidiIO();
+  gPluginInstance = (IPlugStandalone*)MakePlug(gMidiOut, &gState->mMidiOutChan);
   gPluginInstance->RestorePreset(0); // every parameter in force before the stream starts
-  TryToChangeAudio();                // without a device the application runs silent
+  ChooseMidiInput(gState->mMidiInDev);
+  ChooseMidiOutput(gState->mMidiOutDev);
+  TryToChangeAudio(); // without a device the application runs silent
   sStatusTimer = g_timeout_add(100, OnStatusTimer, nullptr);
 }
 
@@ -41,7 +50,11 @@ void Cleanup()
     g_source_remove(sStatusTimer);
     sStatusTimer = 0;
   }
+  // Audio stops and MIDI input is cut before the instrument goes; the
+  // instrument goes before the settings it points into and the MIDI output
+  // it holds. Each step is safe when its part never started.
   StopAudio();
+  StopMidi();
   CloseAudio();
   ReportStreamStatus();
 
@@ -53,24 +66,36 @@ void Cleanup()
   delete gActiveState;
   gState = gTempState = gActiveState = nullptr;
 
+  DeleteMidi();
   DeleteAudioDriver();
+  FreeSettingsPath();
 }
 
-INT_PTR SWELLAppMain(int msg, INT_PTR parm1, INT_PTR parm2)
+INT_PTR SWELLAppMain(int msg, INT_PTR parm1, INT_PTR)
 {
-  (void)parm1;
-  (void)parm2;
   switch (msg)
   {
   case APPMSG_LOAD:
-    Load();
-    return 0;
+    return Load();
   case APPMSG_LAUNCHED:
     Init();
     return 0;
   case APPMSG_TERMINATING:
+    if (gHWND) DestroyWindow(gHWND);
+    gHWND = nullptr;
     Cleanup();
     return 0;
+  case APPMSG_SYS_MENU_COMMAND:
+    if (gHWND && parm1) SendMessage(gHWND, WM_COMMAND, parm1, 0);
+    return 0;
+  // The quit goes on; files, new documents, keys and activation are not
+  // handled.
+  case APPMSG_SHOULD_TERMINATE:
+  case APPMSG_OPEN_FILE:
+  case APPMSG_OPEN_UNTITLED:
+  case APPMSG_SHOULD_OPEN_UNTITLED:
+  case APPMSG_KEY_EVENT:
+  case APPMSG_ACTIVATE:
   default:
     return 0;
   }

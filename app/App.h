@@ -3,6 +3,10 @@
 // start-up and shut-down order. All of it runs on the main thread.
 
 #include "swell-appmain.h"
+#include "swell-wnd.h"
+
+// The main window; null while none is open.
+extern HWND gHWND;
 
 INT_PTR SWELLAppMain(int msg, INT_PTR parm1, INT_PTR parm2);
 

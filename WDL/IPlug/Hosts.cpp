@@ -11,16 +11,32 @@ const struct
 {
   const char* keyword;
   EHost host;
-} kHostKeywords[] = {
-  {"cubase", kHostCubase},         {"reaper", kHostReaper},         {"nuendo", kHostNuendo},
-  {"cakewalk", kHostSonar},        {"samplitude", kHostSamplitude}, {"fruity", kHostFL},
-  {"live", kHostAbletonLive},      {"melodyne", kHostMelodyneStudio}, {"vstmanlib", kHostVSTScanner},
-  {"aulab", kHostAULab},           {"garageband", kHostGarageBand}, {"forte", kHostForte},
-  {"chainer", kHostChainer},       {"audition", kHostAudition},     {"orion", kHostOrion},
-  {"sawstudio", kHostSAWStudio},   {"logic", kHostLogic},           {"digital", kHostDigitalPerformer},
-  {"audiomulch", kHostAudioMulch}, {"presonus", kHostStudioOne},    {"vst3plugintesthost", kHostVST3TestHost},
-  {"protools", kHostProTools},     {"ardour", kHostArdour},         {"openmpt", kHostOpenMPT},
-  {"renoise", kHostRenoise},       {"standalone", kHostStandalone}};
+} kHostKeywords[] = {{"cubase", kHostCubase},
+                     {"reaper", kHostReaper},
+                     {"nuendo", kHostNuendo},
+                     {"cakewalk", kHostSonar},
+                     {"samplitude", kHostSamplitude},
+                     {"fruity", kHostFL},
+                     {"live", kHostAbletonLive},
+                     {"melodyne", kHostMelodyneStudio},
+                     {"vstmanlib", kHostVSTScanner},
+                     {"aulab", kHostAULab},
+                     {"garageband", kHostGarageBand},
+                     {"forte", kHostForte},
+                     {"chainer", kHostChainer},
+                     {"audition", kHostAudition},
+                     {"orion", kHostOrion},
+                     {"sawstudio", kHostSAWStudio},
+                     {"logic", kHostLogic},
+                     {"digital", kHostDigitalPerformer},
+                     {"audiomulch", kHostAudioMulch},
+                     {"presonus", kHostStudioOne},
+                     {"vst3plugintesthost", kHostVST3TestHost},
+                     {"protools", kHostProTools},
+                     {"ardour", kHostArdour},
+                     {"openmpt", kHostOpenMPT},
+                     {"renoise", kHostRenoise},
+                     {"standalone", kHostStandalone}};
 } // namespace
 
 void ToLower(char* cDest, const char* cSrc)
@@ -44,33 +60,86 @@ void GetHostNameStr(EHost host, char* rHostName)
   const char* name = "Unknown";
   switch (host)
   {
-  case kHostReaper: name = "Reaper"; break;
-  case kHostProTools: name = "ProTools"; break;
-  case kHostCubase: name = "Cubase"; break;
-  case kHostNuendo: name = "Nuendo"; break;
-  case kHostSonar: name = "Sonar"; break;
-  case kHostVegas: name = "Vegas"; break;
-  case kHostFL: name = "FLStudio"; break;
-  case kHostSamplitude: name = "Samplitude"; break;
-  case kHostAbletonLive: name = "Live"; break;
-  case kHostVSTScanner: name = "VSTScanner"; break;
-  case kHostAULab: name = "AULab"; break;
-  case kHostForte: name = "Forte"; break;
-  case kHostChainer: name = "Chainer"; break;
-  case kHostAudition: name = "Audition"; break;
-  case kHostOrion: name = "Orion"; break;
-  case kHostSAWStudio: name = "SAWStudio"; break;
-  case kHostLogic: name = "Logic"; break;
-  case kHostGarageBand: name = "GarageBand"; break;
-  case kHostDigitalPerformer: name = "DigitalPerformer"; break;
-  case kHostStandalone: name = "Standalone"; break;
-  case kHostAudioMulch: name = "AudioMulch"; break;
-  case kHostStudioOne: name = "StudioOne"; break;
-  case kHostVST3TestHost: name = "VST3PluginTestHost"; break;
-  case kHostArdour: name = "Ardour"; break;
-  case kHostRenoise: name = "Renoise"; break;
-  case kHostOpenMPT: name = "OpenMPT"; break;
-  default: break; // Melodyne too reads "Unknown"
+  case kHostReaper:
+    name = "Reaper";
+    break;
+  case kHostProTools:
+    name = "ProTools";
+    break;
+  case kHostCubase:
+    name = "Cubase";
+    break;
+  case kHostNuendo:
+    name = "Nuendo";
+    break;
+  case kHostSonar:
+    name = "Sonar";
+    break;
+  case kHostVegas:
+    name = "Vegas";
+    break;
+  case kHostFL:
+    name = "FLStudio";
+    break;
+  case kHostSamplitude:
+    name = "Samplitude";
+    break;
+  case kHostAbletonLive:
+    name = "Live";
+    break;
+  case kHostVSTScanner:
+    name = "VSTScanner";
+    break;
+  case kHostAULab:
+    name = "AULab";
+    break;
+  case kHostForte:
+    name = "Forte";
+    break;
+  case kHostChainer:
+    name = "Chainer";
+    break;
+  case kHostAudition:
+    name = "Audition";
+    break;
+  case kHostOrion:
+    name = "Orion";
+    break;
+  case kHostSAWStudio:
+    name = "SAWStudio";
+    break;
+  case kHostLogic:
+    name = "Logic";
+    break;
+  case kHostGarageBand:
+    name = "GarageBand";
+    break;
+  case kHostDigitalPerformer:
+    name = "DigitalPerformer";
+    break;
+  case kHostStandalone:
+    name = "Standalone";
+    break;
+  case kHostAudioMulch:
+    name = "AudioMulch";
+    break;
+  case kHostStudioOne:
+    name = "StudioOne";
+    break;
+  case kHostVST3TestHost:
+    name = "VST3PluginTestHost";
+    break;
+  case kHostArdour:
+    name = "Ardour";
+    break;
+  case kHostRenoise:
+    name = "Renoise";
+    break;
+  case kHostOpenMPT:
+    name = "OpenMPT";
+    break;
+  default:
+    break; // Melodyne too reads "Unknown"
   }
   strcpy(rHostName, name);
 }

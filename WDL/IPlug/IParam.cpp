@@ -7,10 +7,7 @@
 namespace
 {
 // Names, labels and texts are fixed arrays of 32: longer ones are cut.
-void CopyText(char* dest, const char* src)
-{
-  snprintf(dest, 32, "%s", src ? src : "");
-}
+void CopyText(char* dest, const char* src) { snprintf(dest, 32, "%s", src ? src : ""); }
 } // namespace
 
 double FromNormalizedParam(double normalized, double min, double max, double shape)
@@ -23,15 +20,9 @@ double ToNormalizedParam(double nonNormalized, double min, double max, double sh
   return pow((nonNormalized - min) / (max - min), 1.0 / shape);
 }
 
-double DBToAmp(double dB)
-{
-  return exp(dB * 0.1151292546497);
-}
+double DBToAmp(double dB) { return exp(dB * 0.1151292546497); }
 
-IParam::IParam() : mDisplayTexts(4096)
-{
-  mName[0] = mLabel[0] = mParamGroup[0] = 0;
-}
+IParam::IParam() : mDisplayTexts(4096) { mName[0] = mLabel[0] = mParamGroup[0] = 0; }
 
 void IParam::InitBool(const char* name, bool defaultVal, const char* label, const char* group)
 {
@@ -47,8 +38,7 @@ void IParam::InitEnum(const char* name, int defaultVal, int nEnums, const char* 
   InitInt(name, defaultVal, 0, nEnums - 1, label, group);
 }
 
-void IParam::InitInt(const char* name, int defaultVal, int minVal, int maxVal, const char* label,
-                     const char* group)
+void IParam::InitInt(const char* name, int defaultVal, int minVal, int maxVal, const char* label, const char* group)
 {
   if (mType == kTypeNone) mType = kTypeInt;
   InitDouble(name, (double)defaultVal, (double)minVal, (double)maxVal, 1.0, label, group, 1.0);
@@ -106,10 +96,7 @@ double IParam::GetNormalized(double nonNormalized) const
   return ToNormalizedParam(v, mMin, mMax, mShape);
 }
 
-double IParam::GetNonNormalized(double normalized) const
-{
-  return FromNormalizedParam(normalized, mMin, mMax, mShape);
-}
+double IParam::GetNonNormalized(double normalized) const { return FromNormalizedParam(normalized, mMin, mMax, mShape); }
 
 void IParam::GetDisplayForHost(double value, bool normalized, char* rDisplay, bool withDisplayText) const
 {
@@ -159,7 +146,4 @@ bool IParam::MapDisplayText(const char* str, int* value) const
   return false;
 }
 
-const char* IParam::GetLabelForHost() const
-{
-  return *GetDisplayText((int)mValue) ? "" : mLabel;
-}
+const char* IParam::GetLabelForHost() const { return *GetDisplayText((int)mValue) ? "" : mLabel; }

@@ -14,10 +14,7 @@
 namespace
 {
 // Preset names are fixed arrays of 256: longer ones are cut.
-void CopyPresetName(char* dest, const char* src)
-{
-  snprintf(dest, 256, "%s", src);
-}
+void CopyPresetName(char* dest, const char* src) { snprintf(dest, 256, "%s", src); }
 
 // A named value equal to this mark counts as not named.
 constexpr double kUnnamedMark = 9.999e-08;
@@ -28,8 +25,10 @@ double ReadValue(IParam* param, va_list& vp)
   {
   case IParam::kTypeBool:
   case IParam::kTypeInt:
-  case IParam::kTypeEnum: return (double)va_arg(vp, int);
-  default: return va_arg(vp, double);
+  case IParam::kTypeEnum:
+    return (double)va_arg(vp, int);
+  default:
+    return va_arg(vp, double);
   }
 }
 
@@ -138,10 +137,7 @@ void IPlugBase::MakePresetFromBlob(const char* name, const char* blob, int sizeO
   MakePresetFromChunk(name, &chunk);
 }
 
-void IPlugBase::EnsureDefaultPreset()
-{
-  MakeDefaultPreset("Empty", mPresets.GetSize());
-}
+void IPlugBase::EnsureDefaultPreset() { MakeDefaultPreset("Empty", mPresets.GetSize()); }
 
 void IPlugBase::PruneUninitializedPresets()
 {
@@ -249,10 +245,16 @@ void IPlugBase::DumpPresetSrcCode(const char* filename, const char** paramEnumNa
     char value[64];
     switch (param->Type())
     {
-    case IParam::kTypeBool: snprintf(value, sizeof(value), "%s", param->Bool() ? "true" : "false"); break;
+    case IParam::kTypeBool:
+      snprintf(value, sizeof(value), "%s", param->Bool() ? "true" : "false");
+      break;
     case IParam::kTypeInt:
-    case IParam::kTypeEnum: snprintf(value, sizeof(value), "%d", param->Int()); break;
-    default: snprintf(value, sizeof(value), "%.6f", param->Value()); break;
+    case IParam::kTypeEnum:
+      snprintf(value, sizeof(value), "%d", param->Int());
+      break;
+    default:
+      snprintf(value, sizeof(value), "%.6f", param->Value());
+      break;
     }
     fprintf(fp, ",\n    %s, %s", paramEnumNames[i], value);
   }

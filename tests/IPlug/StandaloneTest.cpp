@@ -6,10 +6,7 @@
 namespace
 {
 std::vector<std::vector<unsigned char>> sSent;
-void RecordSend(RtMidiOut*, const unsigned char* bytes, size_t size)
-{
-  sSent.emplace_back(bytes, bytes + size);
-}
+void RecordSend(RtMidiOut*, const unsigned char* bytes, size_t size) { sSent.emplace_back(bytes, bytes + size); }
 } // namespace
 
 TEST(IPlugStandalone, MidiOutChannelReplacesTheMessagesOwn)

@@ -1,0 +1,199 @@
+#include "MidiEngine.h"
+
+#include "AppState.h"
+#include "AudioEngine.h"
+#include "IPlugStandalone.h"
+#include "Settings.h"
+
+#include <rtmidi/RtMidi.h>
+
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
+
+RtMidiIn* gMidiIn = nullptr;
+RtMidiOut* gMidiOut = nullptr;
+std::vector<std::string> gMIDIInputDevNames;
+std::vector<std::string> gMIDIOutputDevNames;
+
+namespace
+{
+// The first back-end whose object can be made, in RtMidi's compiled order:
+// the ALSA sequencer where it exists, else JACK MIDI. Without a sequencer
+// device ALSA is not even tried, so that its failure leaves no noise.
+template<class T> T* MakeMidiObject(const char* clientName)
+{
+  std::vector<RtMidi::Api> apis;
+  RtMidi::getCompiledApi(apis);
+  if (access("/dev/snd/seq", F_OK) != 0)
+    for (size_t i = apis.size(); i-- > 0;)
+      if (apis[i] == RtMidi::LINUX_ALSA) apis.erase(apis.begin() + (long)i);
+  for (size_t i = 0; i < apis.size(); ++i)
+  {
+    try
+    {
+      return new T(apis[i], clientName);
+    }
+    catch (RtMidiError&)
+    {
+      if (i + 1 == apis.size()) throw; // no back-end left: the caller reports it
+    }
+  }
+  return new T(RtMidi::UNSPECIFIED, clientName);
+}
+
+void SendToPort(RtMidiOut* port, const unsigned char* bytes, size_t size)
+{
+  try
+  {
+    port->sendMessage(bytes, size);
+  }
+  catch (RtMidiError& e)
+  {
+    e.printMessage();
+  }
+}
+
+template<class T> int PortNumber(T* midi, const char* name, const char* virtualName)
+{
+  if (!strcmp(name, "off")) return 0;
+  if (!strcmp(name, virtualName)) return 1;
+  if (!midi) return -1;
+  const unsigned int n = midi->getPortCount();
+  for (unsigned int i = 0; i < n; ++i)
+    if (midi->getPortName(i) == name) return (int)i + 2;
+  return -1;
+}
+
+// Connects one object; a port that cannot be opened stays closed, and
+// RtMidi says why on the console.
+template<class T> bool Choose(T* midi, int number, const char* virtualPort, const char* portName)
+{
+  if (!midi) return false;
+  try
+  {
+    midi->closePort();
+    if (number == 1)
+      midi->openVirtualPort(virtualPort);
+    else if (number >= 2)
+      midi->openPort((unsigned int)(number - 2), portName);
+  }
+  catch (RtMidiError& e)
+  {
+    e.printMessage();
+  }
+  return true;
+}
+} // namespace
+
+bool InitialiseMidi()
+{
+  try
+  {
+    gMidiIn = MakeMidiObject<RtMidiIn>("RtMidi Input Client");
+  }
+  catch (RtMidiError& e)
+  {
+    gMidiIn = nullptr;
+    e.printMessage();
+    return false;
+  }
+  try
+  {
+    gMidiOut = MakeMidiObject<RtMidiOut>("RtMidi Output Client");
+  }
+  catch (RtMidiError& e)
+  {
+    gMidiOut = nullptr;
+    e.printMessage();
+    return false;
+  }
+  gMidiIn->setCallback(MIDICallback, nullptr);
+  gMidiIn->ignoreTypes(true, true, true);
+  IPlugStandalone::SetMidiSendFunc(SendToPort);
+  return true;
+}
+
+void ProbeMidiIO()
+{
+  if (!gMidiIn || !gMidiOut) return;
+  gMIDIInputDevNames.push_back("off");
+  gMIDIInputDevNames.push_back("virtual input");
+  for (unsigned int i = 0, n = gMidiIn->getPortCount(); i < n; ++i) gMIDIInputDevNames.push_back(gMidiIn->getPortName(i));
+  gMIDIOutputDevNames.push_back("off");
+  gMIDIOutputDevNames.push_back("virtual output");
+  for (unsigned int i = 0, n = gMidiOut->getPortCount(); i < n; ++i)
+    gMIDIOutputDevNames.push_back(gMidiOut->getPortName(i));
+}
+
+int GetMIDIInPortNumber(const char* name)
+{
+  return PortNumber(gMidiIn, name, "virtual input");
+}
+
+int GetMIDIOutPortNumber(const char* name)
+{
+  return PortNumber(gMidiOut, name, "virtual output");
+}
+
+bool ChooseMidiInput(const char* name)
+{
+  int number = GetMIDIInPortNumber(name);
+  if (number == -1)
+  {
+    snprintf(gState->mMidiInDev, sizeof(gState->mMidiInDev), "%s", "off");
+    UpdateINI();
+    number = 0;
+  }
+  return Choose(gMidiIn, number, "To VELTRA", "RtMidi Input");
+}
+
+bool ChooseMidiOutput(const char* name)
+{
+  int number = GetMIDIOutPortNumber(name);
+  if (number == -1)
+  {
+    snprintf(gState->mMidiOutDev, sizeof(gState->mMidiOutDev), "%s", "off");
+    UpdateINI();
+    number = 0;
+  }
+  return Choose(gMidiOut, number, "From VELTRA", "RtMidi Output");
+}
+
+void MIDICallback(double, std::vector<unsigned char>* message, void*)
+{
+  if (!message || message->empty()) return;
+  const std::vector<unsigned char>& m = *message;
+  IMidiMsg msg;
+  switch (m.size())
+  {
+  case 3: msg = IMidiMsg(0, m[0], m[1], m[2]); break;
+  case 2: msg = IMidiMsg(0, m[0], m[1], 0); break;
+  case 1: msg = IMidiMsg(0, m[0], 0, 0); break;
+  default: printf("NOT EXPECTING %d midi callback msg len\n", (int)m.size()); return;
+  }
+  // Read without a lock, one word: a change in the dialog acts on the next
+  // message.
+  const unsigned int chan = __atomic_load_n(&gState->mMidiInChan, __ATOMIC_RELAXED);
+  if (chan != 0 && chan != (unsigned int)msg.Channel() + 1) return;
+  if (gPluginInstance) gPluginInstance->ProcessMidiMsg(&msg);
+}
+
+void StopMidi()
+{
+  if (gMidiIn)
+  {
+    gMidiIn->cancelCallback();
+    gMidiIn->closePort();
+  }
+  if (gMidiOut) gMidiOut->closePort();
+}
+
+void DeleteMidi()
+{
+  IPlugStandalone::SetMidiSendFunc(nullptr);
+  delete gMidiIn;
+  delete gMidiOut;
+  gMidiIn = nullptr;
+  gMidiOut = nullptr;
+}

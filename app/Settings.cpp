@@ -1,0 +1,154 @@
+#include "Settings.h"
+
+#include "AppState.h"
+#include "swell-ini.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <sys/stat.h>
+
+namespace
+{
+// Room for any real path: the folder plus "settings.ini" must fit, or the
+// application runs on defaults.
+constexpr int kINIPathSize = 4096;
+const char* const kFileName = "settings.ini";
+
+char* MakeINIPath()
+{
+  char* p = new char[kINIPathSize];
+  p[0] = 0;
+  return p;
+}
+
+// The settings folder with a closing slash: $XDG_CONFIG_HOME/VELTRA/ when
+// that is set and absolute, else $HOME/.config/VELTRA/. Empty without a
+// usable home folder.
+std::string SettingsFolder()
+{
+  const char* xdg = getenv("XDG_CONFIG_HOME");
+  if (xdg && xdg[0] == '/') return std::string(xdg) + "/VELTRA/";
+  const char* homeDir = getenv("HOME");
+  if (homeDir && homeDir[0] == '/') return std::string(homeDir) + "/.config/VELTRA/";
+  return std::string();
+}
+
+bool FolderExists(const std::string& path)
+{
+  struct stat st;
+  return !stat(path.c_str(), &st) && S_ISDIR(st.st_mode);
+}
+
+// Creates the folder and any missing parents with mode 0777 under the
+// user's umask, so that it is never world-writable.
+bool MakeFolders(const std::string& path)
+{
+  for (size_t at = 1; at != std::string::npos && at < path.size(); at = path.find('/', at + 1))
+  {
+    const std::string part = path.substr(0, at);
+    if (part.empty() || part == "/") continue;
+    if (mkdir(part.c_str(), 0777) && errno != EEXIST) return false;
+  }
+  return FolderExists(path);
+}
+
+bool HaveFile()
+{
+  return gINIPath[0] && strlen(gINIPath) >= strlen(kFileName) &&
+         !strcmp(gINIPath + strlen(gINIPath) - strlen(kFileName), kFileName);
+}
+
+template<size_t N> void ReadText(const char* section, const char* key, const char* def, char (&out)[N])
+{
+  GetPrivateProfileString(section, key, def, out, (int)N, gINIPath);
+}
+
+void ReadNumber(const char* section, const char* key, uint16_t def, uint16_t* out)
+{
+  *out = (uint16_t)GetPrivateProfileInt(section, key, def, gINIPath); // narrowed to 16 bits
+}
+
+void WriteNumber(const char* section, const char* key, unsigned int value)
+{
+  char buf[32];
+  snprintf(buf, sizeof(buf), "%u", value);
+  WritePrivateProfileString(section, key, buf, gINIPath);
+}
+} // namespace
+
+char* gINIPath = MakeINIPath();
+
+int LoadSettings()
+{
+  if (!gINIPath) gINIPath = MakeINIPath();
+  gINIPath[0] = 0;
+  const std::string folder = SettingsFolder();
+  if (folder.empty() || folder.size() + strlen(kFileName) >= (size_t)kINIPathSize) return 0;
+  snprintf(gINIPath, kINIPathSize, "%s", folder.c_str());
+
+  if (!FolderExists(folder))
+  {
+    if (!MakeFolders(folder)) return 1; // defaults; gINIPath names only the folder
+    strcat(gINIPath, kFileName);
+    UpdateINI(); // the first run: the file holds the defaults
+    return 0;
+  }
+  strcat(gINIPath, kFileName);
+  struct stat st;
+  if (stat(gINIPath, &st))
+  {
+    UpdateINI();
+    return 0;
+  }
+
+  AppState* s = gState;
+  ReadNumber("audio", "driver", 0, &s->mAudioDriverType);
+  ReadText("audio", "indev", "Built-in Input", s->mAudioInDev);
+  ReadText("audio", "outdev", "Built-in Output", s->mAudioOutDev);
+  ReadNumber("audio", "in1", 1, &s->mAudioInChanL);
+  ReadNumber("audio", "in2", 2, &s->mAudioInChanR);
+  ReadNumber("audio", "out1", 1, &s->mAudioOutChanL);
+  ReadNumber("audio", "out2", 2, &s->mAudioOutChanR);
+  ReadNumber("audio", "monoinput", 0, &s->mAudioInIsMono);
+  ReadText("audio", "iovs", "512", s->mAudioIOVS);
+  ReadText("audio", "sigvs", "32", s->mAudioSigVS);
+  ReadText("audio", "sr", "44100", s->mAudioSR);
+  ReadText("midi", "indev", "no input", s->mMidiInDev);
+  ReadText("midi", "outdev", "no output", s->mMidiOutDev);
+  ReadNumber("midi", "inchan", 0, &s->mMidiInChan);
+  ReadNumber("midi", "outchan", 0, &s->mMidiOutChan);
+  UpdateINI(); // completes a file with missing keys at once
+  return 0;
+}
+
+void UpdateINI()
+{
+  // Without a settings file (no home folder, or a folder that could not be
+  // made) nothing is written anywhere.
+  if (!gINIPath || !HaveFile() || !gState) return;
+  const AppState* s = gState;
+  WriteNumber("audio", "driver", s->mAudioDriverType);
+  WritePrivateProfileString("audio", "indev", s->mAudioInDev, gINIPath);
+  WritePrivateProfileString("audio", "outdev", s->mAudioOutDev, gINIPath);
+  WriteNumber("audio", "in1", s->mAudioInChanL);
+  WriteNumber("audio", "in2", s->mAudioInChanR);
+  WriteNumber("audio", "out1", s->mAudioOutChanL);
+  WriteNumber("audio", "out2", s->mAudioOutChanR);
+  WriteNumber("audio", "monoinput", s->mAudioInIsMono);
+  WritePrivateProfileString("audio", "iovs", s->mAudioIOVS, gINIPath);
+  WritePrivateProfileString("audio", "sigvs", s->mAudioSigVS, gINIPath);
+  WritePrivateProfileString("audio", "sr", s->mAudioSR, gINIPath);
+  WritePrivateProfileString("midi", "indev", s->mMidiInDev, gINIPath);
+  WritePrivateProfileString("midi", "outdev", s->mMidiOutDev, gINIPath);
+  WriteNumber("midi", "inchan", s->mMidiInChan);
+  WriteNumber("midi", "outchan", s->mMidiOutChan);
+}
+
+void FreeSettingsPath()
+{
+  delete[] gINIPath;
+  gINIPath = nullptr;
+}

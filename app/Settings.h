@@ -1,0 +1,19 @@
+#pragma once
+// settings.ini: where it lies, its 15 keys, and when it is read and written.
+// Main thread only.
+
+// The settings file's path; empty while the application has no usable
+// settings folder (it then runs on defaults and writes nothing).
+extern char* gINIPath;
+
+// The load stage: finds the settings folder, creates it and the file on a
+// first run, or reads every key and completes missing ones. Returns 1 when
+// the folder could not be made, else 0.
+int LoadSettings();
+
+// Writes all 15 fields of gState; the file store rewrites the file only
+// when a value changed.
+void UpdateINI();
+
+// Releases gINIPath at the end of the run.
+void FreeSettingsPath();

@@ -1,0 +1,107 @@
+#include "AppState.h"
+#include "AudioEngine.h"
+#include "IPlugStandalone.h"
+#include "MidiEngine.h"
+#include "Settings.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <vector>
+
+namespace
+{
+class MidiRecorder : public IPlugStandalone
+{
+public:
+  MidiRecorder()
+    : IPlugStandalone(IPlugInstanceInfo(), 0, "0-1 0-2", 0, "rec", "", "", 0x10000, 1, 1, 0, true, false, true, 0)
+  {
+  }
+  void ProcessMidiMsg(IMidiMsg* msg) override { mGot.push_back(*msg); }
+  std::vector<IMidiMsg> mGot;
+};
+
+void Deliver(std::vector<unsigned char> bytes)
+{
+  MIDICallback(0.0, &bytes, nullptr);
+}
+
+std::string ReadAll(const std::string& path)
+{
+  std::ifstream f(path);
+  std::stringstream ss;
+  ss << f.rdbuf();
+  return ss.str();
+}
+} // namespace
+
+TEST(MidiCallback, SizeRuleAndChannelFilter)
+{
+  AppState state;
+  gState = &state;
+  MidiRecorder plug;
+  gPluginInstance = &plug;
+
+  Deliver({0xC0, 5}); // a two-byte program change
+  Deliver({0xF8});
+  Deliver({});
+  testing::internal::CaptureStdout();
+  Deliver({0x90, 60, 100, 0});
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "NOT EXPECTING 4 midi callback msg len\n");
+  ASSERT_EQ(plug.mGot.size(), 2u) << "channel 0 passes everything";
+  EXPECT_EQ(plug.mGot[0].mData2, 0);
+  EXPECT_EQ(plug.mGot[0].mOffset, 0);
+  EXPECT_EQ(plug.mGot[1].mStatus, 0xF8);
+
+  plug.mGot.clear();
+  state.mMidiInChan = 3;
+  Deliver({0x92, 60, 100});
+  Deliver({0x91, 60, 100});
+  Deliver({0xF2, 1, 2}); // system messages are filtered on their low nibble too
+  ASSERT_EQ(plug.mGot.size(), 2u);
+  EXPECT_EQ(plug.mGot[0].mStatus, 0x92);
+  EXPECT_EQ(plug.mGot[1].mStatus, 0xF2);
+
+  gPluginInstance = nullptr;
+  gState = nullptr;
+}
+
+TEST(Settings, MissingKeysAreCompletedAndTextKept)
+{
+  char tmpl[] = "/tmp/veltra-settings-XXXXXX";
+  const std::string dir = mkdtemp(tmpl);
+  system(("mkdir -p '" + dir + "/VELTRA'").c_str());
+  std::ofstream(dir + "/VELTRA/settings.ini") << "[audio]\nsr=48000\niovs=1024\nin1=70000\n";
+  setenv("XDG_CONFIG_HOME", dir.c_str(), 1);
+  AppState state;
+  gState = &state;
+
+  EXPECT_EQ(LoadSettings(), 0);
+  EXPECT_STREQ(state.mAudioSR, "48000");
+  EXPECT_STREQ(state.mAudioIOVS, "1024");
+  EXPECT_EQ(state.mAudioInChanL, (uint16_t)70000) << "numbers are narrowed to 16 bits";
+  EXPECT_STREQ(state.mMidiInDev, "no input") << "until the MIDI stage corrects it";
+  const std::string text = ReadAll(dir + "/VELTRA/settings.ini");
+  for (const char* key : {"driver=0", "sigvs=32", "outdev=no output", "inchan=0", "indev=Built-in Input"})
+    EXPECT_NE(text.find(key), std::string::npos) << key;
+
+  // Without any usable home the application runs on defaults and writes
+  // nothing.
+  setenv("XDG_CONFIG_HOME", "relative/path", 1);
+  const char* home = getenv("HOME");
+  const std::string savedHome = home ? home : "";
+  unsetenv("HOME");
+  AppState fresh;
+  gState = &fresh;
+  EXPECT_EQ(LoadSettings(), 0);
+  UpdateINI();
+  EXPECT_STREQ(gINIPath, "");
+  EXPECT_STREQ(fresh.mAudioSR, "44100");
+
+  if (!savedHome.empty()) setenv("HOME", savedHome.c_str(), 1);
+  unsetenv("XDG_CONFIG_HOME");
+  gState = nullptr;
+  system(("rm -rf '" + dir + "'").c_str());
+}

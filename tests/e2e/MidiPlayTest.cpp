@@ -1,0 +1,153 @@
+#include "JackSession.h"
+#include "MidiSender.h"
+
+#include <cmath>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+void WriteFile(const std::string& path, const std::string& text)
+{
+  std::ofstream(path) << text;
+}
+
+std::string ReadAll(const std::string& path)
+{
+  std::ifstream f(path);
+  std::stringstream ss;
+  ss << f.rdbuf();
+  return ss.str();
+}
+
+size_t FirstSound(const std::vector<float>& v, size_t from, size_t to)
+{
+  for (size_t i = from; i < to; ++i)
+    if (std::fabs(v[i]) > 1e-6f) return i;
+  return to;
+}
+
+double Rms(const std::vector<float>& v, size_t from, size_t to)
+{
+  double sum = 0.0;
+  for (size_t i = from; i < to; ++i) sum += (double)v[i] * v[i];
+  return std::sqrt(sum / (double)(to - from));
+}
+
+// The fundamental in Hz, from the lag of strongest autocorrelation between
+// 60 and 200 samples (220 to 735 Hz at 44100), refined by a parabola. Zero
+// crossings would not do: the FM tone crosses zero twice a cycle.
+double Fundamental(const std::vector<float>& v, size_t from, size_t to, double rate)
+{
+  auto corr = [&](size_t lag) {
+    double xy = 0.0, xx = 0.0, yy = 0.0;
+    for (size_t i = from; i + lag < to; ++i)
+    {
+      xy += (double)v[i] * v[i + lag];
+      xx += (double)v[i] * v[i];
+      yy += (double)v[i + lag] * v[i + lag];
+    }
+    return xx > 0.0 && yy > 0.0 ? xy / std::sqrt(xx * yy) : 0.0;
+  };
+  size_t best = 60;
+  for (size_t lag = 60; lag <= 200; ++lag)
+    if (corr(lag) > corr(best)) best = lag;
+  const double a = corr(best - 1), b = corr(best), c = corr(best + 1);
+  const double shift = (a - 2.0 * b + c) != 0.0 ? 0.5 * (a - c) / (a - 2.0 * b + c) : 0.0;
+  return rate / ((double)best + shift);
+}
+} // namespace
+
+TEST(MidiPlay, NoteThroughTheVirtualPortSoundsAndOtherChannelsAreIgnored)
+{
+  JackServer server;
+  std::string error;
+  ASSERT_TRUE(server.Start(&error)) << error;
+  setenv("JACK_DEFAULT_SERVER", server.Name().c_str(), 1);
+  TempDir home;
+  mkdir((home.Path() + "/.config").c_str(), 0755);
+  mkdir((home.Path() + "/.config/VELTRA").c_str(), 0755);
+  WriteFile(home.Path() + "/.config/VELTRA/settings.ini", "[midi]\nindev=virtual input\ninchan=2\n");
+
+  JackRecorder recorder;
+  ASSERT_TRUE(recorder.Open(server.Name(), &error)) << error;
+  VeltraProcess veltra;
+  ASSERT_TRUE(veltra.Start(VELTRA_EXE, server.Name(), home.Path()));
+  ASSERT_TRUE(recorder.ConnectTo("VELTRA:outport ", 20.0)) << veltra.Output() << veltra.Errors();
+  MidiSender sender;
+  ASSERT_TRUE(sender.ConnectTo("To VELTRA", 20.0)) << "no \"To VELTRA\" port";
+
+  const size_t rate = 44100;
+  ASSERT_TRUE(recorder.WaitForFrames(rate, 20.0)); // well past the silent start
+  const size_t wrongAt = recorder.Frames();
+  sender.Send({0x90, 69, 127}); // channel 1: filtered out
+  ASSERT_TRUE(recorder.WaitForFrames(wrongAt + rate / 2, 10.0));
+  const size_t onAt = recorder.Frames();
+  sender.Send({0x91, 69, 127});
+  ASSERT_TRUE(recorder.WaitForFrames(onAt + rate, 10.0));
+  const size_t offAt = recorder.Frames();
+  sender.Send({0x81, 69, 0});
+  ASSERT_TRUE(recorder.WaitForFrames(offAt + rate, 10.0));
+  const size_t end = recorder.Frames();
+  recorder.WriteWav(home.Path() + "/note.wav");
+  ASSERT_EQ(WEXITSTATUS(veltra.StopWith(SIGTERM, 15.0)), 0) << veltra.Errors();
+
+  const std::vector<float>& out = recorder.Left();
+  const size_t onset = FirstSound(out, 0, end);
+  EXPECT_GE(onset, onAt) << "the note on channel 1 made a sound";
+  EXPECT_LT(onset, onAt + rate / 5) << "the note on channel 2 did not start";
+  EXPECT_GE(onset, 51u * 512u) << "sound before the 51 silent buffers had passed";
+
+  const double hz = Fundamental(out, onset + rate / 10, offAt, (double)rate);
+  EXPECT_NEAR(hz, 44100.0 / 101.0, 44100.0 / 101.0 * 0.002) << "the 101-sample cycle of note 69";
+  const double level = Rms(out, onset + rate / 10, offAt);
+  EXPECT_GT(level, 0.05) << "a full-velocity note at the fixed gain of 0.25";
+  EXPECT_LT(Rms(out, end - rate / 4, end), level * 1e-3) << "the release dies away";
+  printf("note: onset %.3f s after the send, fundamental %.2f Hz, rms %.4f\n",
+         (double)(onset - onAt) / (double)rate, hz, level);
+}
+
+TEST(MidiPlay, FirstRunWritesTheDefaultSettings)
+{
+  JackServer server;
+  std::string error;
+  ASSERT_TRUE(server.Start(&error)) << error;
+  TempDir home;
+  JackRecorder recorder;
+  ASSERT_TRUE(recorder.Open(server.Name(), &error)) << error;
+  VeltraProcess veltra;
+  ASSERT_TRUE(veltra.Start(VELTRA_EXE, server.Name(), home.Path()));
+  ASSERT_TRUE(recorder.ConnectTo("VELTRA:outport ", 20.0)) << veltra.Output() << veltra.Errors();
+  ASSERT_EQ(WEXITSTATUS(veltra.StopWith(SIGTERM, 15.0)), 0) << veltra.Errors();
+
+  const std::string folder = home.Path() + "/.config/VELTRA";
+  struct stat st;
+  ASSERT_EQ(stat(folder.c_str(), &st), 0) << "the settings folder and its parents are made";
+  EXPECT_EQ(st.st_mode & 0002, 0u) << "never world-writable";
+  EXPECT_EQ(ReadAll(folder + "/settings.ini"), "[audio]\n"
+                                               "driver=0\n"
+                                               "in1=1\n"
+                                               "in2=2\n"
+                                               "indev=Built-in Input\n"
+                                               "iovs=512\n"
+                                               "monoinput=0\n"
+                                               "out1=1\n"
+                                               "out2=2\n"
+                                               "outdev=Built-in Output\n"
+                                               "sigvs=32\n"
+                                               "sr=44100\n"
+                                               "\n"
+                                               "[midi]\n"
+                                               "inchan=0\n"
+                                               "indev=off\n"
+                                               "outchan=0\n"
+                                               "outdev=off\n"
+                                               "\n");
+  EXPECT_NE(access((folder + "/.settings.ini.new").c_str(), F_OK), 0) << "no temporary file left";
+}

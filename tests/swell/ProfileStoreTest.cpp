@@ -1,0 +1,136 @@
+#include "swell-ini.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <string>
+#include <sys/stat.h>
+#include <utime.h>
+
+namespace
+{
+class ProfileStore : public ::testing::Test
+{
+protected:
+  void SetUp() override
+  {
+    char tmpl[] = "/tmp/veltra-ini-XXXXXX";
+    mDir = mkdtemp(tmpl);
+  }
+  void TearDown() override { system(("rm -rf '" + mDir + "'").c_str()); }
+
+  std::string File(const std::string& name, const std::string& text)
+  {
+    const std::string path = mDir + "/" + name;
+    std::ofstream(path) << text;
+    return path;
+  }
+  static std::string Read(const std::string& path)
+  {
+    std::ifstream f(path);
+    std::stringstream ss;
+    ss << f.rdbuf();
+    return ss.str();
+  }
+  static std::string Get(const char* section, const char* key, const std::string& fn, int outlen = 256)
+  {
+    std::string out((size_t)outlen, '\0');
+    const int n = GetPrivateProfileString(section, key, "<none>", &out[0], outlen, fn.c_str());
+    out.resize((size_t)n);
+    return out;
+  }
+  std::string mDir;
+};
+} // namespace
+
+TEST_F(ProfileStore, SectionsAndKeysIgnoreCaseAndTheLastSectionWins)
+{
+  const std::string fn = File("a.ini", "junk=1\n[Audio]\nDriver=1\nsr=22050\n[audio]\ndriver=2\n"
+                                       "key = value\n  'quoted'  =x\nq= \"abc\" \nlone=\"abc\n");
+  EXPECT_EQ(Get("AUDIO", "DRIVER", fn), "2");
+  EXPECT_EQ(Get("audio", "sr", fn), "<none>") << "the later [audio] replaced the earlier one";
+  EXPECT_EQ(Get("audio", "key ", fn), "value") << "the key keeps its blank; the value is trimmed on reading";
+  EXPECT_EQ(Get("audio", "key", fn), "<none>");
+  EXPECT_EQ(Get("audio", "q", fn), "abc");
+  EXPECT_EQ(Get("audio", "lone", fn), "\"abc");
+
+  WritePrivateProfileString("midi", "inchan", "3", fn.c_str());
+  EXPECT_EQ(Read(fn), "[Audio]\n'quoted'  =x\ndriver=2\nkey = value\nlone=\"abc\nq= \"abc\"\n\n[midi]\ninchan=3\n\n")
+    << "lines before any section vanish; keys come out sorted; the section keeps its first spelling";
+}
+
+TEST_F(ProfileStore, LengthsNumbersAndLists)
+{
+  const std::string fn = File("b.ini", "[s]\nlong=" + std::string(300, 'x') + "\nnum=12abc\nzero=0x\nword=abc\n");
+  EXPECT_EQ(Get("s", "long", fn, 100), std::string(99, 'x'));
+  EXPECT_EQ(GetPrivateProfileInt("s", "num", 7, fn.c_str()), 12);
+  EXPECT_EQ(GetPrivateProfileInt("s", "zero", 7, fn.c_str()), 0);
+  EXPECT_EQ(GetPrivateProfileInt("s", "word", 7, fn.c_str()), 7);
+  EXPECT_EQ(GetPrivateProfileInt("s", "missing", 7, fn.c_str()), 7);
+
+  char list[64];
+  const int n = GetPrivateProfileString("s", nullptr, "", list, sizeof(list), fn.c_str());
+  EXPECT_EQ(std::string(list, (size_t)n), std::string("long\0num\0word\0zero", 18));
+  EXPECT_EQ(list[n + 1], 0) << "double NUL at the end";
+}
+
+TEST_F(ProfileStore, StructsCarryAChecksum)
+{
+  const std::string fn = File("c.ini", "");
+  const unsigned char in[2] = {0x12, 0xFF};
+  ASSERT_TRUE(WritePrivateProfileStruct("s", "k", in, 2, fn.c_str()));
+  EXPECT_EQ(Get("s", "k", fn), "12FF11");
+  unsigned char out[2] = {};
+  EXPECT_TRUE(GetPrivateProfileStruct("s", "k", out, 2, fn.c_str()));
+  EXPECT_EQ(out[1], 0xFF);
+  WritePrivateProfileString("s", "k", "12fe11", fn.c_str());
+  EXPECT_FALSE(GetPrivateProfileStruct("s", "k", out, 2, fn.c_str())) << "a changed digit fails the checksum";
+  WritePrivateProfileString("s", "k", "12ff11", fn.c_str());
+  EXPECT_TRUE(GetPrivateProfileStruct("s", "k", out, 2, fn.c_str())) << "lower-case digits read well";
+  EXPECT_FALSE(GetPrivateProfileStruct("s", "k", out, 3, fn.c_str())) << "wrong length";
+}
+
+TEST_F(ProfileStore, UnchangedWritesLeaveTheFileAlone)
+{
+  const std::string fn = File("d.ini", "[s]\nk=v\n");
+  ASSERT_TRUE(WritePrivateProfileString("s", "k", "v2", fn.c_str()));
+  struct stat before, after;
+  stat(fn.c_str(), &before);
+  ASSERT_TRUE(WritePrivateProfileString("s", "k", "v2", fn.c_str()));
+  stat(fn.c_str(), &after);
+  EXPECT_EQ(before.st_ino, after.st_ino) << "no rewrite through a new file";
+  EXPECT_EQ(before.st_mtim.tv_nsec, after.st_mtim.tv_nsec);
+  EXPECT_FALSE(WritePrivateProfileString(nullptr, "k", "v", fn.c_str()));
+  EXPECT_FALSE(WritePrivateProfileString("s", "", "v", fn.c_str()));
+  WritePrivateProfileString("s", "k", nullptr, fn.c_str());
+  EXPECT_EQ(Read(fn), "[s]\n\n");
+}
+
+TEST_F(ProfileStore, ChangesBehindTheCacheAndEviction)
+{
+  const std::string first = File("first.ini", "[s]\nk=aaa\n");
+  EXPECT_EQ(Get("s", "k", first), "aaa");
+  File("first.ini", "[s]\nk=bbbb\n"); // another size: noticed at once
+  EXPECT_EQ(Get("s", "k", first), "bbbb");
+
+  // Same size, same time: only a reload from disk can see it.
+  struct stat st;
+  stat(first.c_str(), &st);
+  File("first.ini", "[s]\nk=cccc\n");
+  utimbuf times{st.st_atime, st.st_mtime};
+  utime(first.c_str(), &times);
+  EXPECT_EQ(Get("s", "k", first), "bbbb") << "still the cached parse";
+  for (int i = 0; i < 32; ++i) Get("s", "k", File("f" + std::to_string(i) + ".ini", "[s]\nk=1\n"));
+  EXPECT_EQ(Get("s", "k", first), "cccc") << "33 files evicted the first";
+}
+
+TEST_F(ProfileStore, LargeFilesWithoutSectionsAreGivenUpOn)
+{
+  std::string text;
+  while (text.size() < 300000) text += "no section here, just text\n";
+  const std::string fn = File("e.ini", text + "[late]\nk=v\n");
+  EXPECT_EQ(Get("late", "k", fn), "<none>");
+  WritePrivateProfileString("new", "k", "v", fn.c_str());
+  EXPECT_EQ(Read(fn), "[new]\nk=v\n\n");
+}
