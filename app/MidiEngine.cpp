@@ -21,7 +21,8 @@ namespace
 // The first back-end whose object can be made, in RtMidi's compiled order:
 // the ALSA sequencer where it exists, else JACK MIDI. Without a sequencer
 // device ALSA is not even tried, so that its failure leaves no noise.
-template<class T> T* MakeMidiObject(const char* clientName)
+template<class T>
+T* MakeMidiObject(const char* clientName)
 {
   std::vector<RtMidi::Api> apis;
   RtMidi::getCompiledApi(apis);
@@ -54,7 +55,8 @@ void SendToPort(RtMidiOut* port, const unsigned char* bytes, size_t size)
   }
 }
 
-template<class T> int PortNumber(T* midi, const char* name, const char* virtualName)
+template<class T>
+int PortNumber(T* midi, const char* name, const char* virtualName)
 {
   if (!strcmp(name, "off")) return 0;
   if (!strcmp(name, virtualName)) return 1;
@@ -67,7 +69,8 @@ template<class T> int PortNumber(T* midi, const char* name, const char* virtualN
 
 // Connects one object; a port that cannot be opened stays closed, and
 // RtMidi says why on the console.
-template<class T> bool Choose(T* midi, int number, const char* virtualPort, const char* portName)
+template<class T>
+bool Choose(T* midi, int number, const char* virtualPort, const char* portName)
 {
   if (!midi) return false;
   try
@@ -119,22 +122,17 @@ void ProbeMidiIO()
   if (!gMidiIn || !gMidiOut) return;
   gMIDIInputDevNames.push_back("off");
   gMIDIInputDevNames.push_back("virtual input");
-  for (unsigned int i = 0, n = gMidiIn->getPortCount(); i < n; ++i) gMIDIInputDevNames.push_back(gMidiIn->getPortName(i));
+  for (unsigned int i = 0, n = gMidiIn->getPortCount(); i < n; ++i)
+    gMIDIInputDevNames.push_back(gMidiIn->getPortName(i));
   gMIDIOutputDevNames.push_back("off");
   gMIDIOutputDevNames.push_back("virtual output");
   for (unsigned int i = 0, n = gMidiOut->getPortCount(); i < n; ++i)
     gMIDIOutputDevNames.push_back(gMidiOut->getPortName(i));
 }
 
-int GetMIDIInPortNumber(const char* name)
-{
-  return PortNumber(gMidiIn, name, "virtual input");
-}
+int GetMIDIInPortNumber(const char* name) { return PortNumber(gMidiIn, name, "virtual input"); }
 
-int GetMIDIOutPortNumber(const char* name)
-{
-  return PortNumber(gMidiOut, name, "virtual output");
-}
+int GetMIDIOutPortNumber(const char* name) { return PortNumber(gMidiOut, name, "virtual output"); }
 
 bool ChooseMidiInput(const char* name)
 {
@@ -167,10 +165,18 @@ void MIDICallback(double, std::vector<unsigned char>* message, void*)
   IMidiMsg msg;
   switch (m.size())
   {
-  case 3: msg = IMidiMsg(0, m[0], m[1], m[2]); break;
-  case 2: msg = IMidiMsg(0, m[0], m[1], 0); break;
-  case 1: msg = IMidiMsg(0, m[0], 0, 0); break;
-  default: printf("NOT EXPECTING %d midi callback msg len\n", (int)m.size()); return;
+  case 3:
+    msg = IMidiMsg(0, m[0], m[1], m[2]);
+    break;
+  case 2:
+    msg = IMidiMsg(0, m[0], m[1], 0);
+    break;
+  case 1:
+    msg = IMidiMsg(0, m[0], 0, 0);
+    break;
+  default:
+    printf("NOT EXPECTING %d midi callback msg len\n", (int)m.size());
+    return;
   }
   // Read without a lock, one word: a change in the dialog acts on the next
   // message.

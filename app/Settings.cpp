@@ -61,7 +61,8 @@ bool HaveFile()
          !strcmp(gINIPath + strlen(gINIPath) - strlen(kFileName), kFileName);
 }
 
-template<size_t N> void ReadText(const char* section, const char* key, const char* def, char (&out)[N])
+template<size_t N>
+void ReadText(const char* section, const char* key, const char* def, char (&out)[N])
 {
   GetPrivateProfileString(section, key, def, out, (int)N, gINIPath);
 }

@@ -155,6 +155,13 @@ public:
   bool SerializeParams(ByteChunk* chunk);
   int UnserializeParams(ByteChunk* chunk, int startPos);
 
+  // Program and bank files. GUI thread; false when the file cannot be
+  // written, read or accepted (a refused header changes nothing).
+  bool SaveProgramAsFXP(WDL_String* fileName);
+  bool SaveBankAsFXB(WDL_String* fileName);
+  bool LoadProgramFromFXP(WDL_String* fileName);
+  bool LoadBankFromFXB(WDL_String* fileName);
+
   // The preset bank.
   void MakeDefaultPreset(const char* name, int nPresets);
   void MakePreset(const char* name, ...);

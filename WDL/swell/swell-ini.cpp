@@ -15,15 +15,9 @@ namespace
 {
 typedef WDL_StringKeyedArray<char*> Section;
 
-void deleteStringKeyedArray(Section* s)
-{
-  delete s;
-}
+void deleteStringKeyedArray(Section* s) { delete s; }
 
-Section* NewSection()
-{
-  return new Section(false, Section::freecharptr);
-}
+Section* NewSection() { return new Section(false, Section::freecharptr); }
 
 struct iniFileContext
 {

@@ -6,10 +6,7 @@ struct HWND__
   LPARAM m_param;
 };
 
-HWND SWELL_CreateProcWindow(DLGPROC proc, LPARAM param)
-{
-  return new HWND__{proc, param};
-}
+HWND SWELL_CreateProcWindow(DLGPROC proc, LPARAM param) { return new HWND__{proc, param}; }
 
 void DestroyWindow(HWND hwnd)
 {

@@ -8,8 +8,10 @@
 class TestPlug : public IPlugStandalone
 {
 public:
-  explicit TestPlug(int nPresets = 4, IPlugInstanceInfo info = IPlugInstanceInfo())
-      : IPlugStandalone(info, 3, "0-1 0-2", nPresets, "Test", "", "Maker", 0x10103, 1, 2, 0, true, false, true, 0)
+  explicit TestPlug(int nPresets = 4, IPlugInstanceInfo info = IPlugInstanceInfo(), bool chunks = false,
+                    int uniqueID = 1)
+      : IPlugStandalone(info, 3, "0-1 0-2", nPresets, "Test", "", "Maker", 0x10103, uniqueID, 2, 0, true, chunks, true,
+                        0)
   {
     GetParam(0)->InitDouble("a", 0.5, 0.0, 1.0, 0.01);
     GetParam(1)->InitBool("b", false);

@@ -16,17 +16,14 @@ class MidiRecorder : public IPlugStandalone
 {
 public:
   MidiRecorder()
-    : IPlugStandalone(IPlugInstanceInfo(), 0, "0-1 0-2", 0, "rec", "", "", 0x10000, 1, 1, 0, true, false, true, 0)
+      : IPlugStandalone(IPlugInstanceInfo(), 0, "0-1 0-2", 0, "rec", "", "", 0x10000, 1, 1, 0, true, false, true, 0)
   {
   }
   void ProcessMidiMsg(IMidiMsg* msg) override { mGot.push_back(*msg); }
   std::vector<IMidiMsg> mGot;
 };
 
-void Deliver(std::vector<unsigned char> bytes)
-{
-  MIDICallback(0.0, &bytes, nullptr);
-}
+void Deliver(std::vector<unsigned char> bytes) { MIDICallback(0.0, &bytes, nullptr); }
 
 std::string ReadAll(const std::string& path)
 {

@@ -13,10 +13,7 @@
 
 namespace
 {
-void WriteFile(const std::string& path, const std::string& text)
-{
-  std::ofstream(path) << text;
-}
+void WriteFile(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
 
 std::string ReadAll(const std::string& path)
 {
@@ -45,7 +42,8 @@ double Rms(const std::vector<float>& v, size_t from, size_t to)
 // crossings would not do: the FM tone crosses zero twice a cycle.
 double Fundamental(const std::vector<float>& v, size_t from, size_t to, double rate)
 {
-  auto corr = [&](size_t lag) {
+  auto corr = [&](size_t lag)
+  {
     double xy = 0.0, xx = 0.0, yy = 0.0;
     for (size_t i = from; i + lag < to; ++i)
     {
@@ -109,8 +107,8 @@ TEST(MidiPlay, NoteThroughTheVirtualPortSoundsAndOtherChannelsAreIgnored)
   const double level = Rms(out, onset + rate / 10, offAt);
   EXPECT_GT(level, 0.05) << "a full-velocity note at the fixed gain of 0.25";
   EXPECT_LT(Rms(out, end - rate / 4, end), level * 1e-3) << "the release dies away";
-  printf("note: onset %.3f s after the send, fundamental %.2f Hz, rms %.4f\n",
-         (double)(onset - onAt) / (double)rate, hz, level);
+  printf("note: onset %.3f s after the send, fundamental %.2f Hz, rms %.4f\n", (double)(onset - onAt) / (double)rate,
+         hz, level);
 }
 
 TEST(MidiPlay, FirstRunWritesTheDefaultSettings)

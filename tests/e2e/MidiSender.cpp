@@ -31,7 +31,4 @@ bool MidiSender::ConnectTo(const std::string& portText, double timeoutSec)
   return false;
 }
 
-void MidiSender::Send(std::vector<unsigned char> bytes)
-{
-  mOut->sendMessage(&bytes);
-}
+void MidiSender::Send(std::vector<unsigned char> bytes) { mOut->sendMessage(&bytes); }

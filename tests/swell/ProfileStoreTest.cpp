@@ -57,7 +57,7 @@ TEST_F(ProfileStore, SectionsAndKeysIgnoreCaseAndTheLastSectionWins)
 
   WritePrivateProfileString("midi", "inchan", "3", fn.c_str());
   EXPECT_EQ(Read(fn), "[Audio]\n'quoted'  =x\ndriver=2\nkey = value\nlone=\"abc\nq= \"abc\"\n\n[midi]\ninchan=3\n\n")
-    << "lines before any section vanish; keys come out sorted; the section keeps its first spelling";
+      << "lines before any section vanish; keys come out sorted; the section keeps its first spelling";
 }
 
 TEST_F(ProfileStore, LengthsNumbersAndLists)

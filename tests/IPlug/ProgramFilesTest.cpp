@@ -1,0 +1,159 @@
+#include "TestPlug.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace
+{
+class ProgramFiles : public ::testing::Test
+{
+protected:
+  void SetUp() override
+  {
+    char tmpl[] = "/tmp/veltra-fx-XXXXXX";
+    mDir = mkdtemp(tmpl);
+  }
+  void TearDown() override { system(("rm -rf '" + mDir + "'").c_str()); }
+  WDL_String Path(const char* name) { return WDL_String((mDir + "/" + name).c_str()); }
+  static std::vector<unsigned char> Bytes(WDL_String& path)
+  {
+    std::ifstream f(path.Get(), std::ios::binary);
+    return std::vector<unsigned char>(std::istreambuf_iterator<char>(f), {});
+  }
+  static void Store(WDL_String& path, const std::vector<unsigned char>& bytes)
+  {
+    std::ofstream(path.Get(), std::ios::binary).write((const char*)bytes.data(), (std::streamsize)bytes.size());
+  }
+  static std::vector<double> Values(IPlugBase& p)
+  {
+    std::vector<double> v;
+    for (int i = 0; i < p.NParams(); ++i) v.push_back(p.GetParam(i)->Value());
+    return v;
+  }
+  std::string mDir;
+};
+} // namespace
+
+TEST_F(ProgramFiles, ProgramLayoutAndRoundTrip)
+{
+  TestPlug a;
+  a.GetParam(0)->Set(0.25);
+  a.GetParam(2)->Set(12.5);
+  a.ModifyCurrentPreset("A name longer than twenty-seven characters");
+  WDL_String fxp = Path("p.fxp");
+  ASSERT_TRUE(a.SaveProgramAsFXP(&fxp));
+  const std::vector<unsigned char> b = Bytes(fxp);
+  ASSERT_EQ(b.size(), 56u + 3 * 4);
+  EXPECT_EQ(std::string(b.begin(), b.begin() + 4), "CcnK");
+  EXPECT_EQ(std::vector<unsigned char>(b.begin() + 4, b.begin() + 8), std::vector<unsigned char>(4, 0));
+  EXPECT_EQ(std::string(b.begin() + 8, b.begin() + 12), "FxCk");
+  EXPECT_EQ(b[23], 10103 % 256) << "decimal version, big-endian";
+  EXPECT_EQ(b[27], 3) << "numParams";
+  EXPECT_EQ(b[28 + 27], 0) << "the name field ends in a NUL";
+  EXPECT_EQ(std::vector<unsigned char>(b.begin() + 56, b.begin() + 60), (std::vector<unsigned char>{0x3E, 0x80, 0, 0}))
+    << "0.25 as a big-endian float";
+
+  TestPlug c;
+  c.MakeDefaultPreset("-", 4); // filled slots, as an instrument has
+  ASSERT_TRUE(c.LoadProgramFromFXP(&fxp));
+  EXPECT_EQ(Values(c), Values(a));
+  EXPECT_STREQ(c.GetPresetName(c.GetCurrentPresetIdx()), "A name longer than twenty-s");
+  EXPECT_FALSE(c.mChanged.empty()) << "the restore ran OnParamChange";
+}
+
+TEST_F(ProgramFiles, RefusedProgramsChangeNothing)
+{
+  TestPlug a;
+  WDL_String fxp = Path("p.fxp");
+  a.GetParam(0)->Set(0.9);
+  ASSERT_TRUE(a.SaveProgramAsFXP(&fxp));
+  std::vector<unsigned char> good = Bytes(fxp);
+
+  TestPlug other(4, IPlugInstanceInfo(), false, 99);
+  EXPECT_FALSE(other.LoadProgramFromFXP(&fxp)) << "another plug-in's id";
+  EXPECT_EQ(other.GetParam(0)->Value(), 0.5);
+  EXPECT_STREQ(other.GetPresetName(0), "empty");
+
+  std::vector<unsigned char> versioned = good;
+  versioned[23] ^= 1; // another fxVersion still loads
+  Store(fxp, versioned);
+  TestPlug b;
+  EXPECT_TRUE(b.LoadProgramFromFXP(&fxp));
+  EXPECT_FLOAT_EQ((float)b.GetParam(0)->Value(), 0.9f);
+
+  // Truncated at every byte: never read past the data, never crash; a cut
+  // inside the head is refused, a cut inside the values keeps the rest.
+  for (size_t n = 0; n < good.size(); ++n)
+  {
+    Store(fxp, std::vector<unsigned char>(good.begin(), good.begin() + (long)n));
+    TestPlug t;
+    const bool ok = t.LoadProgramFromFXP(&fxp);
+    EXPECT_EQ(ok, n >= 56) << "cut at " << n;
+    if (n < 56)
+    {
+      EXPECT_EQ(t.GetParam(0)->Value(), 0.5);
+    }
+  }
+  WDL_String none = Path("missing.fxp"), empty;
+  EXPECT_FALSE(b.LoadProgramFromFXP(&none));
+  EXPECT_FALSE(b.LoadProgramFromFXP(&empty));
+  EXPECT_FALSE(b.SaveProgramAsFXP(&empty));
+}
+
+TEST_F(ProgramFiles, BankRoundTripInBothForms)
+{
+  for (bool chunks : {false, true})
+  {
+    TestPlug a(8, IPlugInstanceInfo(), chunks);
+    for (int p = 0; p < 8; ++p)
+    {
+      a.RestorePreset(p);
+      a.GetParam(0)->Set(p / 10.0);
+      a.GetParam(2)->Set(5.0 + p);
+      a.ModifyCurrentPreset(("prog " + std::to_string(p)).c_str());
+    }
+    a.RestorePreset(3);
+    WDL_String fxb = Path("b.fxb");
+    ASSERT_TRUE(a.SaveBankAsFXB(&fxb));
+    const std::vector<unsigned char> bytes = Bytes(fxb);
+    EXPECT_EQ(std::string(bytes.begin() + 8, bytes.begin() + 12), chunks ? "FBCh" : "FxBk");
+    if (!chunks)
+    {
+      EXPECT_EQ(bytes.size(), 156u + 8 * (56 + 3 * 4));
+    }
+
+    TestPlug b(8, IPlugInstanceInfo(), chunks);
+    ASSERT_TRUE(b.LoadBankFromFXB(&fxb)) << "chunks " << chunks;
+    EXPECT_EQ(b.GetCurrentPresetIdx(), chunks ? 0 : 3) << "the chunk form keeps the plug-in's own selection";
+    for (int p = 0; p < 8; ++p)
+    {
+      ASSERT_TRUE(b.RestorePreset(p));
+      EXPECT_STREQ(b.GetPresetName(p), ("prog " + std::to_string(p)).c_str());
+      EXPECT_NEAR(b.GetParam(0)->Value(), p / 10.0, 1e-6) << "program " << p;
+      EXPECT_NEAR(b.GetParam(2)->Value(), 5.0 + p, 1e-5);
+    }
+  }
+}
+
+TEST_F(ProgramFiles, ProgramChunkFormCarriesTheState)
+{
+  TestPlug a(2, IPlugInstanceInfo(), true);
+  a.GetParam(1)->Set(1.0);
+  a.GetParam(2)->Set(17.25);
+  WDL_String fxp = Path("c.fxp");
+  ASSERT_TRUE(a.SaveProgramAsFXP(&fxp));
+  const std::vector<unsigned char> b = Bytes(fxp);
+  EXPECT_EQ(std::string(b.begin() + 8, b.begin() + 12), "FPCh");
+  ASSERT_EQ(b.size(), 60u + 8 + 3 * 8) << "head, chunk size, version header, three doubles";
+  EXPECT_EQ(b[7], (unsigned char)(b.size() - 60 + 60)) << "byteSize is chunkSize + 60";
+
+  TestPlug c(2, IPlugInstanceInfo(), true);
+  ASSERT_TRUE(c.LoadProgramFromFXP(&fxp));
+  EXPECT_EQ(c.GetParam(2)->Value(), 17.25) << "the chunk form keeps full precision";
+  EXPECT_TRUE(c.GetParam(1)->Bool());
+}
