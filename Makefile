@@ -28,6 +28,9 @@ bench: deps
 	cmake -S . -B $(BENCH) -DCMAKE_BUILD_TYPE=Release -DVELTRA_BUILD_TESTS=OFF -DVELTRA_BUILD_BENCH=ON
 	cmake --build $(BENCH) -j$(JOBS)
 	@for b in $(BENCH)/bin/bench_*; do echo "== $$b"; $$b || exit 1; done
+	@echo "== veltra-render, 60 s of 8-note chords"
+	@$(BENCH)/bin/make_chords $(BENCH)/chords.mid
+	@$(BENCH)/bin/veltra-render $(BENCH)/chords.mid $(BENCH)/chords.wav
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -56,7 +56,7 @@ TEST_F(ProgramFiles, ProgramLayoutAndRoundTrip)
   EXPECT_EQ(b[27], 3) << "numParams";
   EXPECT_EQ(b[28 + 27], 0) << "the name field ends in a NUL";
   EXPECT_EQ(std::vector<unsigned char>(b.begin() + 56, b.begin() + 60), (std::vector<unsigned char>{0x3E, 0x80, 0, 0}))
-    << "0.25 as a big-endian float";
+      << "0.25 as a big-endian float";
 
   TestPlug c;
   c.MakeDefaultPreset("-", 4); // filled slots, as an instrument has

@@ -1,5 +1,6 @@
 #include "JackSession.h"
 #include "MidiSender.h"
+#include "Signal.h"
 
 #include <cmath>
 #include <csignal>
@@ -30,36 +31,6 @@ size_t FirstSound(const std::vector<float>& v, size_t from, size_t to)
   return to;
 }
 
-double Rms(const std::vector<float>& v, size_t from, size_t to)
-{
-  double sum = 0.0;
-  for (size_t i = from; i < to; ++i) sum += (double)v[i] * v[i];
-  return std::sqrt(sum / (double)(to - from));
-}
-
-// The fundamental in Hz, from the lag of strongest autocorrelation between
-// 60 and 200 samples (220 to 735 Hz at 44100), refined by a parabola. Zero
-// crossings would not do: the FM tone crosses zero twice a cycle.
-double Fundamental(const std::vector<float>& v, size_t from, size_t to, double rate)
-{
-  auto corr = [&](size_t lag)
-  {
-    double xy = 0.0, xx = 0.0, yy = 0.0;
-    for (size_t i = from; i + lag < to; ++i)
-    {
-      xy += (double)v[i] * v[i + lag];
-      xx += (double)v[i] * v[i];
-      yy += (double)v[i + lag] * v[i + lag];
-    }
-    return xx > 0.0 && yy > 0.0 ? xy / std::sqrt(xx * yy) : 0.0;
-  };
-  size_t best = 60;
-  for (size_t lag = 60; lag <= 200; ++lag)
-    if (corr(lag) > corr(best)) best = lag;
-  const double a = corr(best - 1), b = corr(best), c = corr(best + 1);
-  const double shift = (a - 2.0 * b + c) != 0.0 ? 0.5 * (a - c) / (a - 2.0 * b + c) : 0.0;
-  return rate / ((double)best + shift);
-}
 } // namespace
 
 TEST(MidiPlay, NoteThroughTheVirtualPortSoundsAndOtherChannelsAreIgnored)

@@ -1,0 +1,195 @@
+#include "MidiFile.h"
+
+#include <algorithm>
+
+namespace
+{
+struct RawEvent
+{
+  uint64_t mTick;
+  int mTempo; // microseconds a quarter note, or -1: not a tempo change
+  MidiFileEvent mEvent;
+};
+
+class Reader
+{
+public:
+  Reader(const unsigned char* data, size_t size) : mData(data), mEnd(data + size), mAt(data) {}
+
+  size_t Left() const { return (size_t)(mEnd - mAt); }
+  bool Byte(uint8_t* b)
+  {
+    if (mAt >= mEnd) return false;
+    *b = *mAt++;
+    return true;
+  }
+  bool Peek(uint8_t* b) const
+  {
+    if (mAt >= mEnd) return false;
+    *b = *mAt;
+    return true;
+  }
+  bool BE(int bytes, uint32_t* v)
+  {
+    *v = 0;
+    for (int i = 0; i < bytes; ++i)
+    {
+      uint8_t b;
+      if (!Byte(&b)) return false;
+      *v = (*v << 8) | b;
+    }
+    return true;
+  }
+  // A variable-length quantity: at most four bytes.
+  bool VLQ(uint32_t* v)
+  {
+    *v = 0;
+    for (int i = 0; i < 4; ++i)
+    {
+      uint8_t b;
+      if (!Byte(&b)) return false;
+      *v = (*v << 7) | (b & 0x7F);
+      if (!(b & 0x80)) return true;
+    }
+    return false;
+  }
+  bool Skip(size_t n)
+  {
+    if (n > Left()) return false;
+    mAt += n;
+    return true;
+  }
+  const unsigned char* Here() const { return mAt; }
+
+private:
+  const unsigned char* mData;
+  const unsigned char* mEnd;
+  const unsigned char* mAt;
+};
+
+bool Fail(std::string* error, const std::string& why)
+{
+  *error = why;
+  return false;
+}
+
+bool ReadTrack(Reader r, int track, std::vector<RawEvent>* out, std::string* error)
+{
+  uint64_t tick = 0;
+  uint8_t running = 0;
+  const std::string where = "track " + std::to_string(track) + ": ";
+  while (r.Left())
+  {
+    uint32_t delta;
+    if (!r.VLQ(&delta)) return Fail(error, where + "bad or truncated delta time");
+    tick += delta;
+    uint8_t status;
+    if (!r.Peek(&status)) return Fail(error, where + "truncated event");
+    if (status & 0x80)
+      r.Byte(&status);
+    else if (running)
+      status = running; // running status: this byte is the first data byte
+    else
+      return Fail(error, where + "data byte without a status");
+
+    if (status == 0xFF)
+    {
+      uint8_t type;
+      uint32_t len;
+      if (!r.Byte(&type) || !r.VLQ(&len)) return Fail(error, where + "truncated meta event");
+      const unsigned char* data = r.Here();
+      if (!r.Skip(len)) return Fail(error, where + "meta event runs past the track");
+      if (type == 0x2F) return true; // end of track
+      if (type == 0x51)
+      {
+        if (len != 3) return Fail(error, where + "tempo event of the wrong length");
+        const int tempo = (data[0] << 16) | (data[1] << 8) | data[2];
+        out->push_back({tick, tempo > 0 ? tempo : 1, {0, 0, 0, 0}});
+      }
+      continue;
+    }
+    if (status == 0xF0 || status == 0xF7)
+    {
+      uint32_t len;
+      if (!r.VLQ(&len) || !r.Skip(len)) return Fail(error, where + "truncated system-exclusive event");
+      running = 0;
+      continue;
+    }
+    if (status >= 0xF0) return Fail(error, where + "system message not allowed in a file");
+
+    running = status;
+    const int nData = (status & 0xF0) == 0xC0 || (status & 0xF0) == 0xD0 ? 1 : 2;
+    uint8_t d[2] = {0, 0};
+    for (int i = 0; i < nData; ++i)
+    {
+      if (!r.Byte(&d[i])) return Fail(error, where + "truncated channel message");
+      if (d[i] & 0x80) return Fail(error, where + "data byte above 127");
+    }
+    out->push_back({tick, -1, {0, status, d[0], d[1]}});
+  }
+  return true; // a track without its end marker ends with its data
+}
+} // namespace
+
+bool ReadMidiFile(const unsigned char* data, size_t size, std::vector<MidiFileEvent>* events, std::string* error)
+{
+  events->clear();
+  Reader r(data, size);
+  uint32_t magic, len, format, ntrks, division;
+  if (!r.BE(4, &magic) || magic != 0x4D546864) return Fail(error, "not a Standard MIDI File (no MThd header)");
+  if (!r.BE(4, &len) || len < 6 || !r.BE(2, &format) || !r.BE(2, &ntrks) || !r.BE(2, &division))
+    return Fail(error, "truncated header");
+  if (!r.Skip(len - 6)) return Fail(error, "truncated header");
+  if (format > 1) return Fail(error, "format " + std::to_string(format) + " is not supported (only 0 and 1)");
+  if (division == 0) return Fail(error, "division of 0 ticks");
+
+  std::vector<RawEvent> raw;
+  int track = 0;
+  while (r.Left() && track < (int)ntrks)
+  {
+    uint32_t type, chunkLen;
+    if (!r.BE(4, &type) || !r.BE(4, &chunkLen)) return Fail(error, "truncated chunk header");
+    if (chunkLen > r.Left()) return Fail(error, "chunk runs past the end of the file");
+    if (type == 0x4D54726B) // "MTrk"
+    {
+      if (!ReadTrack(Reader(r.Here(), chunkLen), track, &raw, error)) return false;
+      ++track;
+    }
+    r.Skip(chunkLen); // other chunk types are skipped
+  }
+  if (track < (int)ntrks) return Fail(error, "file ends after " + std::to_string(track) + " of " +
+                                               std::to_string(ntrks) + " tracks");
+
+  // Tracks are merged by time; equal times keep file order.
+  std::stable_sort(raw.begin(), raw.end(), [](const RawEvent& a, const RawEvent& b) { return a.mTick < b.mTick; });
+
+  double secondsPerTick;
+  const bool smpte = division & 0x8000;
+  if (smpte)
+  {
+    const int fps = -(int)(int8_t)(division >> 8);
+    const int perFrame = (int)(division & 0xFF);
+    if (fps <= 0 || !perFrame) return Fail(error, "bad SMPTE division");
+    secondsPerTick = 1.0 / ((fps == 29 ? 29.97 : fps) * perFrame);
+  }
+  else
+  {
+    secondsPerTick = 500000.0 / 1e6 / division; // 120 beats a minute until a tempo event
+  }
+  uint64_t lastTick = 0;
+  double seconds = 0.0;
+  for (const RawEvent& e : raw)
+  {
+    seconds += (double)(e.mTick - lastTick) * secondsPerTick;
+    lastTick = e.mTick;
+    if (e.mTempo >= 0)
+    {
+      if (!smpte) secondsPerTick = e.mTempo / 1e6 / division;
+      continue;
+    }
+    MidiFileEvent ev = e.mEvent;
+    ev.mSeconds = seconds;
+    events->push_back(ev);
+  }
+  return true;
+}
