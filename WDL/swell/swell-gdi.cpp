@@ -1,0 +1,320 @@
+#include "swell-gdi.h"
+
+#include "lice.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <pango/pangocairo.h>
+#include <string>
+#include <strings.h>
+#include <vector>
+
+struct HDC__
+{
+  int w, h;
+  LICE_pixel* fb;
+  HGDIOBJ font = nullptr;
+  int textColor = 0;
+  int bkColor = 0xffffff;
+  int bkMode = OPAQUE;
+  bool clipped = false;
+  RECT clip = {0, 0, 0, 0};
+  std::vector<std::pair<bool, RECT>> clipStack;
+};
+
+struct HGDIOBJ__
+{
+  PangoFontDescription* desc;
+  std::string family;
+};
+
+namespace
+{
+PangoFontMap* FontMap()
+{
+  return pango_cairo_font_map_get_default();
+}
+
+bool FamilyExists(const char* face)
+{
+  PangoFontFamily** families = nullptr;
+  int n = 0;
+  pango_font_map_list_families(FontMap(), &families, &n);
+  bool found = false;
+  for (int i = 0; i < n && !found; ++i) found = !strcasecmp(pango_font_family_get_name(families[i]), face);
+  g_free(families);
+  return found;
+}
+
+// The area that text may touch: the context, cut to the clip region.
+RECT Bounds(HDC ctx)
+{
+  RECT b = {0, 0, ctx->w, ctx->h};
+  if (ctx->clipped)
+  {
+    b.left = std::max(b.left, ctx->clip.left);
+    b.top = std::max(b.top, ctx->clip.top);
+    b.right = std::min(b.right, ctx->clip.right);
+    b.bottom = std::min(b.bottom, ctx->clip.bottom);
+  }
+  return b;
+}
+
+PangoLayout* MakeLayout(cairo_t* cr, HDC ctx, const char* buf, int len, int flags)
+{
+  PangoLayout* layout = pango_cairo_create_layout(cr);
+  if (ctx->font) pango_layout_set_font_description(layout, ctx->font->desc);
+  std::string text(buf, len < 0 ? strlen(buf) : (size_t)len);
+  if (flags & DT_SINGLELINE) std::replace(text.begin(), text.end(), '\n', ' ');
+  text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+  if (!g_utf8_validate(text.c_str(), (gssize)text.size(), nullptr))
+    for (char& c : text) // bytes of a broken text show as blanks, not as nothing
+      if ((unsigned char)c >= 0x80) c = ' ';
+  pango_layout_set_text(layout, text.c_str(), (int)text.size());
+  return layout;
+}
+} // namespace
+
+HDC SWELL_CreateMemContext(HDC, int w, int h)
+{
+  if (w < 1 || h < 1 || (long long)w * h > (1LL << 28)) return nullptr;
+  LICE_pixel* fb = (LICE_pixel*)calloc((size_t)w * (size_t)h, sizeof(LICE_pixel));
+  if (!fb) return nullptr;
+  HDC ctx = new HDC__;
+  ctx->w = w;
+  ctx->h = h;
+  ctx->fb = fb;
+  return ctx;
+}
+
+void SWELL_DeleteGfxContext(HDC ctx)
+{
+  if (!ctx) return;
+  free(ctx->fb);
+  delete ctx;
+}
+
+void* SWELL_GetCtxFrameBuffer(HDC ctx)
+{
+  return ctx ? ctx->fb : nullptr;
+}
+
+HFONT CreateFont(int height, int, int, int, int weight, char italic, char, char, char, char, char, char, char,
+                 const char* face)
+{
+  HGDIOBJ__* f = new HGDIOBJ__;
+  f->family = face && *face && FamilyExists(face) ? face : "Monospace";
+  f->desc = pango_font_description_new();
+  pango_font_description_set_family(f->desc, f->family.c_str());
+  // A character height (negative) is close to the em size; a cell height
+  // holds the internal leading too.
+  const int px = height < 0 ? -height : height > 0 ? height * 4 / 5 : 12;
+  pango_font_description_set_absolute_size(f->desc, px * PANGO_SCALE);
+  if (weight > 0) pango_font_description_set_weight(f->desc, (PangoWeight)std::min(1000, std::max(100, weight)));
+  if (italic) pango_font_description_set_style(f->desc, PANGO_STYLE_ITALIC);
+  return f;
+}
+
+const char* SWELL_ResolvedFontFamily(HFONT font)
+{
+  return font ? font->family.c_str() : "";
+}
+
+HGDIOBJ SelectObject(HDC ctx, HGDIOBJ obj)
+{
+  if (!ctx) return nullptr;
+  HGDIOBJ old = ctx->font;
+  ctx->font = obj;
+  return old;
+}
+
+void DeleteObject(HGDIOBJ obj)
+{
+  if (!obj) return;
+  pango_font_description_free(obj->desc);
+  delete obj;
+}
+
+void SetTextColor(HDC ctx, int color)
+{
+  if (ctx) ctx->textColor = color;
+}
+
+void SetBkColor(HDC ctx, int color)
+{
+  if (ctx) ctx->bkColor = color;
+}
+
+void SetBkMode(HDC ctx, int mode)
+{
+  if (ctx) ctx->bkMode = mode;
+}
+
+bool GetTextMetrics(HDC ctx, TEXTMETRIC* tm)
+{
+  if (!ctx || !tm) return false;
+  PangoContext* pc = pango_font_map_create_context(FontMap());
+  PangoFontDescription* desc = ctx->font ? ctx->font->desc : pango_font_description_from_string("Monospace 12px");
+  PangoFontMetrics* m = pango_context_get_metrics(pc, desc, nullptr);
+  tm->tmAscent = PANGO_PIXELS_CEIL(pango_font_metrics_get_ascent(m));
+  tm->tmDescent = PANGO_PIXELS_CEIL(pango_font_metrics_get_descent(m));
+  tm->tmHeight = tm->tmAscent + tm->tmDescent;
+  tm->tmInternalLeading = 0;
+  tm->tmAveCharWidth = PANGO_PIXELS(pango_font_metrics_get_approximate_char_width(m));
+  pango_font_metrics_unref(m);
+  if (!ctx->font) pango_font_description_free(desc);
+  g_object_unref(pc);
+  return true;
+}
+
+int SWELL_DrawText(HDC ctx, const char* buf, int len, RECT* r, int flags)
+{
+  if (!ctx || !buf || !r) return 0;
+  // Measured on a scratch surface first; drawn on one that covers only the
+  // pixels the text may touch.
+  cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, 1, 1);
+  cairo_t* cr = cairo_create(surface);
+  PangoLayout* layout = MakeLayout(cr, ctx, buf, len, flags);
+  PangoRectangle ink, logical;
+  pango_layout_get_pixel_extents(layout, &ink, &logical);
+  const int tw = logical.width, th = logical.height;
+  cairo_destroy(cr);
+  cairo_surface_destroy(surface);
+
+  if (flags & DT_CALCRECT)
+  {
+    r->right = r->left + tw;
+    r->bottom = r->top + th;
+    g_object_unref(layout);
+    return th;
+  }
+
+  int x = r->left, y = r->top;
+  if (flags & DT_CENTER)
+    x = r->left + (r->right - r->left - tw) / 2;
+  else if (flags & DT_RIGHT)
+    x = r->right - tw;
+  if (flags & DT_VCENTER)
+    y = r->top + (r->bottom - r->top - th) / 2;
+  else if (flags & DT_BOTTOM)
+    y = r->bottom - th;
+
+  RECT box = Bounds(ctx);
+  box.left = std::max(box.left, x + std::min(0, ink.x));
+  box.top = std::max(box.top, y + std::min(0, ink.y));
+  box.right = std::min(box.right, x + std::max(tw, ink.x + ink.width));
+  box.bottom = std::min(box.bottom, y + std::max(th, ink.y + ink.height));
+  if (!(flags & DT_NOCLIP))
+  {
+    box.left = std::max(box.left, r->left);
+    box.top = std::max(box.top, r->top);
+    box.right = std::min(box.right, r->right);
+    box.bottom = std::min(box.bottom, r->bottom);
+  }
+  const int sw = box.right - box.left, sh = box.bottom - box.top;
+  if (sw < 1 || sh < 1)
+  {
+    g_object_unref(layout);
+    return th;
+  }
+
+  surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, sw, sh);
+  unsigned char* data = cairo_image_surface_get_data(surface);
+  const int stride = cairo_image_surface_get_stride(surface);
+  // Frame buffer to surface: colours only, as on a screen.
+  for (int row = 0; row < sh; ++row)
+  {
+    const LICE_pixel* src = ctx->fb + (long)(box.top + row) * ctx->w + box.left;
+    uint32_t* dst = (uint32_t*)(data + (long)row * stride);
+    for (int i = 0; i < sw; ++i) dst[i] = (LICE_GETR(src[i]) << 16) | (LICE_GETG(src[i]) << 8) | LICE_GETB(src[i]);
+  }
+  cairo_surface_mark_dirty(surface);
+  cr = cairo_create(surface);
+  pango_cairo_update_layout(cr, layout);
+  cairo_translate(cr, -box.left, -box.top);
+  if (ctx->bkMode == OPAQUE)
+  {
+    const int c = ctx->bkColor;
+    cairo_set_source_rgb(cr, (c & 0xff) / 255.0, ((c >> 8) & 0xff) / 255.0, ((c >> 16) & 0xff) / 255.0);
+    cairo_rectangle(cr, x, y, tw, th);
+    cairo_fill(cr);
+  }
+  const int c = ctx->textColor;
+  cairo_set_source_rgb(cr, (c & 0xff) / 255.0, ((c >> 8) & 0xff) / 255.0, ((c >> 16) & 0xff) / 255.0);
+  cairo_move_to(cr, x, y);
+  pango_cairo_show_layout(cr, layout);
+  cairo_surface_flush(surface);
+
+  // Back again, keeping each pixel's alpha byte.
+  for (int row = 0; row < sh; ++row)
+  {
+    LICE_pixel* dst = ctx->fb + (long)(box.top + row) * ctx->w + box.left;
+    const uint32_t* src = (const uint32_t*)(data + (long)row * stride);
+    for (int i = 0; i < sw; ++i)
+      dst[i] = LICE_RGBA((src[i] >> 16) & 0xff, (src[i] >> 8) & 0xff, src[i] & 0xff, LICE_GETA(dst[i]));
+  }
+  g_object_unref(layout);
+  cairo_destroy(cr);
+  cairo_surface_destroy(surface);
+  return th;
+}
+
+void SWELL_PushClipRegion(HDC ctx)
+{
+  if (ctx) ctx->clipStack.push_back({ctx->clipped, ctx->clip});
+}
+
+void SWELL_PopClipRegion(HDC ctx)
+{
+  if (!ctx || ctx->clipStack.empty()) return;
+  ctx->clipped = ctx->clipStack.back().first;
+  ctx->clip = ctx->clipStack.back().second;
+  ctx->clipStack.pop_back();
+}
+
+void SWELL_SetClipRegion(HDC ctx, const RECT* r)
+{
+  if (!ctx) return;
+  ctx->clipped = r != nullptr;
+  if (r) ctx->clip = *r;
+}
+
+namespace
+{
+void DeleteObjectFn(HGDIOBJ obj)
+{
+  DeleteObject(obj);
+}
+void SetTextColorFn(HDC ctx, int c)
+{
+  SetTextColor(ctx, c);
+}
+void SetBkColorFn(HDC ctx, int c)
+{
+  SetBkColor(ctx, c);
+}
+void SetBkModeFn(HDC ctx, int m)
+{
+  SetBkMode(ctx, m);
+}
+
+const LICE_GfxBackend kBackend = {SWELL_CreateMemContext,
+                                  SWELL_DeleteGfxContext,
+                                  SWELL_GetCtxFrameBuffer,
+                                  SelectObject,
+                                  DeleteObjectFn,
+                                  SetTextColorFn,
+                                  SetBkColorFn,
+                                  SetBkModeFn,
+                                  GetTextMetrics,
+                                  SWELL_DrawText,
+                                  SWELL_PushClipRegion,
+                                  SWELL_PopClipRegion,
+                                  SWELL_SetClipRegion};
+} // namespace
+
+void SWELL_InstallGfxBackend()
+{
+  LICE_SetGfxBackend(&kBackend);
+}

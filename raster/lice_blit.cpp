@@ -1,0 +1,537 @@
+// Blits: unscaled, scaled (nearest, bilinear, filtered down), rotated and
+// along affine steps. Source positions step in 16.16 fixed point; the mode's
+// functor is chosen once per call.
+
+#include "lice_combine.h"
+
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+namespace
+{
+// A bitmap's rows as a start pointer and a signed stride in pixels, so that
+// flipped bitmaps walk backward.
+struct Rows
+{
+  LICE_pixel* first;
+  long stride;
+};
+
+Rows RowsFrom(LICE_IBitmap* bm, int top)
+{
+  const long span = bm->getRowSpan();
+  LICE_pixel* bits = bm->getBits();
+  if (bm->isFlipped()) return {bits + (long)(bm->getHeight() - top - 1) * span, -span};
+  return {bits + (long)top * span, span};
+}
+
+template<class F> struct _LICE_Template_Blit2
+{
+  static void blit(LICE_pixel* dest, const LICE_pixel* src, int w, int h, long src_span, long dest_span, int ia)
+  {
+    for (int y = 0; y < h; ++y, src += src_span, dest += dest_span)
+      for (int x = 0; x < w; ++x)
+      {
+        const LICE_pixel p = src[x];
+        F::doPix((LICE_pixel_chan*)(dest + x), LICE_GETR(p), LICE_GETG(p), LICE_GETB(p), LICE_GETA(p), ia);
+      }
+  }
+};
+
+inline LICE_pixel LinearFilterI(LICE_pixel p0, LICE_pixel p1, unsigned int frac)
+{
+  const unsigned int f0 = 0x10000 - frac;
+  auto ch = [&](int shift) { return (((p0 >> shift) & 0xff) * f0 + ((p1 >> shift) & 0xff) * frac) >> 16; };
+  return ch(0) | (ch(8) << 8) | (ch(16) << 16) | (ch(24) << 24);
+}
+
+inline LICE_pixel BilinearFilterI(const LICE_pixel* row0, const LICE_pixel* row1, unsigned int xfrac,
+                                  unsigned int yfrac)
+{
+  const unsigned int f4 = ((xfrac * yfrac) >> 16) & 0xffff;
+  const unsigned int f3 = yfrac - f4, f2 = xfrac - f4, f1 = 0x10000 - xfrac - yfrac + f4;
+  auto ch = [&](int shift) {
+    return (((row0[0] >> shift) & 0xff) * f1 + ((row0[1] >> shift) & 0xff) * f2 + ((row1[0] >> shift) & 0xff) * f3 +
+            ((row1[1] >> shift) & 0xff) * f4) >>
+           16;
+  };
+  return ch(0) | (ch(8) << 8) | (ch(16) << 16) | (ch(24) << 24);
+}
+
+// The filtered pixel at (x, y) with the fractions, never reading outside
+// columns and rows below clipright and clipbottom. False: nothing there.
+inline bool FilteredPixel(const LICE_pixel* src, long span, int x, int y, unsigned int xfrac, unsigned int yfrac,
+                          int clipright, int clipbottom, LICE_pixel* out)
+{
+  const LICE_pixel* p = src + (long)y * span + x;
+  if (y < clipbottom - 1)
+  {
+    if (x < clipright - 1)
+      *out = BilinearFilterI(p, p + span, xfrac, yfrac);
+    else if (x == clipright - 1)
+      *out = LinearFilterI(p[0], p[span], yfrac);
+    else
+      return false;
+    return true;
+  }
+  if (y == clipbottom - 1)
+  {
+    if (x < clipright - 1)
+      *out = LinearFilterI(p[0], p[1], xfrac);
+    else if (x == clipright - 1)
+      *out = p[0];
+    else
+      return false;
+    return true;
+  }
+  return false;
+}
+
+template<class F> struct _LICE_Template_Scale
+{
+  static void scaleBlit(LICE_pixel* dest, const LICE_pixel* src, int w, int h, int icurx, int icury, int idx,
+                        int idy, int clipright, int clipbottom, long src_span, long dest_span, int ia,
+                        int filtermode)
+  {
+    for (int row = 0; row < h; ++row, icury += idy, dest += dest_span)
+    {
+      const int y = icury >> 16;
+      int cx = icurx;
+      for (int i = 0; i < w; ++i, cx += idx)
+      {
+        const int x = cx >> 16;
+        LICE_pixel p;
+        if (filtermode == LICE_BLIT_FILTER_BILINEAR)
+        {
+          if (x < 0 || y < 0 ||
+              !FilteredPixel(src, src_span, x, y, (unsigned)cx & 0xffff, (unsigned)icury & 0xffff, clipright,
+                             clipbottom, &p))
+            continue;
+        }
+        else
+        {
+          if (x < 0 || y < 0 || x >= clipright || y >= clipbottom) continue;
+          p = src[(long)y * src_span + x];
+        }
+        F::doPix((LICE_pixel_chan*)(dest + i), LICE_GETR(p), LICE_GETG(p), LICE_GETB(p), LICE_GETA(p), ia);
+      }
+    }
+  }
+
+  static void scaleBlitFilterDown(LICE_pixel* dest, const LICE_pixel* src, int w, int h, int icurx, int icury,
+                                  int idx, int idy, int clipright, int clipbottom, long src_span, long dest_span,
+                                  int ia, const int* filter, int filtsz)
+  {
+    const int start = -(filtsz / 2);
+    for (int row = 0; row < h; ++row, icury += idy, dest += dest_span)
+    {
+      const int y0 = (icury >> 16) + start;
+      int cx = icurx;
+      for (int i = 0; i < w; ++i, cx += idx)
+      {
+        const int x0 = (cx >> 16) + start;
+        unsigned int sum[4] = {0, 0, 0, 0}, wsum = 0;
+        for (int fy = 0; fy < filtsz; ++fy)
+        {
+          const int y = y0 + fy;
+          if (y < 0 || y >= clipbottom) continue;
+          const LICE_pixel* line = src + (long)y * src_span;
+          for (int fx = 0; fx < filtsz; ++fx)
+          {
+            const int x = x0 + fx;
+            if (x < 0 || x >= clipright) continue;
+            const unsigned int wgt = (unsigned int)filter[fy * filtsz + fx];
+            const LICE_pixel p = line[x];
+            sum[0] += LICE_GETR(p) * wgt;
+            sum[1] += LICE_GETG(p) * wgt;
+            sum[2] += LICE_GETB(p) * wgt;
+            sum[3] += LICE_GETA(p) * wgt;
+            wsum += wgt;
+          }
+        }
+        if (wsum)
+          F::doPix((LICE_pixel_chan*)(dest + i), (int)(sum[0] / wsum), (int)(sum[1] / wsum), (int)(sum[2] / wsum),
+                   (int)(sum[3] / wsum), ia);
+      }
+    }
+  }
+
+  // Rows and columns step along affine deltas; positions compare as
+  // unsigned so that negatives fall out with the same test.
+  static void deltaBlit(LICE_pixel* dest, const LICE_pixel* src, int w, int h, int isrcx, int isrcy, int idsdx,
+                        int idtdx, int idsdy, int idtdy, int idsdxdy, int idtdxdy, unsigned int src_right,
+                        unsigned int src_bottom, long src_span, long dest_span, int ia, int filtermode)
+  {
+    for (int row = 0; row < h; ++row, dest += dest_span)
+    {
+      int s = isrcx, t = isrcy;
+      for (int i = 0; i < w; ++i, s += idsdx, t += idtdx)
+      {
+        const unsigned int x = (unsigned int)(s >> 16), y = (unsigned int)(t >> 16);
+        if (x >= src_right || y >= src_bottom) continue;
+        LICE_pixel p;
+        if (filtermode == LICE_BLIT_FILTER_BILINEAR)
+        {
+          if (!FilteredPixel(src, src_span, (int)x, (int)y, (unsigned)s & 0xffff, (unsigned)t & 0xffff,
+                             (int)src_right, (int)src_bottom, &p))
+            continue;
+        }
+        else
+        {
+          p = src[(long)y * src_span + x];
+        }
+        F::doPix((LICE_pixel_chan*)(dest + i), LICE_GETR(p), LICE_GETG(p), LICE_GETB(p), LICE_GETA(p), ia);
+      }
+      idsdx += idsdxdy;
+      isrcx += idsdy;
+      idtdx += idtdxdy;
+      isrcy += idtdy;
+    }
+  }
+};
+
+template<class FAST>
+void scaleBlitFAST(LICE_pixel* dest, const LICE_pixel* src, int w, int h, int icurx, int icury, int idx, int idy,
+                   int clipright, int clipbottom, long src_span, long dest_span)
+{
+  for (int row = 0; row < h; ++row, icury += idy, dest += dest_span)
+  {
+    const int y = icury >> 16;
+    if (y < 0 || y >= clipbottom) continue;
+    const LICE_pixel* line = src + (long)y * src_span;
+    int cx = icurx;
+    for (int i = 0; i < w; ++i, cx += idx)
+    {
+      const int x = cx >> 16;
+      if (x >= 0 && x < clipright) FAST::doPixFAST(dest + i, line[x]);
+    }
+  }
+}
+} // namespace
+
+void LICE_Blit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, const RECT* srcrect, float alpha, int mode)
+{
+  if (!dest || !src || alpha == 0.0f) return;
+  RECT sr = {0, 0, src->getWidth(), src->getHeight()};
+  if (srcrect)
+  {
+    sr = *srcrect;
+    if (sr.left < 0)
+    {
+      dstx -= sr.left;
+      sr.left = 0;
+    }
+    if (sr.top < 0)
+    {
+      dsty -= sr.top;
+      sr.top = 0;
+    }
+    if (sr.right > src->getWidth()) sr.right = src->getWidth();
+    if (sr.bottom > src->getHeight()) sr.bottom = src->getHeight();
+  }
+  if (dstx < 0)
+  {
+    sr.left -= dstx;
+    dstx = 0;
+  }
+  if (dsty < 0)
+  {
+    sr.top -= dsty;
+    dsty = 0;
+  }
+  const int destw = dest->getWidth(), desth = dest->getHeight();
+  if (sr.right <= sr.left || sr.bottom <= sr.top || dstx >= destw || dsty >= desth) return;
+  if (sr.right > sr.left + (destw - dstx)) sr.right = sr.left + (destw - dstx);
+  if (sr.bottom > sr.top + (desth - dsty)) sr.bottom = sr.top + (desth - dsty);
+  if (sr.right <= sr.left || sr.bottom <= sr.top) return;
+  if (!dest->getBits() || !src->getBits()) return;
+
+  const Rows s = RowsFrom(src, sr.top), d = RowsFrom(dest, dsty);
+  const LICE_pixel* sp = s.first + sr.left;
+  LICE_pixel* dp = d.first + dstx;
+  const int w = sr.right - sr.left, h = sr.bottom - sr.top;
+
+  if ((mode & LICE_BLIT_MODE_MASK) >= LICE_BLIT_MODE_CHANCOPY)
+  {
+    const int from = mode & 3, to = (mode >> 2) & 3;
+    for (int y = 0; y < h; ++y, sp += s.stride, dp += d.stride)
+      for (int x = 0; x < w; ++x) ((LICE_pixel_chan*)(dp + x))[to] = ((const LICE_pixel_chan*)(sp + x))[from];
+    return;
+  }
+  if ((mode & 0x100FF) == 0 && (alpha == 1.0f || alpha == 0.5f))
+  {
+    for (int y = 0; y < h; ++y, sp += s.stride, dp += d.stride)
+    {
+      if (alpha == 1.0f)
+        memcpy(dp, sp, (size_t)w * sizeof(LICE_pixel));
+      else
+        for (int x = 0; x < w; ++x) _LICE_CombinePixelsHalfMixFAST::doPixFAST(dp + x, sp[x]);
+    }
+    return;
+  }
+  const int ia = (int)(alpha * 256.0);
+  if (!ia) return;
+  LICE_WithFunctor(mode, ia, [&](auto f) {
+    _LICE_Template_Blit2<decltype(f)>::blit(dp, sp, w, h, s.stride, d.stride, ia);
+  });
+}
+
+void LICE_Blit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, int srcx, int srcy, int srcw, int srch,
+               float alpha, int mode)
+{
+  const RECT r = {srcx, srcy, srcx + srcw, srcy + srch};
+  LICE_Blit(dest, src, dstx, dsty, &r, alpha, mode);
+}
+
+void LICE_ScaledBlit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, int dstw, int dsth, float srcx,
+                     float srcy, float srcw, float srch, float alpha, int mode)
+{
+  if (!dest || !src || !dstw || !dsth || alpha == 0.0f) return;
+
+  // Unscaled, and on the pixel grid or unfiltered: a plain blit.
+  if (std::fabs(srcw - dstw) < 0.001f && std::fabs(srch - dsth) < 0.001f)
+  {
+    const bool offGrid = std::fabs(srcx - std::floor(srcx + 0.5f)) >= 0.03f ||
+                         std::fabs(srcy - std::floor(srcy + 0.5f)) >= 0.03f;
+    if (!((mode & LICE_BLIT_FILTER_MASK) == LICE_BLIT_FILTER_BILINEAR && offGrid))
+    {
+      const int l = (int)(srcx + 0.5f), t = (int)(srcy + 0.5f);
+      const RECT r = {l, t, l + dstw, t + dsth};
+      LICE_Blit(dest, src, dstx, dsty, &r, alpha, mode);
+      return;
+    }
+  }
+
+  if (dstw < 0)
+  {
+    dstw = -dstw;
+    dstx -= dstw;
+    srcx += srcw;
+    srcw = -srcw;
+  }
+  if (dsth < 0)
+  {
+    dsth = -dsth;
+    dsty -= dsth;
+    srcy += srch;
+    srch = -srch;
+  }
+  const double xadvance = (double)srcw / dstw, yadvance = (double)srch / dsth;
+  double sx = srcx, sy = srcy;
+  if (dstx < 0)
+  {
+    sx -= dstx * xadvance;
+    dstw += dstx;
+    dstx = 0;
+  }
+  if (dsty < 0)
+  {
+    sy -= dsty * yadvance;
+    dsth += dsty;
+    dsty = 0;
+  }
+  const int destw = dest->getWidth(), desth = dest->getHeight();
+  if (dstw < 1 || dsth < 1 || dstx >= destw || dsty >= desth) return;
+  if (dstw > destw - dstx) dstw = destw - dstx;
+  if (dsth > desth - dsty) dsth = desth - dsty;
+
+  const int idx = (int)(xadvance * 65536.0), idy = (int)(yadvance * 65536.0);
+  int icurx = (int)(sx * 65536.0), icury = (int)(sy * 65536.0);
+  const int srcwidth = src->getWidth(), srcheight = src->getHeight();
+  if (idx > 0)
+  {
+    if (icurx < 0)
+    {
+      const int skip = (idx - 1 - icurx) / idx;
+      dstw -= skip;
+      dstx += skip;
+      icurx += idx * skip;
+    }
+    if ((icurx + (long long)idx * (dstw - 1)) / 65536 >= srcwidth)
+    {
+      const long long fit = ((((long long)srcwidth - 1) << 16) - icurx) / idx;
+      if (fit < dstw) dstw = (int)fit;
+    }
+  }
+  if (idy > 0)
+  {
+    if (icury < 0)
+    {
+      const int skip = (idy - 1 - icury) / idy;
+      dsth -= skip;
+      dsty += skip;
+      icury += idy * skip;
+    }
+    if ((icury + (long long)idy * (dsth - 1)) / 65536 >= srcheight)
+    {
+      const long long fit = ((((long long)srcheight - 1) << 16) - icury) / idy;
+      if (fit < dsth) dsth = (int)fit;
+    }
+  }
+  if (dstw < 1 || dsth < 1 || !dest->getBits() || !src->getBits()) return;
+
+  int clipright = (int)(srcx + (srcw > 0 ? srcw : 0) + 0.999999);
+  int clipbottom = (int)(srcy + (srch > 0 ? srch : 0) + 0.999999);
+  if (clipright > srcwidth) clipright = srcwidth;
+  if (clipbottom > srcheight) clipbottom = srcheight;
+  if (clipright < 1 || clipbottom < 1) return;
+
+  const Rows s = RowsFrom(src, 0), d = RowsFrom(dest, dsty);
+  LICE_pixel* dp = d.first + dstx;
+  const int ia = (int)(alpha * 256.0);
+
+  if ((mode & 0x1FFFF) == 0 && (ia == 128 || ia == 256))
+  {
+    if (ia == 256)
+      scaleBlitFAST<_LICE_CombinePixelsClobberFAST>(dp, s.first, dstw, dsth, icurx, icury, idx, idy, clipright,
+                                                    clipbottom, s.stride, d.stride);
+    else
+      scaleBlitFAST<_LICE_CombinePixelsHalfMixFAST>(dp, s.first, dstw, dsth, icurx, icury, idx, idy, clipright,
+                                                    clipbottom, s.stride, d.stride);
+    return;
+  }
+  if (ia <= 0) return;
+  const int filtermode = mode & LICE_BLIT_FILTER_MASK;
+  if (xadvance >= 1.7 && yadvance >= 1.7 && filtermode == LICE_BLIT_FILTER_BILINEAR)
+  {
+    const int msc = idx > idy ? idx : idy;
+    const int filtsz = msc < 0x30001 ? 3 : 5, start = -(filtsz / 2);
+    int filter[25];
+    for (int y = 0; y < filtsz; ++y)
+      for (int x = 0; x < filtsz; ++x)
+      {
+        const int dx = x + start, dy = y + start;
+        if (!dx && !dy)
+        {
+          filter[y * filtsz + x] = 65536;
+          continue;
+        }
+        const double v = (msc - 1.0) / std::sqrt((double)(dx * dx + dy * dy));
+        filter[y * filtsz + x] = v < 0.0 ? 0 : v > 1.0 ? 65536 : (int)(v * 65536.0);
+      }
+    LICE_WithFunctor(mode, ia, [&](auto f) {
+      _LICE_Template_Scale<decltype(f)>::scaleBlitFilterDown(dp, s.first, dstw, dsth, icurx, icury, idx, idy,
+                                                             clipright, clipbottom, s.stride, d.stride, ia, filter,
+                                                             filtsz);
+    });
+    return;
+  }
+  LICE_WithFunctor(mode, ia, [&](auto f) {
+    _LICE_Template_Scale<decltype(f)>::scaleBlit(dp, s.first, dstw, dsth, icurx, icury, idx, idy, clipright,
+                                                 clipbottom, s.stride, d.stride, ia, filtermode);
+  });
+}
+
+namespace
+{
+struct ClipRect
+{
+  int l, t, r, b;
+};
+
+// The source clip: the whole source, or its overlap with the source
+// rectangle.
+ClipRect SourceClip(LICE_IBitmap* src, float srcx, float srcy, float srcw, float srch, bool cliptosourcerect)
+{
+  ClipRect c = {0, 0, src->getWidth(), src->getHeight()};
+  if (cliptosourcerect)
+  {
+    if (srcx > c.l) c.l = (int)srcx;
+    if (srcy > c.t) c.t = (int)srcy;
+    if (srcx + srcw < c.r) c.r = (int)(srcx + srcw);
+    if (srcy + srch < c.b) c.b = (int)(srcy + srch);
+  }
+  return c;
+}
+
+// The part the two affine blits share: destination clipping, 16.16 set-up
+// and the loop. Mirroring has been done by the caller.
+void DeltaCore(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, int dstw, int dsth, double sx, double sy,
+               const ClipRect& c, double dsdx, double dtdx, double dsdy, double dtdy, double dsdxdy, double dtdxdy,
+               float alpha, int mode)
+{
+  if (dstx < 0)
+  {
+    sx -= dstx * dsdx;
+    sy -= dstx * dtdx;
+    dstw += dstx;
+    dstx = 0;
+  }
+  if (dsty < 0)
+  {
+    sy -= dsty * dtdy;
+    sx -= dsty * dsdy;
+    dsth += dsty;
+    dsty = 0;
+  }
+  const int destw = dest->getWidth(), desth = dest->getHeight();
+  if (dstw < 1 || dsth < 1 || dstx >= destw || dsty >= desth || c.r <= c.l || c.b <= c.t) return;
+  if (dstw > destw - dstx) dstw = destw - dstx;
+  if (dsth > desth - dsty) dsth = desth - dsty;
+  if (!dest->getBits() || !src->getBits()) return;
+
+  const int ia = (int)(alpha * 256.0);
+  if (!ia) return;
+  auto fx = [](double v) { return (int)(v * 65536.0); };
+  const Rows s = RowsFrom(src, 0), d = RowsFrom(dest, dsty);
+  const LICE_pixel* sp = s.first + (long)c.t * s.stride + c.l;
+  LICE_WithFunctor(mode, ia, [&](auto f) {
+    _LICE_Template_Scale<decltype(f)>::deltaBlit(d.first + dstx, sp, dstw, dsth, fx(sx - c.l), fx(sy - c.t),
+                                                 fx(dsdx), fx(dtdx), fx(dsdy), fx(dtdy), fx(dsdxdy), fx(dtdxdy),
+                                                 (unsigned)(c.r - c.l), (unsigned)(c.b - c.t), s.stride, d.stride,
+                                                 ia, mode & LICE_BLIT_FILTER_MASK);
+  });
+}
+} // namespace
+
+void LICE_DeltaBlit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, int dstw, int dsth, float srcx,
+                    float srcy, float srcw, float srch, double dsdx, double dtdx, double dsdy, double dtdy,
+                    double dsdxdy, double dtdxdy, bool cliptosourcerect, float alpha, int mode)
+{
+  if (!dest || !src || !dstw || !dsth) return;
+  const ClipRect c = SourceClip(src, srcx, srcy, srcw, srch, cliptosourcerect);
+  double sx = srcx, sy = srcy;
+  if (dstw < 0)
+  {
+    dstw = -dstw;
+    dstx -= dstw;
+    sx += srcw;
+  }
+  if (dsth < 0)
+  {
+    dsth = -dsth;
+    dsty -= dsth;
+    sy += srch;
+  }
+  DeltaCore(dest, src, dstx, dsty, dstw, dsth, sx, sy, c, dsdx, dtdx, dsdy, dtdy, dsdxdy, dtdxdy, alpha, mode);
+}
+
+void LICE_RotatedBlit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, int dstw, int dsth, float srcx,
+                      float srcy, float srcw, float srch, float angle, bool cliptosourcerect, float alpha, int mode,
+                      float rotxcent, float rotycent)
+{
+  if (!dest || !src || !dstw || !dsth) return;
+  const ClipRect c = SourceClip(src, srcx, srcy, srcw, srch, cliptosourcerect);
+  if (dstw < 0)
+  {
+    dstw = -dstw;
+    dstx -= dstw;
+    srcx += srcw;
+    srcw = -srcw;
+  }
+  if (dsth < 0)
+  {
+    dsth = -dsth;
+    dsty -= dsth;
+    srcy += srch;
+    srch = -srch;
+  }
+  const double cosa = cos((double)angle), sina = sin((double)angle);
+  const float xsc = srcw / dstw, ysc = srch / dsth;
+  const double dsdx = xsc * cosa, dtdy = ysc * cosa, dsdy = xsc * sina, dtdx = ysc * -sina;
+  // Rotation about the middle of the source rectangle, moved by the centres.
+  const double sx = srcx - (0.5 * (dstw * dsdx + dsth * dsdy - srcw) - rotxcent);
+  const double sy = srcy - (0.5 * (dsth * dtdy + dstw * dtdx - srch) - rotycent);
+  DeltaCore(dest, src, dstx, dsty, dstw, dsth, sx, sy, c, dsdx, dtdx, dsdy, dtdy, 0.0, 0.0, alpha, mode);
+}

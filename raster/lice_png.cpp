@@ -1,0 +1,185 @@
+// PNG decoding with libpng straight into a bitmap's rows, as alpha, red,
+// green, blue bytes, so that no pass over the pixels follows.
+
+#include "lice.h"
+
+#include <climits>
+#include <csetjmp>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <png.h>
+#include <string>
+#include <strings.h>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+struct MemReader
+{
+  const unsigned char* data;
+  size_t left;
+};
+
+void ReadFromMemory(png_structp png, png_bytep out, png_size_t length)
+{
+  MemReader* r = (MemReader*)png_get_io_ptr(png);
+  memset(out, 0, length);
+  const size_t n = length < r->left ? length : r->left;
+  memcpy(out, r->data, n);
+  r->data += n;
+  r->left -= n;
+}
+
+// Runs the decoding steps on a reader already set up by setupIO; null on
+// any failure, with everything made on the way released.
+template<class SetupIO> LICE_IBitmap* Decode(LICE_IBitmap* given, SetupIO&& setupIO)
+{
+  LICE_IBitmap* volatile bmp = given;
+  png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+  if (!png) return nullptr;
+  png_infop info = png_create_info_struct(png);
+  if (!info)
+  {
+    png_destroy_read_struct(&png, nullptr, nullptr);
+    return nullptr;
+  }
+  // Kept out of the registers that longjmp may clobber.
+  LICE_IBitmap* volatile made = nullptr;
+  png_bytep* volatile rows = nullptr;
+  if (setjmp(png_jmpbuf(png)))
+  {
+    png_destroy_read_struct(&png, &info, nullptr);
+    free(rows);
+    delete made;
+    return nullptr;
+  }
+  setupIO(png);
+  png_read_info(png, info);
+  png_uint_32 width, height;
+  int bitDepth, colorType;
+  png_get_IHDR(png, info, &width, &height, &bitDepth, &colorType, nullptr, nullptr, nullptr);
+
+  if (colorType == PNG_COLOR_TYPE_PALETTE) png_set_palette_to_rgb(png);
+  if (colorType == PNG_COLOR_TYPE_GRAY && bitDepth < 8) png_set_expand_gray_1_2_4_to_8(png);
+  if (png_get_valid(png, info, PNG_INFO_tRNS))
+  {
+    png_set_tRNS_to_alpha(png);
+    colorType |= 4; // counts as having alpha from here on
+  }
+  if (bitDepth == 16) png_set_strip_16(png);
+  if (bitDepth < 8) png_set_packing(png);
+  if (colorType == PNG_COLOR_TYPE_GRAY || colorType == PNG_COLOR_TYPE_GRAY_ALPHA) png_set_gray_to_rgb(png);
+  if (!(colorType & 4))
+    png_set_filler(png, 255, PNG_FILLER_BEFORE);
+  else
+    png_set_swap_alpha(png);
+
+  if (width > INT_MAX / 4 || height > INT_MAX / 4)
+    png_error(png, "image too large");
+  if (bmp)
+  {
+    bmp->resize((int)width, (int)height);
+  }
+  else
+  {
+    made = new (std::nothrow) LICE_MemBitmap((int)width, (int)height, 4);
+    bmp = made;
+  }
+  LICE_IBitmap* out = bmp;
+  if (!out || out->getWidth() != (int)width || out->getHeight() != (int)height || !out->getBits())
+    png_error(png, "no bitmap");
+
+  rows = (png_bytep*)malloc(sizeof(png_bytep) * height);
+  if (!rows) png_error(png, "out of memory");
+  const long span = out->getRowSpan();
+  LICE_pixel* bits = out->getBits();
+  for (png_uint_32 i = 0; i < height; ++i)
+    rows[i] = (png_bytep)(bits + span * (long)(out->isFlipped() ? height - 1 - i : i));
+  png_read_image(png, rows);
+  png_destroy_read_struct(&png, &info, nullptr);
+  free(rows);
+  return out;
+}
+
+// The resource root: $VELTRA_RESOURCES, then <exe dir>/../share/veltra,
+// then <exe dir>.
+std::string ResourceRoot()
+{
+  const char* env = getenv("VELTRA_RESOURCES");
+  if (env && *env) return env;
+  char exe[4096];
+  const ssize_t n = readlink("/proc/self/exe", exe, sizeof(exe) - 1);
+  if (n <= 0) return std::string();
+  exe[n] = 0;
+  std::string dir(exe);
+  dir.erase(dir.rfind('/') == std::string::npos ? 0 : dir.rfind('/'));
+  const std::string shared = dir + "/../share/veltra";
+  if (access(shared.c_str(), F_OK) == 0) return shared;
+  return dir;
+}
+
+LICE_IBitmap* LoaderFunc(const char* filename, bool checkFileName, LICE_IBitmap* bmp)
+{
+  if (checkFileName)
+  {
+    const char* p = filename + strlen(filename);
+    while (p > filename && p[-1] != '.' && p[-1] != '/' && p[-1] != '\\') --p;
+    if (p == filename || p[-1] != '.' || strcasecmp(p - 1, ".png")) return nullptr;
+  }
+  return LICE_LoadPNG(filename, bmp);
+}
+
+const char* LoaderExtList()
+{
+  return "PNG files (*.PNG)";
+}
+
+// Registers the PNG loader at the head of the list when the program starts.
+struct LICE_PNGLoader
+{
+  LICE_ImageLoaderRec rec;
+  LICE_PNGLoader()
+  {
+    rec.loadfunc = LoaderFunc;
+    rec.get_extlist = LoaderExtList;
+    rec._next = LICE_ImageLoader_list;
+    LICE_ImageLoader_list = &rec;
+  }
+};
+} // namespace
+
+LICE_ImageLoaderRec* LICE_ImageLoader_list = nullptr;
+static LICE_PNGLoader s_pngLoader;
+
+LICE_IBitmap* LICE_LoadPNG(const char* filename, LICE_IBitmap* bmp)
+{
+  if (!filename) return nullptr;
+  FILE* fp = fopen(filename, "rb");
+  if (!fp) return nullptr;
+  LICE_IBitmap* r = Decode(bmp, [fp](png_structp png) { png_init_io(png, fp); });
+  fclose(fp);
+  return r;
+}
+
+LICE_IBitmap* LICE_LoadPNGFromMemory(const void* data, int buflen, LICE_IBitmap* bmp)
+{
+  if (!data || buflen < 8 || png_sig_cmp((png_const_bytep)data, 0, 8)) return nullptr;
+  MemReader reader = {(const unsigned char*)data, (size_t)buflen};
+  return Decode(bmp, [&reader](png_structp png) { png_set_read_fn(png, &reader, ReadFromMemory); });
+}
+
+LICE_IBitmap* LICE_LoadPNGFromNamedResource(const char* name, LICE_IBitmap* bmp)
+{
+  if (!name || strlen(name) >= 401) return nullptr;
+  const std::string root = ResourceRoot();
+  if (root.empty()) return nullptr;
+  return LICE_LoadPNG((root + "/" + name).c_str(), bmp);
+}
+
+LICE_IBitmap* LICE_LoadPNGFromResource(void*, int, LICE_IBitmap*)
+{
+  return nullptr;
+}
