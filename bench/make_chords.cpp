@@ -11,8 +11,7 @@ void VLQ(std::vector<unsigned char>& t, unsigned int v)
 {
   unsigned char bytes[4];
   int n = 0;
-  do
-  {
+  do {
     bytes[n++] = v & 0x7F;
     v >>= 7;
   } while (v);

@@ -17,7 +17,7 @@ typedef unsigned char LICE_pixel_chan;
 #define LICE_PIXEL_B 3
 
 #define LICE_RGBA(r, g, b, a)                                                                                          \
-  ((LICE_pixel)(((unsigned int)(a)&0xff) | (((unsigned int)(r)&0xff) << 8) | (((unsigned int)(g)&0xff) << 16) |      \
+  ((LICE_pixel)(((unsigned int)(a)&0xff) | (((unsigned int)(r)&0xff) << 8) | (((unsigned int)(g)&0xff) << 16) |        \
                 (((unsigned int)(b)&0xff) << 24)))
 #define LICE_GETA(v) ((v)&0xff)
 #define LICE_GETR(v) (((v) >> 8) & 0xff)
@@ -61,10 +61,7 @@ public:
   LICE_MemBitmap& operator=(const LICE_MemBitmap&) = delete;
 
   // Pixels start on a 64-byte boundary inside the block.
-  LICE_pixel* getBits() override
-  {
-    return (LICE_pixel*)(((uintptr_t)m_fb + 63) & ~(uintptr_t)63);
-  }
+  LICE_pixel* getBits() override { return (LICE_pixel*)(((uintptr_t)m_fb + 63) & ~(uintptr_t)63); }
   int getWidth() override { return m_width; }
   int getHeight() override { return m_height; }
   int getRowSpan() override { return (m_width + m_linealign) & ~m_linealign; }
@@ -159,16 +156,15 @@ void LICE_FillRect(LICE_IBitmap* dest, int x, int y, int w, int h, LICE_pixel co
 void LICE_ClearRect(LICE_IBitmap* dest, int x, int y, int w, int h, LICE_pixel mask, LICE_pixel orbits);
 void LICE_PutPixel(LICE_IBitmap* dest, int x, int y, LICE_pixel color, float alpha, int mode);
 void LICE_Circle(LICE_IBitmap* dest, float cx, float cy, float r, LICE_pixel color, float alpha, int mode, bool aa);
-void LICE_FillCircle(LICE_IBitmap* dest, float cx, float cy, float r, LICE_pixel color, float alpha, int mode,
-                     bool aa);
+void LICE_FillCircle(LICE_IBitmap* dest, float cx, float cy, float r, LICE_pixel color, float alpha, int mode, bool aa);
 void LICE_Arc(LICE_IBitmap* dest, float cx, float cy, float r, float minAngle, float maxAngle, LICE_pixel color,
               float alpha, int mode, bool aa);
 void LICE_RoundRect(LICE_IBitmap* dest, float x, float y, float w, float h, int cornerRadius, LICE_pixel color,
                     float alpha, int mode, bool aa);
 void LICE_FillTriangle(LICE_IBitmap* dest, int x1, int y1, int x2, int y2, int x3, int y3, LICE_pixel color,
                        float alpha, int mode);
-void LICE_FillConvexPolygon(LICE_IBitmap* dest, const int* x, const int* y, int npoints, LICE_pixel color,
-                            float alpha, int mode);
+void LICE_FillConvexPolygon(LICE_IBitmap* dest, const int* x, const int* y, int npoints, LICE_pixel color, float alpha,
+                            int mode);
 
 // PNG decoding into the pixel layout above. With bmp given the image goes
 // into it; otherwise a new LICE_MemBitmap (line alignment 4) that the caller

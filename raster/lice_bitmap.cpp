@@ -11,15 +11,9 @@ namespace
 const LICE_GfxBackend* s_backend = nullptr;
 } // namespace
 
-void LICE_SetGfxBackend(const LICE_GfxBackend* backend)
-{
-  s_backend = backend;
-}
+void LICE_SetGfxBackend(const LICE_GfxBackend* backend) { s_backend = backend; }
 
-const LICE_GfxBackend* LICE_GetGfxBackend()
-{
-  return s_backend;
-}
+const LICE_GfxBackend* LICE_GetGfxBackend() { return s_backend; }
 
 LICE_MemBitmap::LICE_MemBitmap(int w, int h, unsigned int linealign)
 {
@@ -32,10 +26,7 @@ LICE_MemBitmap::LICE_MemBitmap(int w, int h, unsigned int linealign)
   if (w >= 1 && h >= 1) __resize(w, h);
 }
 
-LICE_MemBitmap::~LICE_MemBitmap()
-{
-  free(m_fb);
-}
+LICE_MemBitmap::~LICE_MemBitmap() { free(m_fb); }
 
 bool LICE_MemBitmap::__resize(int w, int h)
 {
@@ -76,15 +67,9 @@ bool LICE_MemBitmap::__resize(int w, int h)
   return true;
 }
 
-LICE_SysBitmap::LICE_SysBitmap(int w, int h)
-{
-  __resize(w, h);
-}
+LICE_SysBitmap::LICE_SysBitmap(int w, int h) { __resize(w, h); }
 
-LICE_SysBitmap::~LICE_SysBitmap()
-{
-  Release();
-}
+LICE_SysBitmap::~LICE_SysBitmap() { Release(); }
 
 void LICE_SysBitmap::Release()
 {
@@ -235,15 +220,21 @@ void LICE_CombinePixels2Clamp(LICE_pixel* dest, int r, int g, int b, int a, int 
     else
       _LICE_CombinePixelsCopyClamp::doPix(d, r, g, b, a, ia);
     break;
-  case LICE_BLIT_MODE_MUL: _LICE_CombinePixelsMulClamp::doPix(d, r, g, b, a, ia); break;
+  case LICE_BLIT_MODE_MUL:
+    _LICE_CombinePixelsMulClamp::doPix(d, r, g, b, a, ia);
+    break;
   case LICE_BLIT_MODE_COPY | LICE_BLIT_USE_ALPHA:
     if (ia == 256)
       _LICE_CombinePixelsCopySourceAlphaIgnoreAlphaParmClamp::doPix(d, r, g, b, a, ia);
     else
       _LICE_CombinePixelsCopySourceAlphaClamp::doPix(d, r, g, b, a, ia);
     break;
-  case LICE_BLIT_MODE_MUL | LICE_BLIT_USE_ALPHA: _LICE_CombinePixelsMulSourceAlphaClamp::doPix(d, r, g, b, a, ia); break;
-  default: LICE_CombinePixels2(dest, r, g, b, a, ia, mode); break; // the others clamp already
+  case LICE_BLIT_MODE_MUL | LICE_BLIT_USE_ALPHA:
+    _LICE_CombinePixelsMulSourceAlphaClamp::doPix(d, r, g, b, a, ia);
+    break;
+  default:
+    LICE_CombinePixels2(dest, r, g, b, a, ia, mode);
+    break; // the others clamp already
   }
 }
 

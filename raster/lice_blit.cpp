@@ -26,7 +26,8 @@ Rows RowsFrom(LICE_IBitmap* bm, int top)
   return {bits + (long)top * span, span};
 }
 
-template<class F> struct _LICE_Template_Blit2
+template<class F>
+struct _LICE_Template_Blit2
 {
   static void blit(LICE_pixel* dest, const LICE_pixel* src, int w, int h, long src_span, long dest_span, int ia)
   {
@@ -51,7 +52,8 @@ inline LICE_pixel BilinearFilterI(const LICE_pixel* row0, const LICE_pixel* row1
 {
   const unsigned int f4 = ((xfrac * yfrac) >> 16) & 0xffff;
   const unsigned int f3 = yfrac - f4, f2 = xfrac - f4, f1 = 0x10000 - xfrac - yfrac + f4;
-  auto ch = [&](int shift) {
+  auto ch = [&](int shift)
+  {
     return (((row0[0] >> shift) & 0xff) * f1 + ((row0[1] >> shift) & 0xff) * f2 + ((row1[0] >> shift) & 0xff) * f3 +
             ((row1[1] >> shift) & 0xff) * f4) >>
            16;
@@ -88,11 +90,11 @@ inline bool FilteredPixel(const LICE_pixel* src, long span, int x, int y, unsign
   return false;
 }
 
-template<class F> struct _LICE_Template_Scale
+template<class F>
+struct _LICE_Template_Scale
 {
-  static void scaleBlit(LICE_pixel* dest, const LICE_pixel* src, int w, int h, int icurx, int icury, int idx,
-                        int idy, int clipright, int clipbottom, long src_span, long dest_span, int ia,
-                        int filtermode)
+  static void scaleBlit(LICE_pixel* dest, const LICE_pixel* src, int w, int h, int icurx, int icury, int idx, int idy,
+                        int clipright, int clipbottom, long src_span, long dest_span, int ia, int filtermode)
   {
     for (int row = 0; row < h; ++row, icury += idy, dest += dest_span)
     {
@@ -119,9 +121,9 @@ template<class F> struct _LICE_Template_Scale
     }
   }
 
-  static void scaleBlitFilterDown(LICE_pixel* dest, const LICE_pixel* src, int w, int h, int icurx, int icury,
-                                  int idx, int idy, int clipright, int clipbottom, long src_span, long dest_span,
-                                  int ia, const int* filter, int filtsz)
+  static void scaleBlitFilterDown(LICE_pixel* dest, const LICE_pixel* src, int w, int h, int icurx, int icury, int idx,
+                                  int idy, int clipright, int clipbottom, long src_span, long dest_span, int ia,
+                                  const int* filter, int filtsz)
   {
     const int start = -(filtsz / 2);
     for (int row = 0; row < h; ++row, icury += idy, dest += dest_span)
@@ -173,8 +175,8 @@ template<class F> struct _LICE_Template_Scale
         LICE_pixel p;
         if (filtermode == LICE_BLIT_FILTER_BILINEAR)
         {
-          if (!FilteredPixel(src, src_span, (int)x, (int)y, (unsigned)s & 0xffff, (unsigned)t & 0xffff,
-                             (int)src_right, (int)src_bottom, &p))
+          if (!FilteredPixel(src, src_span, (int)x, (int)y, (unsigned)s & 0xffff, (unsigned)t & 0xffff, (int)src_right,
+                             (int)src_bottom, &p))
             continue;
         }
         else
@@ -272,9 +274,8 @@ void LICE_Blit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, const 
   }
   const int ia = (int)(alpha * 256.0);
   if (!ia) return;
-  LICE_WithFunctor(mode, ia, [&](auto f) {
-    _LICE_Template_Blit2<decltype(f)>::blit(dp, sp, w, h, s.stride, d.stride, ia);
-  });
+  LICE_WithFunctor(mode, ia,
+                   [&](auto f) { _LICE_Template_Blit2<decltype(f)>::blit(dp, sp, w, h, s.stride, d.stride, ia); });
 }
 
 void LICE_Blit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, int srcx, int srcy, int srcw, int srch,
@@ -292,8 +293,8 @@ void LICE_ScaledBlit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, 
   // Unscaled, and on the pixel grid or unfiltered: a plain blit.
   if (std::fabs(srcw - dstw) < 0.001f && std::fabs(srch - dsth) < 0.001f)
   {
-    const bool offGrid = std::fabs(srcx - std::floor(srcx + 0.5f)) >= 0.03f ||
-                         std::fabs(srcy - std::floor(srcy + 0.5f)) >= 0.03f;
+    const bool offGrid =
+        std::fabs(srcx - std::floor(srcx + 0.5f)) >= 0.03f || std::fabs(srcy - std::floor(srcy + 0.5f)) >= 0.03f;
     if (!((mode & LICE_BLIT_FILTER_MASK) == LICE_BLIT_FILTER_BILINEAR && offGrid))
     {
       const int l = (int)(srcx + 0.5f), t = (int)(srcy + 0.5f);
@@ -410,17 +411,22 @@ void LICE_ScaledBlit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, 
         const double v = (msc - 1.0) / std::sqrt((double)(dx * dx + dy * dy));
         filter[y * filtsz + x] = v < 0.0 ? 0 : v > 1.0 ? 65536 : (int)(v * 65536.0);
       }
-    LICE_WithFunctor(mode, ia, [&](auto f) {
-      _LICE_Template_Scale<decltype(f)>::scaleBlitFilterDown(dp, s.first, dstw, dsth, icurx, icury, idx, idy,
-                                                             clipright, clipbottom, s.stride, d.stride, ia, filter,
-                                                             filtsz);
-    });
+    LICE_WithFunctor(mode, ia,
+                     [&](auto f)
+                     {
+                       _LICE_Template_Scale<decltype(f)>::scaleBlitFilterDown(dp, s.first, dstw, dsth, icurx, icury,
+                                                                              idx, idy, clipright, clipbottom, s.stride,
+                                                                              d.stride, ia, filter, filtsz);
+                     });
     return;
   }
-  LICE_WithFunctor(mode, ia, [&](auto f) {
-    _LICE_Template_Scale<decltype(f)>::scaleBlit(dp, s.first, dstw, dsth, icurx, icury, idx, idy, clipright,
-                                                 clipbottom, s.stride, d.stride, ia, filtermode);
-  });
+  LICE_WithFunctor(mode, ia,
+                   [&](auto f)
+                   {
+                     _LICE_Template_Scale<decltype(f)>::scaleBlit(dp, s.first, dstw, dsth, icurx, icury, idx, idy,
+                                                                  clipright, clipbottom, s.stride, d.stride, ia,
+                                                                  filtermode);
+                   });
 }
 
 namespace
@@ -476,12 +482,14 @@ void DeltaCore(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, int ds
   auto fx = [](double v) { return (int)(v * 65536.0); };
   const Rows s = RowsFrom(src, 0), d = RowsFrom(dest, dsty);
   const LICE_pixel* sp = s.first + (long)c.t * s.stride + c.l;
-  LICE_WithFunctor(mode, ia, [&](auto f) {
-    _LICE_Template_Scale<decltype(f)>::deltaBlit(d.first + dstx, sp, dstw, dsth, fx(sx - c.l), fx(sy - c.t),
-                                                 fx(dsdx), fx(dtdx), fx(dsdy), fx(dtdy), fx(dsdxdy), fx(dtdxdy),
-                                                 (unsigned)(c.r - c.l), (unsigned)(c.b - c.t), s.stride, d.stride,
-                                                 ia, mode & LICE_BLIT_FILTER_MASK);
-  });
+  LICE_WithFunctor(mode, ia,
+                   [&](auto f)
+                   {
+                     _LICE_Template_Scale<decltype(f)>::deltaBlit(
+                         d.first + dstx, sp, dstw, dsth, fx(sx - c.l), fx(sy - c.t), fx(dsdx), fx(dtdx), fx(dsdy),
+                         fx(dtdy), fx(dsdxdy), fx(dtdxdy), (unsigned)(c.r - c.l), (unsigned)(c.b - c.t), s.stride,
+                         d.stride, ia, mode & LICE_BLIT_FILTER_MASK);
+                   });
 }
 } // namespace
 

@@ -14,10 +14,7 @@ static inline void _LICE_MakePixelNoClamp(LICE_pixel_chan* out, int r, int g, in
   out[LICE_PIXEL_A] = (LICE_pixel_chan)a;
 }
 
-static inline int _LICE_Clamp255(int v)
-{
-  return v < 0 ? 0 : v > 255 ? 255 : v;
-}
+static inline int _LICE_Clamp255(int v) { return v < 0 ? 0 : v > 255 ? 255 : v; }
 
 static inline void _LICE_MakePixelClamp(LICE_pixel_chan* out, int r, int g, int b, int a)
 {
@@ -25,7 +22,8 @@ static inline void _LICE_MakePixelClamp(LICE_pixel_chan* out, int r, int g, int 
 }
 
 // Stores through the clamped or the unclamped road.
-template<bool clamp> static inline void _LICE_Store(LICE_pixel_chan* out, int r, int g, int b, int a)
+template<bool clamp>
+static inline void _LICE_Store(LICE_pixel_chan* out, int r, int g, int b, int a)
 {
   if (clamp)
     _LICE_MakePixelClamp(out, r, g, b, a);
@@ -36,7 +34,8 @@ template<bool clamp> static inline void _LICE_Store(LICE_pixel_chan* out, int r,
 #define D(c) ((int)dest[LICE_PIXEL_##c])
 
 // The source replaces the pixel, alpha included.
-template<bool clamp> struct _LICE_CombinePixelsClobber
+template<bool clamp>
+struct _LICE_CombinePixelsClobber
 {
   static inline void doPix(LICE_pixel_chan* dest, int r, int g, int b, int a, int)
   {
@@ -47,7 +46,8 @@ typedef _LICE_CombinePixelsClobber<false> _LICE_CombinePixelsClobberNoClamp;
 typedef _LICE_CombinePixelsClobber<true> _LICE_CombinePixelsClobberClamp;
 
 // s + (d - s) * (256 - ia) / 256
-template<bool clamp> struct _LICE_CombinePixelsCopy
+template<bool clamp>
+struct _LICE_CombinePixelsCopy
 {
   static inline void doPix(LICE_pixel_chan* dest, int r, int g, int b, int a, int alpha)
   {
@@ -94,7 +94,8 @@ struct _LICE_CombinePixelsColorDodge
 };
 
 // (d * ((256 - ia) * 256 + s * ia)) >> 16
-template<bool clamp> struct _LICE_CombinePixelsMul
+template<bool clamp>
+struct _LICE_CombinePixelsMul
 {
   static inline int mul(int d, int s, int alpha) { return (d * ((256 - alpha) * 256 + s * alpha)) >> 16; }
   static inline void doPix(LICE_pixel_chan* dest, int r, int g, int b, int a, int alpha)
@@ -115,8 +116,7 @@ struct _LICE_CombinePixelsOverlay
   }
   static inline void doPix(LICE_pixel_chan* dest, int r, int g, int b, int a, int alpha)
   {
-    _LICE_MakePixelClamp(dest, over(D(R), r, alpha), over(D(G), g, alpha), over(D(B), b, alpha),
-                         over(D(A), a, alpha));
+    _LICE_MakePixelClamp(dest, over(D(R), r, alpha), over(D(G), g, alpha), over(D(B), b, alpha), over(D(A), a, alpha));
   }
 };
 
@@ -144,7 +144,8 @@ struct _LICE_CombinePixelsHSVAdjust
 };
 
 // The source-alpha family: a2 = ia * (a + 1) / 256 scales each pixel's effect.
-template<bool clamp> struct _LICE_CombinePixelsCopySourceAlpha
+template<bool clamp>
+struct _LICE_CombinePixelsCopySourceAlpha
 {
   // Colour: s + (d - s) * (256 - a2) / 256; alpha: min(a2 + d, 255).
   static inline void doPix(LICE_pixel_chan* dest, int r, int g, int b, int a, int alpha)
@@ -161,7 +162,8 @@ typedef _LICE_CombinePixelsCopySourceAlpha<true> _LICE_CombinePixelsCopySourceAl
 
 // With ia 256: alpha 255 replaces the pixel (alpha 255); otherwise colour
 // s + (d - s) * (255 - a) / 256, alpha min(a + d, 255).
-template<bool clamp> struct _LICE_CombinePixelsCopySourceAlphaIgnoreAlphaParm
+template<bool clamp>
+struct _LICE_CombinePixelsCopySourceAlphaIgnoreAlphaParm
 {
   static inline void doPix(LICE_pixel_chan* dest, int r, int g, int b, int a, int)
   {
@@ -176,7 +178,8 @@ template<bool clamp> struct _LICE_CombinePixelsCopySourceAlphaIgnoreAlphaParm
                        da < 255 ? da : 255);
   }
 };
-typedef _LICE_CombinePixelsCopySourceAlphaIgnoreAlphaParm<false> _LICE_CombinePixelsCopySourceAlphaIgnoreAlphaParmNoClamp;
+typedef _LICE_CombinePixelsCopySourceAlphaIgnoreAlphaParm<false>
+    _LICE_CombinePixelsCopySourceAlphaIgnoreAlphaParmNoClamp;
 typedef _LICE_CombinePixelsCopySourceAlphaIgnoreAlphaParm<true> _LICE_CombinePixelsCopySourceAlphaIgnoreAlphaParmClamp;
 
 // Add with a2; nothing for a source alpha of 0.
@@ -199,7 +202,8 @@ struct _LICE_CombinePixelsColorDodgeSourceAlpha
 };
 
 // Multiply with a2; nothing for a source alpha of 0.
-template<bool clamp> struct _LICE_CombinePixelsMulSourceAlpha
+template<bool clamp>
+struct _LICE_CombinePixelsMulSourceAlpha
 {
   static inline void doPix(LICE_pixel_chan* dest, int r, int g, int b, int a, int alpha)
   {
@@ -262,7 +266,8 @@ struct _LICE_CombinePixelsThreeQuarterMix2FAST // src prescaled by 3/4
 // Calls F with the functor that the mode word (masked with 0x100FF) and ia
 // select, once per drawing call; false for a mode outside the table. Copy
 // picks clobber at ia 256 unless the source alpha counts.
-template<class Call> static inline bool LICE_WithFunctor(int mode, int ia, Call&& f)
+template<class Call>
+static inline bool LICE_WithFunctor(int mode, int ia, Call&& f)
 {
   switch (mode & 0x100FF)
   {
@@ -272,28 +277,50 @@ template<class Call> static inline bool LICE_WithFunctor(int mode, int ia, Call&
     else
       f(_LICE_CombinePixelsCopyNoClamp());
     return true;
-  case LICE_BLIT_MODE_ADD: f(_LICE_CombinePixelsAdd()); return true;
-  case LICE_BLIT_MODE_DODGE: f(_LICE_CombinePixelsColorDodge()); return true;
-  case LICE_BLIT_MODE_MUL: f(_LICE_CombinePixelsMulNoClamp()); return true;
-  case LICE_BLIT_MODE_OVERLAY: f(_LICE_CombinePixelsOverlay()); return true;
-  case LICE_BLIT_MODE_HSVADJ: f(_LICE_CombinePixelsHSVAdjust()); return true;
+  case LICE_BLIT_MODE_ADD:
+    f(_LICE_CombinePixelsAdd());
+    return true;
+  case LICE_BLIT_MODE_DODGE:
+    f(_LICE_CombinePixelsColorDodge());
+    return true;
+  case LICE_BLIT_MODE_MUL:
+    f(_LICE_CombinePixelsMulNoClamp());
+    return true;
+  case LICE_BLIT_MODE_OVERLAY:
+    f(_LICE_CombinePixelsOverlay());
+    return true;
+  case LICE_BLIT_MODE_HSVADJ:
+    f(_LICE_CombinePixelsHSVAdjust());
+    return true;
   case LICE_BLIT_MODE_COPY | LICE_BLIT_USE_ALPHA:
     if (ia == 256)
       f(_LICE_CombinePixelsCopySourceAlphaIgnoreAlphaParmNoClamp());
     else
       f(_LICE_CombinePixelsCopySourceAlphaNoClamp());
     return true;
-  case LICE_BLIT_MODE_ADD | LICE_BLIT_USE_ALPHA: f(_LICE_CombinePixelsAddSourceAlpha()); return true;
-  case LICE_BLIT_MODE_DODGE | LICE_BLIT_USE_ALPHA: f(_LICE_CombinePixelsColorDodgeSourceAlpha()); return true;
-  case LICE_BLIT_MODE_MUL | LICE_BLIT_USE_ALPHA: f(_LICE_CombinePixelsMulSourceAlphaNoClamp()); return true;
-  case LICE_BLIT_MODE_OVERLAY | LICE_BLIT_USE_ALPHA: f(_LICE_CombinePixelsOverlaySourceAlpha()); return true;
-  case LICE_BLIT_MODE_HSVADJ | LICE_BLIT_USE_ALPHA: f(_LICE_CombinePixelsHSVAdjustSourceAlpha()); return true;
-  default: return false;
+  case LICE_BLIT_MODE_ADD | LICE_BLIT_USE_ALPHA:
+    f(_LICE_CombinePixelsAddSourceAlpha());
+    return true;
+  case LICE_BLIT_MODE_DODGE | LICE_BLIT_USE_ALPHA:
+    f(_LICE_CombinePixelsColorDodgeSourceAlpha());
+    return true;
+  case LICE_BLIT_MODE_MUL | LICE_BLIT_USE_ALPHA:
+    f(_LICE_CombinePixelsMulSourceAlphaNoClamp());
+    return true;
+  case LICE_BLIT_MODE_OVERLAY | LICE_BLIT_USE_ALPHA:
+    f(_LICE_CombinePixelsOverlaySourceAlpha());
+    return true;
+  case LICE_BLIT_MODE_HSVADJ | LICE_BLIT_USE_ALPHA:
+    f(_LICE_CombinePixelsHSVAdjustSourceAlpha());
+    return true;
+  default:
+    return false;
   }
 }
 
 // Reads the four channels of a pixel and hands them to a functor.
-template<class F> static inline void LICE_PixToFunctor(LICE_pixel* dest, LICE_pixel p, int ia)
+template<class F>
+static inline void LICE_PixToFunctor(LICE_pixel* dest, LICE_pixel p, int ia)
 {
   F::doPix((LICE_pixel_chan*)dest, LICE_GETR(p), LICE_GETG(p), LICE_GETB(p), LICE_GETA(p), ia);
 }

@@ -8,22 +8,26 @@
 
 namespace
 {
-template<class F> inline void Plot(LICE_pixel* p, LICE_pixel color, int ia)
+template<class F>
+inline void Plot(LICE_pixel* p, LICE_pixel color, int ia)
 {
   F::doPix((LICE_pixel_chan*)p, LICE_GETR(color), LICE_GETG(color), LICE_GETB(color), LICE_GETA(color), ia);
 }
 
 // Vertical and horizontal runs: n pixels from p, step apart.
-template<class F> void Run(LICE_pixel* p, long step, int n, LICE_pixel color, int ia)
+template<class F>
+void Run(LICE_pixel* p, long step, int n, LICE_pixel color, int ia)
 {
   for (int i = 0; i < n; ++i, p += step) Plot<F>(p, color, ia);
 }
-template<class FAST> void RunFAST(LICE_pixel* p, long step, int n, LICE_pixel color)
+template<class FAST>
+void RunFAST(LICE_pixel* p, long step, int n, LICE_pixel color)
 {
   for (int i = 0; i < n; ++i, p += step) FAST::doPixFAST(p, color);
 }
 
-template<class F> void Diagonal(LICE_pixel* p, long xstep, long ystep, int n, LICE_pixel color, int ia, bool aa)
+template<class F>
+void Diagonal(LICE_pixel* p, long xstep, long ystep, int n, LICE_pixel color, int ia, bool aa)
 {
   if (!aa)
   {
@@ -52,7 +56,8 @@ void DiagLineFAST(LICE_pixel* p, long xstep, long ystep, int n, LICE_pixel color
   _LICE_CombinePixelsThreeQuarterMix2FAST::doPixFAST(p, threeQuarter);
 }
 
-template<class F> struct __LICE_LineClass
+template<class F>
+struct __LICE_LineClass
 {
   static void LICE_LineImpl(LICE_pixel* px1, LICE_pixel* px2, int slope, long majorstep, int major, long minorstep,
                             LICE_pixel color, int ia, bool aa)
@@ -80,7 +85,8 @@ template<class F> struct __LICE_LineClass
     }
     // The weights of the two pixels across the line: 255 - (e >> 8) and e >> 8,
     // scaled by ia when it is below 256.
-    auto weights = [ia](int e, int* w1, int* w2) {
+    auto weights = [ia](int e, int* w1, int* w2)
+    {
       if (ia == 256)
       {
         *w1 = 255 - (e >> 8);
@@ -123,9 +129,17 @@ template<class F> struct __LICE_LineClass
   }
 };
 
-// Lines pick clobber at ia 256 and the half mix at 128 for copy.
-template<class Call> bool WithLineFunctor(int mode, int ia, Call&& f)
+// Lines pick clobber at ia 256 and the half mix at 128 for copy. An
+// anti-aliased line draws with weights below ia, which those two would
+// ignore: it always takes the copy functor.
+template<class Call>
+bool WithLineFunctor(int mode, int ia, Call&& f, bool aa = false)
 {
+  if ((mode & 0xff) == LICE_BLIT_MODE_COPY && aa)
+  {
+    f(_LICE_CombinePixelsCopyNoClamp());
+    return true;
+  }
   if ((mode & 0xff) == LICE_BLIT_MODE_COPY)
   {
     if (ia == 256)
@@ -245,7 +259,8 @@ void LICE_Line(LICE_IBitmap* dest, int x1, int y1, int x2, int y2, LICE_pixel co
     if (aa && (mode & 0xff) == LICE_BLIT_MODE_COPY && alpha == 1.0f)
       return DiagLineFAST(at(x1, y1), xstep, ystep, abs(dx), color);
     if (ia <= 0) return;
-    WithLineFunctor(mode, ia, [&](auto f) { Diagonal<decltype(f)>(at(x1, y1), xstep, ystep, abs(dx), color, ia, aa); });
+    WithLineFunctor(
+        mode, ia, [&](auto f) { Diagonal<decltype(f)>(at(x1, y1), xstep, ystep, abs(dx), color, ia, aa); }, aa);
     return;
   }
 
@@ -282,7 +297,9 @@ void LICE_Line(LICE_IBitmap* dest, int x1, int y1, int x2, int y2, LICE_pixel co
   }
   const int slope = (int)((double)minor / major * 65536.0);
   if (ia <= 0) return;
-  WithLineFunctor(mode, ia, [&](auto f) {
-    __LICE_LineClass<decltype(f)>::LICE_LineImpl(px1, px2, slope, majorstep, major, minorstep, color, ia, aa);
-  });
+  WithLineFunctor(
+      mode, ia,
+      [&](auto f)
+      { __LICE_LineClass<decltype(f)>::LICE_LineImpl(px1, px2, slope, majorstep, major, minorstep, color, ia, aa); },
+      aa);
 }

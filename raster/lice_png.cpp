@@ -35,7 +35,8 @@ void ReadFromMemory(png_structp png, png_bytep out, png_size_t length)
 
 // Runs the decoding steps on a reader already set up by setupIO; null on
 // any failure, with everything made on the way released.
-template<class SetupIO> LICE_IBitmap* Decode(LICE_IBitmap* given, SetupIO&& setupIO)
+template<class SetupIO>
+LICE_IBitmap* Decode(LICE_IBitmap* given, SetupIO&& setupIO)
 {
   LICE_IBitmap* volatile bmp = given;
   png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
@@ -77,8 +78,7 @@ template<class SetupIO> LICE_IBitmap* Decode(LICE_IBitmap* given, SetupIO&& setu
   else
     png_set_swap_alpha(png);
 
-  if (width > INT_MAX / 4 || height > INT_MAX / 4)
-    png_error(png, "image too large");
+  if (width > INT_MAX / 4 || height > INT_MAX / 4) png_error(png, "image too large");
   if (bmp)
   {
     bmp->resize((int)width, (int)height);
@@ -132,10 +132,7 @@ LICE_IBitmap* LoaderFunc(const char* filename, bool checkFileName, LICE_IBitmap*
   return LICE_LoadPNG(filename, bmp);
 }
 
-const char* LoaderExtList()
-{
-  return "PNG files (*.PNG)";
-}
+const char* LoaderExtList() { return "PNG files (*.PNG)"; }
 
 // Registers the PNG loader at the head of the list when the program starts.
 struct LICE_PNGLoader
@@ -179,7 +176,4 @@ LICE_IBitmap* LICE_LoadPNGFromNamedResource(const char* name, LICE_IBitmap* bmp)
   return LICE_LoadPNG((root + "/" + name).c_str(), bmp);
 }
 
-LICE_IBitmap* LICE_LoadPNGFromResource(void*, int, LICE_IBitmap*)
-{
-  return nullptr;
-}
+LICE_IBitmap* LICE_LoadPNGFromResource(void*, int, LICE_IBitmap*) { return nullptr; }

@@ -10,13 +10,15 @@
 
 namespace
 {
-template<class FAST> void SolidFAST(LICE_pixel* p, long span, int w, int h, LICE_pixel color)
+template<class FAST>
+void SolidFAST(LICE_pixel* p, long span, int w, int h, LICE_pixel color)
 {
   for (int y = 0; y < h; ++y, p += span)
     for (int x = 0; x < w; ++x) FAST::doPixFAST(p + x, color);
 }
 
-template<class F> void Solid(LICE_pixel* p, long span, int w, int h, int r, int g, int b, int ia)
+template<class F>
+void Solid(LICE_pixel* p, long span, int w, int h, int r, int g, int b, int ia)
 {
   for (int y = 0; y < h; ++y, p += span)
     for (int x = 0; x < w; ++x) F::doPix((LICE_pixel_chan*)(p + x), r, g, b, ia, ia);
@@ -98,7 +100,8 @@ void RingShape(LICE_IBitmap* dest, float cx, float cy, float r, float minAngle, 
   if (!aa)
   {
     const int icx = (int)floorf(cx + 0.5f), icy = (int)floorf(cy + 0.5f), ir = (int)floorf(r + 0.5f);
-    auto put = [&](int dx, int dy) {
+    auto put = [&](int dx, int dy)
+    {
       if (wholeCircle || WithinArc((float)dx, (float)dy, minAngle, maxAngle)) paint.Put(icx + dx, icy + dy);
     };
     int x = 0, y = ir, d = 1 - ir;
@@ -173,11 +176,16 @@ void LICE_FillRect(LICE_IBitmap* dest, int x, int y, int w, int h, LICE_pixel co
     const LICE_pixel c2 = (color >> 1) & 0x7F7F7F7F, c4 = (color >> 2) & 0x3F3F3F3F;
     switch (ia)
     {
-    case 256: return SolidFAST<_LICE_CombinePixelsClobberFAST>(p, stride, w, h, color);
-    case 128: return SolidFAST<_LICE_CombinePixelsHalfMix2FAST>(p, stride, w, h, c2);
-    case 64: return SolidFAST<_LICE_CombinePixelsQuarterMix2FAST>(p, stride, w, h, c4);
-    case 192: return SolidFAST<_LICE_CombinePixelsThreeQuarterMix2FAST>(p, stride, w, h, c2 + c4);
-    default: break;
+    case 256:
+      return SolidFAST<_LICE_CombinePixelsClobberFAST>(p, stride, w, h, color);
+    case 128:
+      return SolidFAST<_LICE_CombinePixelsHalfMix2FAST>(p, stride, w, h, c2);
+    case 64:
+      return SolidFAST<_LICE_CombinePixelsQuarterMix2FAST>(p, stride, w, h, c4);
+    case 192:
+      return SolidFAST<_LICE_CombinePixelsThreeQuarterMix2FAST>(p, stride, w, h, c2 + c4);
+    default:
+      break;
     }
   }
   if (ia <= 0 || (mode & 0xff) > LICE_BLIT_MODE_HSVADJ) return;
@@ -231,11 +239,20 @@ void LICE_PutPixel(LICE_IBitmap* dest, int x, int y, LICE_pixel color, float alp
     const LICE_pixel c = color;
     switch (ia)
     {
-    case 256: *p = c; return;
-    case 128: *p = ((*p >> 1) & 0x7F7F7F7F) + ((c >> 1) & 0x7F7F7F7F); return;
-    case 64: *p = ((*p >> 1) & 0x7F7F7F7F) + ((*p >> 2) & 0x3F3F3F3F) + ((c >> 2) & 0x3F3F3F3F); return;
-    case 192: *p = ((*p >> 2) & 0x3F3F3F3F) + ((c >> 1) & 0x7F7F7F7F) + ((c >> 2) & 0x3F3F3F3F); return;
-    default: break;
+    case 256:
+      *p = c;
+      return;
+    case 128:
+      *p = ((*p >> 1) & 0x7F7F7F7F) + ((c >> 1) & 0x7F7F7F7F);
+      return;
+    case 64:
+      *p = ((*p >> 1) & 0x7F7F7F7F) + ((*p >> 2) & 0x3F3F3F3F) + ((c >> 2) & 0x3F3F3F3F);
+      return;
+    case 192:
+      *p = ((*p >> 2) & 0x3F3F3F3F) + ((c >> 1) & 0x7F7F7F7F) + ((c >> 2) & 0x3F3F3F3F);
+      return;
+    default:
+      break;
     }
   }
   if (ia <= 0 || mode >= 6 || mode < 0) return;
@@ -258,8 +275,7 @@ void LICE_Arc(LICE_IBitmap* dest, float cx, float cy, float r, float minAngle, f
   RingShape(dest, cx, cy, r, minAngle, maxAngle, false, color, alpha, mode, aa);
 }
 
-void LICE_FillCircle(LICE_IBitmap* dest, float cx, float cy, float r, LICE_pixel color, float alpha, int mode,
-                     bool aa)
+void LICE_FillCircle(LICE_IBitmap* dest, float cx, float cy, float r, LICE_pixel color, float alpha, int mode, bool aa)
 {
   ShapePainter paint(dest, color, alpha, mode);
   if (!paint.Usable() || !(r >= 0.0f) || r > 65536.0f) return;
@@ -293,12 +309,11 @@ void LICE_RoundRect(LICE_IBitmap* dest, float x, float y, float w, float h, int 
   LICE_Arc(dest, (float)(x0 + cr), (float)(y0 + cr), (float)cr, 3 * q + 0.01f, 4 * q - 0.01f, color, alpha, mode, aa);
   LICE_Arc(dest, (float)(x1 - cr), (float)(y0 + cr), (float)cr, 0.01f, q - 0.01f, color, alpha, mode, aa);
   LICE_Arc(dest, (float)(x1 - cr), (float)(y1 - cr), (float)cr, q + 0.01f, 2 * q - 0.01f, color, alpha, mode, aa);
-  LICE_Arc(dest, (float)(x0 + cr), (float)(y1 - cr), (float)cr, 2 * q + 0.01f, 3 * q - 0.01f, color, alpha, mode,
-           aa);
+  LICE_Arc(dest, (float)(x0 + cr), (float)(y1 - cr), (float)cr, 2 * q + 0.01f, 3 * q - 0.01f, color, alpha, mode, aa);
 }
 
-void LICE_FillConvexPolygon(LICE_IBitmap* dest, const int* x, const int* y, int npoints, LICE_pixel color,
-                            float alpha, int mode)
+void LICE_FillConvexPolygon(LICE_IBitmap* dest, const int* x, const int* y, int npoints, LICE_pixel color, float alpha,
+                            int mode)
 {
   ShapePainter paint(dest, color, alpha, mode);
   if (!paint.Usable() || npoints < 1 || !x || !y) return;

@@ -15,10 +15,7 @@ int CharSort(const void* a, const void* b)
   return ((const int*)a)[4] - ((const int*)b)[4]; // charid
 }
 
-int ColorOf(LICE_pixel p)
-{
-  return RGB(LICE_GETR(p), LICE_GETG(p), LICE_GETB(p));
-}
+int ColorOf(LICE_pixel p) { return RGB(LICE_GETR(p), LICE_GETG(p), LICE_GETB(p)); }
 } // namespace
 
 int utf8char(const char* str, unsigned short* c)
@@ -239,8 +236,7 @@ void LICE_CachedFont::DrawGlyph(LICE_IBitmap* bm, unsigned short c, int xpos, in
       const int px = xpos + x - ent->left_extra;
       if (px < clipR->left || px >= clipR->right) continue;
       if (m_bgmode == 1)
-        LICE_CombinePixels2(row + px, LICE_GETR(m_bg), LICE_GETG(m_bg), LICE_GETB(m_bg), LICE_GETA(m_bg), ia,
-                            m_comb);
+        LICE_CombinePixels2(row + px, LICE_GETR(m_bg), LICE_GETG(m_bg), LICE_GETB(m_bg), LICE_GETA(m_bg), ia, m_comb);
       const int v = cov[y * ent->width + x];
       if (v) LICE_CombinePixels2(row + px, r, g, b, a, ia * v / 255, m_comb);
     }
@@ -341,10 +337,10 @@ int LICE_CachedFont::DrawTextImpl(LICE_IBitmap* bm, const char* str, int strcnt,
 
   if (!forceCached && LICE_GetGfxBackend() && m_font)
   {
-    const bool native = ((m_flags & LICE_FONT_FLAG_FORCE_NATIVE) && !(dtFlags & LICE_DT_USEFGALPHA) &&
-                         !(m_flags & (LICE_FONT_FLAG_PRECALCALL | 0x1F3)) &&
-                         (m_lineSpacing == 0 || (dtFlags & DT_SINGLELINE))) ||
-                        m_line_height >= 256;
+    const bool native =
+        ((m_flags & LICE_FONT_FLAG_FORCE_NATIVE) && !(dtFlags & LICE_DT_USEFGALPHA) &&
+         !(m_flags & (LICE_FONT_FLAG_PRECALCALL | 0x1F3)) && (m_lineSpacing == 0 || (dtFlags & DT_SINGLELINE))) ||
+        m_line_height >= 256;
     if (native) return DrawTextNative(bm, str, strcnt, rect, dtFlags);
   }
 
@@ -355,7 +351,8 @@ int LICE_CachedFont::DrawTextImpl(LICE_IBitmap* bm, const char* str, int strcnt,
 
   // Walks the text: calls glyph(entry, c, x, y) for each glyph, with the
   // position before the glyph, and moves on by its advance.
-  auto walk = [&](auto&& glyph) {
+  auto walk = [&](auto&& glyph)
+  {
     int x = 0, y = 0;
     const char* p = str;
     int left = strcnt;
@@ -400,18 +397,20 @@ int LICE_CachedFont::DrawTextImpl(LICE_IBitmap* bm, const char* str, int strcnt,
   if (dtFlags & DT_CALCRECT)
   {
     int right = 0, bottom = 0;
-    walk([&](charEnt& e, unsigned short, int x, int y) {
-      if (vertical)
-      {
-        right = std::max(right, x + e.width);
-        bottom = std::max(bottom, y + e.advance);
-      }
-      else
-      {
-        right = std::max(right, x + e.advance);
-        bottom = std::max(bottom, y + std::max(e.height, m_line_height));
-      }
-    });
+    walk(
+        [&](charEnt& e, unsigned short, int x, int y)
+        {
+          if (vertical)
+          {
+            right = std::max(right, x + e.width);
+            bottom = std::max(bottom, y + e.advance);
+          }
+          else
+          {
+            right = std::max(right, x + e.advance);
+            bottom = std::max(bottom, y + std::max(e.height, m_line_height));
+          }
+        });
     rect->right = rect->left + right;
     rect->bottom = rect->top + bottom;
     m_alpha = savedAlpha;
@@ -454,11 +453,13 @@ int LICE_CachedFont::DrawTextImpl(LICE_IBitmap* bm, const char* str, int strcnt,
     return 0;
   }
   int extent = 0;
-  walk([&](charEnt& e, unsigned short c, int x, int y) {
-    if (e.base_offset > 0 && e.base_offset < m_cachestore.GetSize())
-      DrawGlyph(bm, c, xpos + x, bottomUp ? ypos - y - e.height : ypos + y, &clip);
-    extent = vertical ? std::max(extent, x + e.width) : std::max(extent, y + e.height);
-  });
+  walk(
+      [&](charEnt& e, unsigned short c, int x, int y)
+      {
+        if (e.base_offset > 0 && e.base_offset < m_cachestore.GetSize())
+          DrawGlyph(bm, c, xpos + x, bottomUp ? ypos - y - e.height : ypos + y, &clip);
+        extent = vertical ? std::max(extent, x + e.width) : std::max(extent, y + e.height);
+      });
   m_alpha = savedAlpha;
   return extent;
 }

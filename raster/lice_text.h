@@ -3,8 +3,8 @@
 // rendered once through the window layer's text drawing, or, for fonts that
 // ask for it, through that text drawing directly (the native road).
 
-#include "lice.h"
 #include "heapbuf.h"
+#include "lice.h"
 
 // Font flags.
 #define LICE_FONT_FLAG_VERTICAL 1

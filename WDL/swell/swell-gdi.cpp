@@ -31,10 +31,7 @@ struct HGDIOBJ__
 
 namespace
 {
-PangoFontMap* FontMap()
-{
-  return pango_cairo_font_map_get_default();
-}
+PangoFontMap* FontMap() { return pango_cairo_font_map_get_default(); }
 
 bool FamilyExists(const char* face)
 {
@@ -95,10 +92,7 @@ void SWELL_DeleteGfxContext(HDC ctx)
   delete ctx;
 }
 
-void* SWELL_GetCtxFrameBuffer(HDC ctx)
-{
-  return ctx ? ctx->fb : nullptr;
-}
+void* SWELL_GetCtxFrameBuffer(HDC ctx) { return ctx ? ctx->fb : nullptr; }
 
 HFONT CreateFont(int height, int, int, int, int weight, char italic, char, char, char, char, char, char, char,
                  const char* face)
@@ -116,10 +110,7 @@ HFONT CreateFont(int height, int, int, int, int weight, char italic, char, char,
   return f;
 }
 
-const char* SWELL_ResolvedFontFamily(HFONT font)
-{
-  return font ? font->family.c_str() : "";
-}
+const char* SWELL_ResolvedFontFamily(HFONT font) { return font ? font->family.c_str() : ""; }
 
 HGDIOBJ SelectObject(HDC ctx, HGDIOBJ obj)
 {
@@ -282,22 +273,10 @@ void SWELL_SetClipRegion(HDC ctx, const RECT* r)
 
 namespace
 {
-void DeleteObjectFn(HGDIOBJ obj)
-{
-  DeleteObject(obj);
-}
-void SetTextColorFn(HDC ctx, int c)
-{
-  SetTextColor(ctx, c);
-}
-void SetBkColorFn(HDC ctx, int c)
-{
-  SetBkColor(ctx, c);
-}
-void SetBkModeFn(HDC ctx, int m)
-{
-  SetBkMode(ctx, m);
-}
+void DeleteObjectFn(HGDIOBJ obj) { DeleteObject(obj); }
+void SetTextColorFn(HDC ctx, int c) { SetTextColor(ctx, c); }
+void SetBkColorFn(HDC ctx, int c) { SetBkColor(ctx, c); }
+void SetBkModeFn(HDC ctx, int m) { SetBkMode(ctx, m); }
 
 const LICE_GfxBackend kBackend = {SWELL_CreateMemContext,
                                   SWELL_DeleteGfxContext,
@@ -314,7 +293,4 @@ const LICE_GfxBackend kBackend = {SWELL_CreateMemContext,
                                   SWELL_SetClipRegion};
 } // namespace
 
-void SWELL_InstallGfxBackend()
-{
-  LICE_SetGfxBackend(&kBackend);
-}
+void SWELL_InstallGfxBackend() { LICE_SetGfxBackend(&kBackend); }

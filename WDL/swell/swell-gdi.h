@@ -14,8 +14,7 @@ void* SWELL_GetCtxFrameBuffer(HDC ctx);
 // The Win32 arguments; height below 0 is the character height in pixels,
 // above 0 the cell height. An unknown face falls back to a monospace one.
 HFONT CreateFont(int height, int width, int escapement, int orientation, int weight, char italic, char underline,
-                 char strikeout, char charset, char outprec, char clipprec, char quality, char pitch,
-                 const char* face);
+                 char strikeout, char charset, char outprec, char clipprec, char quality, char pitch, const char* face);
 HGDIOBJ SelectObject(HDC ctx, HGDIOBJ obj);
 void DeleteObject(HGDIOBJ obj);
 void SetTextColor(HDC ctx, int color);

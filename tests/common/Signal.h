@@ -8,9 +8,11 @@
 // The fundamental in Hz, from the lag of strongest autocorrelation between
 // 60 and 200 samples (220 to 735 Hz at 44100), refined by a parabola. Zero
 // crossings would not do: an FM tone may cross zero twice a cycle.
-template<class T> double Fundamental(const std::vector<T>& v, size_t from, size_t to, double rate, size_t step = 1)
+template<class T>
+double Fundamental(const std::vector<T>& v, size_t from, size_t to, double rate, size_t step = 1)
 {
-  auto corr = [&](size_t lag) {
+  auto corr = [&](size_t lag)
+  {
     double xy = 0.0, xx = 0.0, yy = 0.0;
     for (size_t i = from; i + lag < to; ++i)
     {
@@ -33,7 +35,8 @@ template<class T> double Fundamental(const std::vector<T>& v, size_t from, size_
   return rate / ((double)best + shift);
 }
 
-template<class T> double Rms(const std::vector<T>& v, size_t from, size_t to, size_t step = 1)
+template<class T>
+double Rms(const std::vector<T>& v, size_t from, size_t to, size_t step = 1)
 {
   double sum = 0.0;
   for (size_t i = from; i < to; ++i) sum += (double)v[i * step] * v[i * step];

@@ -20,12 +20,30 @@ typedef std::vector<unsigned char> Bytes;
 // A Standard MIDI File writer for the tests: tracks of (delta, bytes).
 Bytes Smf(int format, int division, const std::vector<Bytes>& tracks)
 {
-  Bytes f = {'M', 'T', 'h', 'd', 0, 0, 0, 6, 0, (unsigned char)format, 0, (unsigned char)tracks.size(),
-             (unsigned char)(division >> 8), (unsigned char)division};
+  Bytes f = {'M',
+             'T',
+             'h',
+             'd',
+             0,
+             0,
+             0,
+             6,
+             0,
+             (unsigned char)format,
+             0,
+             (unsigned char)tracks.size(),
+             (unsigned char)(division >> 8),
+             (unsigned char)division};
   for (const Bytes& t : tracks)
   {
     const size_t n = t.size();
-    Bytes head = {'M', 'T', 'r', 'k', (unsigned char)(n >> 24), (unsigned char)(n >> 16), (unsigned char)(n >> 8),
+    Bytes head = {'M',
+                  'T',
+                  'r',
+                  'k',
+                  (unsigned char)(n >> 24),
+                  (unsigned char)(n >> 16),
+                  (unsigned char)(n >> 8),
                   (unsigned char)n};
     f.insert(f.end(), head.begin(), head.end());
     f.insert(f.end(), t.begin(), t.end());
@@ -34,10 +52,7 @@ Bytes Smf(int format, int division, const std::vector<Bytes>& tracks)
 }
 
 // Note 69 from 0 for one second at 480 ticks a quarter and 120 bpm.
-Bytes OneSecondOf69()
-{
-  return Smf(0, 480, {{0, 0x90, 69, 127, 0x87, 0x40, 0x80, 69, 0, 0, 0xFF, 0x2F, 0}});
-}
+Bytes OneSecondOf69() { return Smf(0, 480, {{0, 0x90, 69, 127, 0x87, 0x40, 0x80, 69, 0, 0, 0xFF, 0x2F, 0}}); }
 
 struct Outcome
 {
@@ -127,8 +142,8 @@ TEST_F(VeltraRender, RendersAreRepeatableAndIndependentOfTheBlockSize)
 {
   // Two tracks, a tempo change to one second a quarter, running status.
   const Bytes tempo = {0, 0xFF, 0x51, 3, 0x0F, 0x42, 0x40, 0, 0xFF, 0x2F, 0};
-  const Bytes notes = {0, 0x90, 60, 100, 0,    64,   100,  0x83, 0x60, 60, 0, 0,    64,   0,
-                       0x40, 0xB0, 1, 64, 0x20, 0x80, 67, 0,   0,    0xFF, 0x2F, 0};
+  const Bytes notes = {0, 0x90, 60,   100, 0,  64,   100,  0x83, 0x60, 60, 0,    0,    64,
+                       0, 0x40, 0xB0, 1,   64, 0x20, 0x80, 67,   0,    0,  0xFF, 0x2F, 0};
   const std::string mid = Write("b.mid", Smf(1, 480, {tempo, notes}));
   ASSERT_EQ(Render({"-q", mid, Path("1.wav")}).status, 0);
   ASSERT_EQ(Render({"-q", mid, Path("2.wav")}).status, 0);
@@ -140,7 +155,7 @@ TEST_F(VeltraRender, RendersAreRepeatableAndIndependentOfTheBlockSize)
   SF_INFO info;
   Samples(Path("1.wav"), &info);
   EXPECT_EQ(info.frames, (sf_count_t)std::floor((576.0 / 480.0 + 2.0) * 44100 + 0.5))
-    << "the last event at tick 576 lies 1.2 s in at the new tempo";
+      << "the last event at tick 576 lies 1.2 s in at the new tempo";
 
   // A pitch-wheel change acts at the start of its block: on a sample where
   // blocks of 32 and of 64 both start, the two renders agree. 25 frames of
@@ -183,17 +198,17 @@ TEST_F(VeltraRender, ErrorsSayOneLineExitTwoAndLeaveNoFile)
     std::vector<std::string> args;
     const char* says;
   } cases[] = {
-    {{Path("missing.mid")}, "missing.mid"},
-    {{junk}, "not a Standard MIDI File"},
-    {{cut}, "runs past the end"},
-    {{"-p", badProgram, good}, "refused"},
-    {{"--bank", badProgram, good}, "refused"},
-    {{"--set", "No Such Knob=1", good}, "no parameter 'No Such Knob'"},
-    {{"--set", "Filter Cutoff=5", good}, "outside"},
-    {{"--set", "2=abc", good}, "not a number"},
-    {{"--frobnicate", good}, "unknown option '--frobnicate'"},
-    {{"--channel", "17", good}, "--channel"},
-    {{"--format", "float", good}, "FLAC"},
+      {{Path("missing.mid")}, "missing.mid"},
+      {{junk}, "not a Standard MIDI File"},
+      {{cut}, "runs past the end"},
+      {{"-p", badProgram, good}, "refused"},
+      {{"--bank", badProgram, good}, "refused"},
+      {{"--set", "No Such Knob=1", good}, "no parameter 'No Such Knob'"},
+      {{"--set", "Filter Cutoff=5", good}, "outside"},
+      {{"--set", "2=abc", good}, "not a number"},
+      {{"--frobnicate", good}, "unknown option '--frobnicate'"},
+      {{"--channel", "17", good}, "--channel"},
+      {{"--format", "float", good}, "FLAC"},
   };
   for (const auto& c : cases)
   {

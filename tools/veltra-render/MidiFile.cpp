@@ -157,8 +157,8 @@ bool ReadMidiFile(const unsigned char* data, size_t size, std::vector<MidiFileEv
     }
     r.Skip(chunkLen); // other chunk types are skipped
   }
-  if (track < (int)ntrks) return Fail(error, "file ends after " + std::to_string(track) + " of " +
-                                               std::to_string(ntrks) + " tracks");
+  if (track < (int)ntrks)
+    return Fail(error, "file ends after " + std::to_string(track) + " of " + std::to_string(ntrks) + " tracks");
 
   // Tracks are merged by time; equal times keep file order.
   std::stable_sort(raw.begin(), raw.end(), [](const RawEvent& a, const RawEvent& b) { return a.mTick < b.mTick; });

@@ -124,18 +124,42 @@ Options ParseOptions(int argc, char** argv)
   {
     switch (c)
     {
-    case 'r': o.rate = Number("--rate", optarg, 1000.0, 768000.0); break;
-    case 'b': o.block = Integer("--block", optarg, 1, 8192); break;
-    case 'p': o.program = optarg; break;
-    case kOptBank: o.bank = optarg; break;
-    case kOptPreset: o.preset = Integer("--preset", optarg, 0, 1 << 20); break;
-    case 's': o.sets.push_back(optarg); break;
-    case kOptChannel: o.channel = Integer("--channel", optarg, 1, 16); break;
-    case 't': o.tail = Number("--tail", optarg, 0.0, 3600.0); break;
-    case kOptGain: o.gain = Number("--gain", optarg, -1e6, 1e6); break;
-    case kOptFormat: o.format = optarg; break;
-    case 'q': o.quiet = true; break;
-    case 'h': Usage(stdout); exit(0);
+    case 'r':
+      o.rate = Number("--rate", optarg, 1000.0, 768000.0);
+      break;
+    case 'b':
+      o.block = Integer("--block", optarg, 1, 8192);
+      break;
+    case 'p':
+      o.program = optarg;
+      break;
+    case kOptBank:
+      o.bank = optarg;
+      break;
+    case kOptPreset:
+      o.preset = Integer("--preset", optarg, 0, 1 << 20);
+      break;
+    case 's':
+      o.sets.push_back(optarg);
+      break;
+    case kOptChannel:
+      o.channel = Integer("--channel", optarg, 1, 16);
+      break;
+    case 't':
+      o.tail = Number("--tail", optarg, 0.0, 3600.0);
+      break;
+    case kOptGain:
+      o.gain = Number("--gain", optarg, -1e6, 1e6);
+      break;
+    case kOptFormat:
+      o.format = optarg;
+      break;
+    case 'q':
+      o.quiet = true;
+      break;
+    case 'h':
+      Usage(stdout);
+      exit(0);
     case kOptVersion:
     {
       char v[32];
@@ -143,8 +167,10 @@ Options ParseOptions(int argc, char** argv)
       printf("%s\n", v);
       exit(0);
     }
-    case ':': Fail("option '%s' needs a value (see --help)", argv[optind - 1]);
-    default: Fail("unknown option '%s' (see --help)", argv[optind - 1]);
+    case ':':
+      Fail("option '%s' needs a value (see --help)", argv[optind - 1]);
+    default:
+      Fail("unknown option '%s' (see --help)", argv[optind - 1]);
     }
   }
   if (argc - optind != 2) Fail("expected INPUT.mid and OUTPUT.wav (see --help)");
@@ -318,7 +344,8 @@ int main(int argc, char** argv)
   const int kWriteFrames = 8192;
   std::vector<double> left((size_t)o.block), right((size_t)o.block), frames(2 * (size_t)(kWriteFrames + o.block));
   int pending = 0;
-  auto flush = [&]() {
+  auto flush = [&]()
+  {
     if (pending && sf_writef_double(sf, frames.data(), pending) != pending)
     {
       const std::string reason = sf_strerror(sf);
