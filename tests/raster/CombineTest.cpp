@@ -6,7 +6,8 @@ namespace
 {
 // One channel through a functor: every channel of the pixel is d, the
 // source channels are all s, with source alpha a.
-template<class F> int One(int d, int s, int ia, int a = -1)
+template<class F>
+int One(int d, int s, int ia, int a = -1)
 {
   LICE_pixel p = LICE_RGBA(d, d, d, d);
   F::doPix((LICE_pixel_chan*)&p, s, s, s, a < 0 ? s : a, ia);
@@ -63,11 +64,12 @@ TEST(Combine, SourceAlphaFamily)
   EXPECT_EQ(LICE_GETA(p), 150u);
 
   EXPECT_EQ(LICE_CombinePixels(LICE_RGBA(1, 2, 3, 4), LICE_RGBA(9, 9, 9, 0), 1.0f, 0), LICE_RGBA(9, 9, 9, 0))
-    << "copy at ia 256 without source alpha replaces the pixel, alpha 0 included";
+      << "copy at ia 256 without source alpha replaces the pixel, alpha 0 included";
   EXPECT_EQ(LICE_CombinePixels(LICE_RGBA(1, 2, 3, 4), LICE_RGBA(9, 9, 9, 0), 1.0f, LICE_BLIT_USE_ALPHA),
             LICE_RGBA(1, 2, 3, 4));
   // With source alpha 255, a2 equals ia: the same as a plain copy.
-  EXPECT_EQ(LICE_CombinePixels(LICE_RGBA(200, 0, 0, 0), LICE_RGBA(0, 0, 0, 255), 0.5f, LICE_BLIT_USE_ALPHA) & 0xffffff00,
+  EXPECT_EQ(LICE_CombinePixels(LICE_RGBA(200, 0, 0, 0), LICE_RGBA(0, 0, 0, 255), 0.5f, LICE_BLIT_USE_ALPHA) &
+                0xffffff00,
             LICE_CombinePixels(LICE_RGBA(200, 0, 0, 0), LICE_RGBA(0, 0, 0, 255), 0.5f, 0) & 0xffffff00);
 }
 
@@ -80,7 +82,7 @@ TEST(Combine, IntegerAlphaAndModesOutsideTheTable)
     EXPECT_EQ(LICE_CombinePixels(d, s, 1.0f, mode), d) << "mode " << mode;
   EXPECT_EQ(LICE_CombinePixels(d, s, 1.0f, LICE_BLIT_MODE_ADD | LICE_BLIT_FILTER_BILINEAR),
             LICE_RGBA(210, 220, 230, 240))
-    << "the filter byte takes no part in the choice";
+      << "the filter byte takes no part in the choice";
 }
 
 TEST(Combine, HSVAdjustIsNeutralAt128AndRoundTrips)

@@ -12,8 +12,9 @@
 namespace
 {
 // Writes a 2 x 2 PNG with libpng: rows of raw samples in the given format.
-std::string WritePng(const std::string& path, int colorType, int bitDepth, const std::vector<std::vector<uint8_t>>& rows,
-                     const std::vector<png_color>& palette = {}, const std::vector<uint8_t>& trns = {})
+std::string WritePng(const std::string& path, int colorType, int bitDepth,
+                     const std::vector<std::vector<uint8_t>>& rows, const std::vector<png_color>& palette = {},
+                     const std::vector<uint8_t>& trns = {})
 {
   FILE* fp = fopen(path.c_str(), "wb");
   png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
@@ -47,12 +48,13 @@ protected:
 TEST_F(Png, EveryFormatComesOutAsAlphaRedGreenBlue)
 {
   const std::string grey = WritePng(mDir + "/g.png", PNG_COLOR_TYPE_GRAY, 1, {{0x80}, {0x40}});
-  const std::string pal = WritePng(mDir + "/p.png", PNG_COLOR_TYPE_PALETTE, 8, {{0, 1}, {1, 0}},
-                                   {{255, 0, 0}, {0, 0, 255}}, {128});
+  const std::string pal =
+      WritePng(mDir + "/p.png", PNG_COLOR_TYPE_PALETTE, 8, {{0, 1}, {1, 0}}, {{255, 0, 0}, {0, 0, 255}}, {128});
   const std::string rgba16 =
-    WritePng(mDir + "/r16.png", PNG_COLOR_TYPE_RGB_ALPHA, 16,
-             {{0xFF, 0xFF, 0, 0, 0x12, 0x34, 0x80, 0x00, 0, 0, 0, 0, 0, 0, 0, 0}, std::vector<uint8_t>(16, 0xFF)});
-  const std::string rgb = WritePng(mDir + "/rgb.png", PNG_COLOR_TYPE_RGB, 8, {{10, 20, 30, 40, 50, 60}, {1, 2, 3, 4, 5, 6}});
+      WritePng(mDir + "/r16.png", PNG_COLOR_TYPE_RGB_ALPHA, 16,
+               {{0xFF, 0xFF, 0, 0, 0x12, 0x34, 0x80, 0x00, 0, 0, 0, 0, 0, 0, 0, 0}, std::vector<uint8_t>(16, 0xFF)});
+  const std::string rgb =
+      WritePng(mDir + "/rgb.png", PNG_COLOR_TYPE_RGB, 8, {{10, 20, 30, 40, 50, 60}, {1, 2, 3, 4, 5, 6}});
 
   LICE_IBitmap* g = LICE_LoadPNG(grey.c_str());
   ASSERT_NE(g, nullptr);
