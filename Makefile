@@ -4,7 +4,7 @@ RELEASE := build/release
 TEST := build/test
 BENCH := build/bench
 
-.PHONY: all deps build run test bench format clean
+.PHONY: all deps build run test bench fuzz tsan format clean
 
 all: build
 
@@ -31,6 +31,30 @@ bench: deps
 	@echo "== veltra-render, 60 s of 8-note chords"
 	@$(BENCH)/bin/make_chords $(BENCH)/chords.mid
 	@$(BENCH)/bin/veltra-render $(BENCH)/chords.mid $(BENCH)/chords.wav
+
+# Each fuzz target for FUZZ_SECONDS (default 60) with libFuzzer; what they
+# find goes to build/fuzz/artifacts and belongs under tests/fuzz once fixed.
+FUZZ := build/fuzz
+FUZZ_SECONDS ?= 60
+FUZZ_TARGETS := program chunk png ini midi smf base64
+fuzz: deps
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ) -DCMAKE_BUILD_TYPE=Debug -DVELTRA_FUZZ=ON -DVELTRA_BUILD_TESTS=OFF
+	cmake --build $(FUZZ) -j$(JOBS)
+	$(FUZZ)/bin/make_seeds $(FUZZ)/corpus
+	@for t in $(FUZZ_TARGETS); do \
+	  mkdir -p $(FUZZ)/corpus/$$t $(FUZZ)/artifacts/$$t; \
+	  echo "== fuzz_$$t for $(FUZZ_SECONDS) s"; \
+	  $(FUZZ)/bin/fuzz_$$t -max_total_time=$(FUZZ_SECONDS) -rss_limit_mb=2048 -print_final_stats=1 \
+	    -artifact_prefix=$(FUZZ)/artifacts/$$t/ $(FUZZ)/corpus/$$t tests/fuzz/$$t || exit 1; \
+	done
+
+# The tests where three threads meet, under ThreadSanitizer.
+TSAN := build/tsan
+tsan: deps
+	cmake -S . -B $(TSAN) -DCMAKE_BUILD_TYPE=Debug -DVELTRA_TSAN=ON
+	cmake --build $(TSAN) -j$(JOBS) --target app_tests veltra_tests
+	TSAN_OPTIONS=halt_on_error=1 $(TSAN)/bin/app_tests --gtest_filter='Threads.*:MidiCallback.*'
+	TSAN_OPTIONS=halt_on_error=1 $(TSAN)/bin/veltra_tests --gtest_filter='VELTRAVoices.*'
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -22,7 +22,8 @@ constexpr int kW = 920, kH = 400, kKnob = 48, kFrames = 60;
 std::map<std::string, double> sMegapixels; // per second, by benchmark name
 
 // Runs body for each iteration and reports pixels touched per second.
-template<class Body> void Measure(benchmark::State& state, const char* name, double pixelsPerIteration, Body&& body)
+template<class Body>
+void Measure(benchmark::State& state, const char* name, double pixelsPerIteration, Body&& body)
 {
   const auto start = std::chrono::steady_clock::now();
   for (auto _ : state) body();
@@ -55,10 +56,10 @@ cairo_surface_t* CairoImage(int w, int h)
 
 struct Surfaces
 {
-  LICE_MemBitmap src{kW, kH}, dest{kW, kH}, strip{kKnob, kKnob * kFrames}, small{kW / 2, kH / 2};
+  LICE_MemBitmap src{kW, kH}, dest{kW, kH}, strip{kKnob, kKnob*kFrames}, small{kW / 2, kH / 2};
   cairo_surface_t* csrc = CairoImage(kW, kH);
   cairo_surface_t* cdest = CairoImage(kW, kH);
-  cairo_surface_t* cstrip = CairoImage(kKnob, kKnob * kFrames);
+  cairo_surface_t* cstrip = CairoImage(kKnob, kKnob* kFrames);
   cairo_surface_t* csmall = CairoImage(kW / 2, kH / 2);
   Surfaces()
   {
@@ -86,82 +87,96 @@ void BM_Cairo_CopyBlit(benchmark::State& state)
 {
   cairo_t* cr = cairo_create(S().cdest);
   cairo_set_operator(cr, CAIRO_OPERATOR_SOURCE);
-  Measure(state, "copy/cairo", kW * kH, [&] {
-    cairo_set_source_surface(cr, S().csrc, 0, 0);
-    cairo_paint(cr);
-    cairo_surface_flush(S().cdest);
-  });
+  Measure(state, "copy/cairo", kW * kH,
+          [&]
+          {
+            cairo_set_source_surface(cr, S().csrc, 0, 0);
+            cairo_paint(cr);
+            cairo_surface_flush(S().cdest);
+          });
   cairo_destroy(cr);
 }
 
 void BM_Lice_KnobFrame(benchmark::State& state)
 {
   int frame = 0;
-  Measure(state, "knob/lice", kKnob * kKnob, [&] {
-    LICE_Blit(&S().dest, &S().strip, 100, 100, 0, kKnob * (frame++ % kFrames), kKnob, kKnob, 1.0f,
-              LICE_BLIT_USE_ALPHA);
-  });
+  Measure(state, "knob/lice", kKnob * kKnob,
+          [&]
+          {
+            LICE_Blit(&S().dest, &S().strip, 100, 100, 0, kKnob * (frame++ % kFrames), kKnob, kKnob, 1.0f,
+                      LICE_BLIT_USE_ALPHA);
+          });
 }
 void BM_Cairo_KnobFrame(benchmark::State& state)
 {
   cairo_t* cr = cairo_create(S().cdest);
   int frame = 0;
-  Measure(state, "knob/cairo", kKnob * kKnob, [&] {
-    cairo_save(cr);
-    cairo_rectangle(cr, 100, 100, kKnob, kKnob);
-    cairo_clip(cr);
-    cairo_set_source_surface(cr, S().cstrip, 100, 100 - kKnob * (frame++ % kFrames));
-    cairo_paint(cr);
-    cairo_restore(cr);
-    cairo_surface_flush(S().cdest);
-  });
+  Measure(state, "knob/cairo", kKnob * kKnob,
+          [&]
+          {
+            cairo_save(cr);
+            cairo_rectangle(cr, 100, 100, kKnob, kKnob);
+            cairo_clip(cr);
+            cairo_set_source_surface(cr, S().cstrip, 100, 100 - kKnob * (frame++ % kFrames));
+            cairo_paint(cr);
+            cairo_restore(cr);
+            cairo_surface_flush(S().cdest);
+          });
   cairo_destroy(cr);
 }
 
 void BM_Lice_ScaleBilinear(benchmark::State& state)
 {
-  Measure(state, "scale/lice", kW * kH, [] {
-    LICE_ScaledBlit(&S().dest, &S().small, 0, 0, kW, kH, 0, 0, kW / 2, kH / 2, 1.0f - 1.0f / 512,
-                    LICE_BLIT_FILTER_BILINEAR);
-  });
+  Measure(state, "scale/lice", kW * kH,
+          []
+          {
+            LICE_ScaledBlit(&S().dest, &S().small, 0, 0, kW, kH, 0, 0, kW / 2, kH / 2, 1.0f - 1.0f / 512,
+                            LICE_BLIT_FILTER_BILINEAR);
+          });
 }
 void BM_Cairo_ScaleBilinear(benchmark::State& state)
 {
   cairo_t* cr = cairo_create(S().cdest);
-  Measure(state, "scale/cairo", kW * kH, [&] {
-    cairo_save(cr);
-    cairo_scale(cr, 2.0, 2.0);
-    cairo_set_source_surface(cr, S().csmall, 0, 0);
-    cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_BILINEAR);
-    cairo_paint(cr);
-    cairo_restore(cr);
-    cairo_surface_flush(S().cdest);
-  });
+  Measure(state, "scale/cairo", kW * kH,
+          [&]
+          {
+            cairo_save(cr);
+            cairo_scale(cr, 2.0, 2.0);
+            cairo_set_source_surface(cr, S().csmall, 0, 0);
+            cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_BILINEAR);
+            cairo_paint(cr);
+            cairo_restore(cr);
+            cairo_surface_flush(S().cdest);
+          });
   cairo_destroy(cr);
 }
 
 // 100 lines across the panel, of about 500 pixels each.
 void BM_Lice_Lines(benchmark::State& state)
 {
-  Measure(state, "lines/lice", 100 * 500, [] {
-    for (int i = 0; i < 100; ++i)
-      LICE_Line(&S().dest, i * 9, 0, kW - 1 - i * 4, kH - 1, LICE_RGBA(255, 200, 0, 255), 1.0f, 0, true);
-  });
+  Measure(state, "lines/lice", 100 * 500,
+          []
+          {
+            for (int i = 0; i < 100; ++i)
+              LICE_Line(&S().dest, i * 9, 0, kW - 1 - i * 4, kH - 1, LICE_RGBA(255, 200, 0, 255), 1.0f, 0, true);
+          });
 }
 void BM_Cairo_Lines(benchmark::State& state)
 {
   cairo_t* cr = cairo_create(S().cdest);
   cairo_set_line_width(cr, 1.0);
   cairo_set_source_rgb(cr, 1, 0.8, 0);
-  Measure(state, "lines/cairo", 100 * 500, [&] {
-    for (int i = 0; i < 100; ++i)
-    {
-      cairo_move_to(cr, i * 9 + 0.5, 0.5);
-      cairo_line_to(cr, kW - 1 - i * 4 + 0.5, kH - 0.5);
-    }
-    cairo_stroke(cr);
-    cairo_surface_flush(S().cdest);
-  });
+  Measure(state, "lines/cairo", 100 * 500,
+          [&]
+          {
+            for (int i = 0; i < 100; ++i)
+            {
+              cairo_move_to(cr, i * 9 + 0.5, 0.5);
+              cairo_line_to(cr, kW - 1 - i * 4 + 0.5, kH - 0.5);
+            }
+            cairo_stroke(cr);
+            cairo_surface_flush(S().cdest);
+          });
   cairo_destroy(cr);
 }
 
@@ -185,11 +200,13 @@ void BM_Cairo_Text(benchmark::State& state)
   pango_layout_set_font_description(layout, desc);
   pango_layout_set_text(layout, kLabel, -1);
   cairo_set_source_rgb(cr, 1, 1, 1);
-  Measure(state, "text/cairo", kTextPixels, [&] {
-    cairo_move_to(cr, 10, 10);
-    pango_cairo_show_layout(cr, layout);
-    cairo_surface_flush(S().cdest);
-  });
+  Measure(state, "text/cairo", kTextPixels,
+          [&]
+          {
+            cairo_move_to(cr, 10, 10);
+            pango_cairo_show_layout(cr, layout);
+            cairo_surface_flush(S().cdest);
+          });
   pango_font_description_free(desc);
   g_object_unref(layout);
   cairo_destroy(cr);
@@ -216,7 +233,8 @@ int main(int argc, char** argv)
   for (const char* op : {"copy", "knob", "scale", "lines", "text"})
   {
     const double ours = sMegapixels[std::string(op) + "/lice"], theirs = sMegapixels[std::string(op) + "/cairo"];
-    if (ours > 0 && theirs > 0) printf("  %-6s %9.1f MP/s vs %9.1f MP/s   ratio %.2f\n", op, ours, theirs, ours / theirs);
+    if (ours > 0 && theirs > 0)
+      printf("  %-6s %9.1f MP/s vs %9.1f MP/s   ratio %.2f\n", op, ours, theirs, ours / theirs);
   }
   return 0;
 }

@@ -10,6 +10,7 @@ packages=(
   libgtk-3-dev
   libsndfile1-dev
   googletest libgtest-dev libbenchmark-dev
+  clang libclang-rt-14-dev
   jackd2 libjack-jackd2-dev
   xvfb xdotool imagemagick
 )
