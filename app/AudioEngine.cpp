@@ -26,6 +26,8 @@ namespace
 // the main thread.
 unsigned int sFlaggedCallbacks = 0;
 unsigned int sReportedCallbacks = 0;
+// The stream that InitialiseAudio last started, as the main thread knows it.
+bool sStreamStarted = false;
 
 // The largest plug-in block we run. A hand-edited settings file may ask for
 // anything; the scratch buffers and queues are sized from this.
@@ -174,6 +176,7 @@ bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, uns
 {
   if (!gDAC || !gPluginInstance) return false;
 
+  sStreamStarted = false;
   if (gDAC->isStreamOpen())
   {
     if (gDAC->isStreamRunning())
@@ -222,6 +225,7 @@ bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, uns
     gDAC->openStream(&oParams, &iParams, RTAUDIO_FLOAT64, sr, &gIOVS, &AudioCallback, nullptr, &options);
     gDAC->startStream();
     *gActiveState = *gState;
+    sStreamStarted = true;
     return true;
   }
   catch (RtAudioError& e)
@@ -280,10 +284,18 @@ void ReportStreamStatus()
 {
   const unsigned int flagged = __atomic_load_n(&sFlaggedCallbacks, __ATOMIC_RELAXED);
   for (; sReportedCallbacks != flagged; ++sReportedCallbacks) printf("Stream underflow detected!\n");
+  // A device unplugged or a sound server gone ends the stream from the
+  // outside; say so once, and run on silent.
+  if (sStreamStarted && gDAC && !gDAC->isStreamRunning())
+  {
+    sStreamStarted = false;
+    printf("audio stream stopped: the sound device or server went away; VELTRA runs on silent\n");
+  }
 }
 
 void StopAudio()
 {
+  sStreamStarted = false;
   // A stream that never started has nothing to stop, and RtAudio would only
   // complain about it.
   if (!gDAC || !gDAC->isStreamRunning()) return;

@@ -78,6 +78,25 @@ void WriteNumber(const char* section, const char* key, unsigned int value)
   snprintf(buf, sizeof(buf), "%u", value);
   WritePrivateProfileString(section, key, buf, gINIPath);
 }
+// A file with content but neither section cannot be settings: before the
+// defaults are written over it, it is kept beside, as settings.ini.bad.
+void KeepUnreadableFile(long long size)
+{
+  if (size <= 0) return;
+  char probe[8];
+  const bool audio = GetPrivateProfileString("audio", nullptr, "", probe, sizeof(probe), gINIPath) > 0;
+  const bool midi = GetPrivateProfileString("midi", nullptr, "", probe, sizeof(probe), gINIPath) > 0;
+  if (audio || midi) return;
+  const std::string bad = std::string(gINIPath) + ".bad";
+  FILE* in = fopen(gINIPath, "rb");
+  FILE* out = in ? fopen(bad.c_str(), "wb") : nullptr;
+  bool ok = in && out;
+  char buf[65536];
+  for (size_t n; ok && (n = fread(buf, 1, sizeof(buf), in)) > 0;) ok = fwrite(buf, 1, n, out) == n;
+  if (out) ok = (fclose(out) == 0) && ok;
+  if (in) fclose(in);
+  if (ok) printf("%s could not be read as settings; kept as %s, starting with defaults\n", gINIPath, bad.c_str());
+}
 } // namespace
 
 char* gINIPath = MakeINIPath();
@@ -105,6 +124,7 @@ int LoadSettings()
     return 0;
   }
 
+  KeepUnreadableFile(st.st_size);
   AppState* s = gState;
   ReadNumber("audio", "driver", 0, &s->mAudioDriverType);
   ReadText("audio", "indev", "Built-in Input", s->mAudioInDev);

@@ -12,8 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
   // 64 names in turn: with a cache of 32 files, each name comes back only
   // after it was evicted, so every input is parsed afresh.
   static int counter = 0;
-  const std::string path =
-    "/tmp/veltra-fuzz-ini-" + std::to_string(getpid()) + "-" + std::to_string(counter++ % 64);
+  const std::string path = "/tmp/veltra-fuzz-ini-" + std::to_string(getpid()) + "-" + std::to_string(counter++ % 64);
   FILE* f = fopen(path.c_str(), "wb");
   if (!f) return 0;
   fwrite(data, 1, size, f);

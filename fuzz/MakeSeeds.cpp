@@ -36,12 +36,13 @@ std::vector<unsigned char> Png(int colorType)
   png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
   png_infop info = png_create_info_struct(png);
   png_set_write_fn(
-    png, &out,
-    [](png_structp p, png_bytep d, png_size_t n) {
-      auto* v = (std::vector<unsigned char>*)png_get_io_ptr(p);
-      v->insert(v->end(), d, d + n);
-    },
-    nullptr);
+      png, &out,
+      [](png_structp p, png_bytep d, png_size_t n)
+      {
+        auto* v = (std::vector<unsigned char>*)png_get_io_ptr(p);
+        v->insert(v->end(), d, d + n);
+      },
+      nullptr);
   png_set_IHDR(png, info, 3, 2, 8, colorType, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                PNG_FILTER_TYPE_DEFAULT);
   if (colorType == PNG_COLOR_TYPE_PALETTE)
@@ -52,7 +53,7 @@ std::vector<unsigned char> Png(int colorType)
     png_set_tRNS(png, info, &trns, 1, nullptr);
   }
   png_write_info(png, info);
-  std::vector<unsigned char> row(3 * 4, 0x55);
+  std::vector<unsigned char> row(3 * 4, colorType == PNG_COLOR_TYPE_PALETTE ? 1 : 0x55);
   png_write_row(png, row.data());
   png_write_row(png, row.data());
   png_write_end(png, info);
@@ -97,9 +98,9 @@ int main(int argc, char** argv)
 
   Put("midi", "notes", {0, 3, 0x90, 60, 100, 0xFF, 3, 0x80, 60, 0, 2, 0xC0, 5, 3, 0xE0, 0, 64, 0xFF, 1, 0xF8});
 
-  const std::vector<unsigned char> smf = {'M', 'T', 'h', 'd', 0, 0, 0, 6, 0, 0, 0, 1, 1, 0xE0, 'M', 'T', 'r', 'k',
-                                          0, 0, 0, 20, 0, 0xFF, 0x51, 3, 7, 0xA1, 0x20, 0, 0x90, 60, 100, 0x83,
-                                          0x60, 60, 0, 0, 0xFF, 0x2F, 0};
+  const std::vector<unsigned char> smf = {'M',  'T', 'h',  'd', 0,   0,    0,    6,  0, 0,    0,    1,    1, 0xE0,
+                                          'M',  'T', 'r',  'k', 0,   0,    0,    20, 0, 0xFF, 0x51, 3,    7, 0xA1,
+                                          0x20, 0,   0x90, 60,  100, 0x83, 0x60, 60, 0, 0,    0xFF, 0x2F, 0};
   Put("smf", "note", smf);
 
   const std::string b64 = std::string(1, (char)40) + "QUJDRA==";

@@ -269,6 +269,10 @@ void VELTRA::SetBendOnAllOscillators()
 void VELTRA::ProcessMidiMsg(IMidiMsg* msg)
 {
   IMutexLock lock(this);
+  // With no audio running nothing empties the queue, and a flood would grow
+  // it without end: beyond this many waiting messages new ones are dropped
+  // whole, key table included, so that the table matches what will play.
+  if (mMidiQueue.GetSize() >= kMaxQueuedMidiMessages) return;
   const IMidiMsg::EStatusMsg status = msg->StatusMsg();
   const int velocity = msg->Velocity();
   switch (status)

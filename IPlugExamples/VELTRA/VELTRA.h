@@ -71,6 +71,9 @@ enum
   kNumOscillators = 2 * kNumVoices,
   kNumKeys = 128,
   kControlTickSamples = 44,
+  // At most this many MIDI messages wait for the render loop (128 KiB); a
+  // block of 8192 frames at the densest MIDI stream stays far below it.
+  kMaxQueuedMidiMessages = 16384,
   // The panel controls that show the AR envelope, the LFO and the pulse
   // width triangle, by their index in the panel's control list.
   kARMeterControl = 27,

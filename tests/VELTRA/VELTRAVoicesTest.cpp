@@ -143,3 +143,16 @@ TEST(VELTRAVoices, ScreenKeyboardPlaysThroughTheQueue)
   EXPECT_TRUE(keys.IsDirty()) << "MIDI marks the keyboard for repaint";
   rig.mPlug->SetKeyboard(nullptr);
 }
+
+TEST(VELTRAVoices, AFloodWithNoAudioRunningStaysBounded)
+{
+  VeltraRig rig;
+  for (int i = 0; i < 100000; ++i) rig.NoteOn(40 + i % 40, 100);
+  EXPECT_EQ(rig.mPlug->mMidiQueue.GetSize(), (int)kMaxQueuedMidiMessages);
+  EXPECT_LE(rig.mPlug->mMidiQueue.GetCapacity(), 2 * (int)kMaxQueuedMidiMessages);
+  EXPECT_EQ(rig.mPlug->GetNumKeys(), (int)kMaxQueuedMidiMessages) << "dropped notes are not counted either";
+  rig.Render(64);
+  EXPECT_TRUE(rig.mPlug->mMidiQueue.Empty()) << "one block takes what is due";
+  rig.NoteOff(40);
+  EXPECT_EQ(rig.mPlug->mMidiQueue.GetSize(), 1) << "room again";
+}

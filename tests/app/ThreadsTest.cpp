@@ -32,22 +32,26 @@ TEST(Threads, AudioGuiAndMidiMeetInTheInstrument)
 
   std::atomic<bool> stop{false};
   std::atomic<long> blocks{0};
-  std::thread audio([&] {
-    std::vector<double> in(1024, 0.0), out(1024);
-    while (!stop) AudioCallback(out.data(), in.data(), 512, 0.0, 0, nullptr), blocks += 16;
-  });
-  std::thread midi([&] {
-    for (int i = 0; !stop; ++i)
-    {
-      std::vector<unsigned char> on = {(unsigned char)(0x90 | (i & 1)), (unsigned char)(40 + i % 40), 100};
-      std::vector<unsigned char> off = {0x80, (unsigned char)(40 + (i + 20) % 40), 0};
-      std::vector<unsigned char> bend = {0xE0, 0, (unsigned char)(i % 128)};
-      MIDICallback(0.0, &on, nullptr);
-      MIDICallback(0.0, &off, nullptr);
-      MIDICallback(0.0, &bend, nullptr);
-      std::this_thread::yield();
-    }
-  });
+  std::thread audio(
+      [&]
+      {
+        std::vector<double> in(1024, 0.0), out(1024);
+        while (!stop) AudioCallback(out.data(), in.data(), 512, 0.0, 0, nullptr), blocks += 16;
+      });
+  std::thread midi(
+      [&]
+      {
+        for (int i = 0; !stop; ++i)
+        {
+          std::vector<unsigned char> on = {(unsigned char)(0x90 | (i & 1)), (unsigned char)(40 + i % 40), 100};
+          std::vector<unsigned char> off = {0x80, (unsigned char)(40 + (i + 20) % 40), 0};
+          std::vector<unsigned char> bend = {0xE0, 0, (unsigned char)(i % 128)};
+          MIDICallback(0.0, &on, nullptr);
+          MIDICallback(0.0, &off, nullptr);
+          MIDICallback(0.0, &bend, nullptr);
+          std::this_thread::yield();
+        }
+      });
   for (int i = 0; i < 4000 || blocks < 20000; ++i) // the GUI thread, until the others have run too
   {
     plug->SetParameterFromGUI(i % kNumParams, (i % 101) / 100.0);

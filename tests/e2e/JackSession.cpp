@@ -148,6 +148,14 @@ void JackServer::Stop()
   mPid = -1;
 }
 
+void JackServer::Kill()
+{
+  if (mPid <= 0) return;
+  kill(mPid, SIGKILL);
+  WaitFor(mPid, 5.0);
+  mPid = -1;
+}
+
 TempDir::TempDir()
 {
   char tmpl[] = "/tmp/veltra-e2e-XXXXXX";
@@ -190,6 +198,21 @@ int VeltraProcess::StopWith(int sig, double timeoutSec)
   }
   mPid = -1;
   return status;
+}
+
+bool VeltraProcess::Running() const
+{
+  int status;
+  return mPid > 0 && waitpid(mPid, &status, WNOHANG) == 0;
+}
+
+long VeltraProcess::PeakKiB() const
+{
+  std::ifstream f("/proc/" + std::to_string(mPid) + "/status");
+  std::string line;
+  while (std::getline(f, line))
+    if (line.rfind("VmHWM:", 0) == 0) return atol(line.c_str() + 6);
+  return 0;
 }
 
 std::string VeltraProcess::Output() const { return ReadFile(mOutPath); }

@@ -17,6 +17,8 @@ public:
   ~JackServer();
   bool Start(std::string* error);
   void Stop();
+  // Ends the server at once, as a crash would.
+  void Kill();
   const std::string& Name() const { return mName; }
 
 private:
@@ -48,6 +50,9 @@ public:
   int StopWith(int sig, double timeoutSec);
   std::string Output() const;
   std::string Errors() const;
+  bool Running() const;
+  // The process's peak resident size in KiB (VmHWM), 0 when unknown.
+  long PeakKiB() const;
 
 private:
   pid_t mPid = -1;

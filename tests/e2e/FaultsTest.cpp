@@ -1,0 +1,145 @@
+#include "JackSession.h"
+#include "MidiSender.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <random>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace
+{
+std::string Settings(const TempDir& home)
+{
+  mkdir((home.Path() + "/.config").c_str(), 0755);
+  mkdir((home.Path() + "/.config/VELTRA").c_str(), 0755);
+  return home.Path() + "/.config/VELTRA/settings.ini";
+}
+
+std::string ReadAll(const std::string& path)
+{
+  std::ifstream f(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(f), {});
+}
+
+void Pause(double seconds)
+{
+  std::this_thread::sleep_for(std::chrono::milliseconds((int)(seconds * 1000)));
+}
+} // namespace
+
+TEST(Faults, TheSoundServerDiesWhilePlaying)
+{
+  JackServer server;
+  std::string error;
+  ASSERT_TRUE(server.Start(&error)) << error;
+  TempDir home;
+  JackRecorder recorder;
+  ASSERT_TRUE(recorder.Open(server.Name(), &error)) << error;
+  VeltraProcess veltra;
+  ASSERT_TRUE(veltra.Start(VELTRA_EXE, server.Name(), home.Path()));
+  ASSERT_TRUE(recorder.ConnectTo("VELTRA:outport ", 20.0)) << veltra.Errors();
+  ASSERT_TRUE(recorder.WaitForFrames(44100, 20.0));
+  recorder.Close();
+  server.Kill();
+  Pause(1.5);
+  EXPECT_TRUE(veltra.Running()) << "VELTRA outlives its sound server";
+  const int status = veltra.StopWith(SIGTERM, 15.0);
+  ASSERT_NE(status, -1) << "no clean end after the server died";
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << veltra.Errors();
+  EXPECT_NE(veltra.Output().find("audio stream stopped: the sound device or server went away"), std::string::npos)
+    << veltra.Output() << veltra.Errors();
+}
+
+// 10000 messages a second into "To VELTRA" for VELTRA_FLOOD_SECONDS (5 by
+// default; 30 for the long run).
+TEST(Faults, AMidiFloodLeavesTheSoundRunningAndMemoryBounded)
+{
+  const char* env = getenv("VELTRA_FLOOD_SECONDS");
+  const double seconds = env ? atof(env) : 5.0;
+  JackServer server;
+  std::string error;
+  ASSERT_TRUE(server.Start(&error)) << error;
+  setenv("JACK_DEFAULT_SERVER", server.Name().c_str(), 1);
+  TempDir home;
+  std::ofstream(Settings(home)) << "[midi]\nindev=virtual input\n";
+  JackRecorder recorder(seconds + 30.0);
+  ASSERT_TRUE(recorder.Open(server.Name(), &error)) << error;
+  VeltraProcess veltra;
+  ASSERT_TRUE(veltra.Start(VELTRA_EXE, server.Name(), home.Path()));
+  ASSERT_TRUE(recorder.ConnectTo("VELTRA:outport ", 20.0)) << veltra.Errors();
+  MidiSender sender;
+  ASSERT_TRUE(sender.ConnectTo("To VELTRA", 20.0));
+  ASSERT_TRUE(recorder.WaitForFrames(44100, 20.0));
+  const long startKiB = veltra.PeakKiB();
+
+  const size_t framesBefore = recorder.Frames();
+  const auto start = std::chrono::steady_clock::now();
+  long sent = 0;
+  for (double elapsed = 0.0; elapsed < seconds;
+       elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count())
+  {
+    // Notes on and off and bends, kept at 10000 a second.
+    for (; sent < 10000 * elapsed; ++sent)
+    {
+      const unsigned char note = (unsigned char)(36 + sent % 48);
+      switch (sent % 3)
+      {
+      case 0: sender.Send({0x90, note, 100}); break;
+      case 1: sender.Send({0x80, note, 0}); break;
+      default: sender.Send({0xE0, 0, (unsigned char)(sent % 128)}); break;
+      }
+    }
+    Pause(0.001);
+  }
+  const double took = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  Pause(0.5);
+  const size_t frames = recorder.Frames() - framesBefore;
+  EXPECT_TRUE(veltra.Running());
+  EXPECT_GT((double)frames, 0.8 * 44100 * took) << "the sound kept running through the flood";
+  const long peakKiB = veltra.PeakKiB();
+  EXPECT_LT(peakKiB - startKiB, 64 * 1024) << "memory grew by " << (peakKiB - startKiB) << " KiB";
+  ASSERT_EQ(WEXITSTATUS(veltra.StopWith(SIGTERM, 15.0)), 0) << veltra.Errors();
+  printf("flood: %ld messages in %.1f s (%.0f a second); peak resident %ld KiB (%+ld KiB during the flood)\n", sent,
+         took, sent / took, peakKiB, peakKiB - startKiB);
+}
+
+TEST(Faults, HostileSettingsFilesStartOnDefaultsAndKeepTheFile)
+{
+  std::mt19937 rng(7);
+  std::string random(1 << 20, '\0');
+  for (char& c : random) c = (char)(rng() & 0xff);
+  std::string noSection(300000, 'x');
+  for (size_t i = 100; i < noSection.size(); i += 101) noSection[i] = '\n';
+  const std::string junkValues = "[audio]\ndriver=999999\nindev=" + std::string(5000, 'z') +
+                                 "\nsr=abc\niovs=-12\nsigvs=0\nin1=x\nmonoinput=\xff\xfe\n[midi]\ninchan=77\n"
+                                 "indev=" +
+                                 std::string(300, 'q') + "\n";
+  for (const std::string* content : {(const std::string*)&random, (const std::string*)&noSection, &junkValues})
+  {
+    JackServer server;
+    std::string error;
+    ASSERT_TRUE(server.Start(&error)) << error;
+    TempDir home;
+    const std::string path = Settings(home);
+    std::ofstream(path, std::ios::binary) << *content;
+    VeltraProcess veltra;
+    ASSERT_TRUE(veltra.Start(VELTRA_EXE, server.Name(), home.Path()));
+    Pause(1.5);
+    EXPECT_TRUE(veltra.Running()) << veltra.Errors();
+    const int status = veltra.StopWith(SIGTERM, 15.0);
+    EXPECT_TRUE(status != -1 && WIFEXITED(status) && WEXITSTATUS(status) == 0) << veltra.Errors();
+    if (content != &junkValues)
+    {
+      EXPECT_TRUE(ReadAll(path + ".bad") == *content) << "the unreadable file is kept whole";
+      EXPECT_NE(veltra.Output().find("kept as"), std::string::npos) << veltra.Output();
+    }
+    EXPECT_NE(ReadAll(path).find("[midi]"), std::string::npos) << "a working file replaces it";
+  }
+}
