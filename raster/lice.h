@@ -166,6 +166,10 @@ void LICE_FillTriangle(LICE_IBitmap* dest, int x1, int y1, int x2, int y2, int x
 void LICE_FillConvexPolygon(LICE_IBitmap* dest, const int* x, const int* y, int npoints, LICE_pixel color, float alpha,
                             int mode);
 
+// Where a text box of tw x th goes in r by the DT_ alignment flags: centred
+// wins over right, vertical centring over bottom.
+void LICE_AlignText(const RECT* r, int tw, int th, int flags, int* x, int* y);
+
 // PNG decoding into the pixel layout above. With bmp given the image goes
 // into it; otherwise a new LICE_MemBitmap (line alignment 4) that the caller
 // owns. Null on any failure.

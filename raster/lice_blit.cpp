@@ -40,6 +40,17 @@ struct _LICE_Template_Blit2
   }
 };
 
+// A negative destination size mirrors: the area is turned round and the
+// source start moves to the other end.
+void Mirror(int* dst, int* dstSize, float* src, float* srcSize)
+{
+  if (*dstSize >= 0) return;
+  *dstSize = -*dstSize;
+  *dst -= *dstSize;
+  *src += *srcSize;
+  *srcSize = -*srcSize;
+}
+
 inline LICE_pixel LinearFilterI(LICE_pixel p0, LICE_pixel p1, unsigned int frac)
 {
   const unsigned int f0 = 0x10000 - frac;
@@ -304,20 +315,8 @@ void LICE_ScaledBlit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, 
     }
   }
 
-  if (dstw < 0)
-  {
-    dstw = -dstw;
-    dstx -= dstw;
-    srcx += srcw;
-    srcw = -srcw;
-  }
-  if (dsth < 0)
-  {
-    dsth = -dsth;
-    dsty -= dsth;
-    srcy += srch;
-    srch = -srch;
-  }
+  Mirror(&dstx, &dstw, &srcx, &srcw);
+  Mirror(&dsty, &dsth, &srcy, &srch);
   const double xadvance = (double)srcw / dstw, yadvance = (double)srch / dsth;
   double sx = srcx, sy = srcy;
   if (dstx < 0)
@@ -499,19 +498,10 @@ void LICE_DeltaBlit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, i
 {
   if (!dest || !src || !dstw || !dsth) return;
   const ClipRect c = SourceClip(src, srcx, srcy, srcw, srch, cliptosourcerect);
-  double sx = srcx, sy = srcy;
-  if (dstw < 0)
-  {
-    dstw = -dstw;
-    dstx -= dstw;
-    sx += srcw;
-  }
-  if (dsth < 0)
-  {
-    dsth = -dsth;
-    dsty -= dsth;
-    sy += srch;
-  }
+  // The deltas are not turned round: only the start moves.
+  Mirror(&dstx, &dstw, &srcx, &srcw);
+  Mirror(&dsty, &dsth, &srcy, &srch);
+  const double sx = srcx, sy = srcy;
   DeltaCore(dest, src, dstx, dsty, dstw, dsth, sx, sy, c, dsdx, dtdx, dsdy, dtdy, dsdxdy, dtdxdy, alpha, mode);
 }
 
@@ -521,20 +511,8 @@ void LICE_RotatedBlit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty,
 {
   if (!dest || !src || !dstw || !dsth) return;
   const ClipRect c = SourceClip(src, srcx, srcy, srcw, srch, cliptosourcerect);
-  if (dstw < 0)
-  {
-    dstw = -dstw;
-    dstx -= dstw;
-    srcx += srcw;
-    srcw = -srcw;
-  }
-  if (dsth < 0)
-  {
-    dsth = -dsth;
-    dsty -= dsth;
-    srcy += srch;
-    srch = -srch;
-  }
+  Mirror(&dstx, &dstw, &srcx, &srcw);
+  Mirror(&dsty, &dsth, &srcy, &srch);
   const double cosa = cos((double)angle), sina = sin((double)angle);
   const float xsc = srcw / dstw, ysc = srch / dsth;
   const double dsdx = xsc * cosa, dtdy = ysc * cosa, dsdy = xsc * sina, dtdx = ysc * -sina;

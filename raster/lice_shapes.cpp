@@ -10,6 +10,27 @@
 
 namespace
 {
+// Cuts a rectangle to the bitmap; false when nothing is left to draw on.
+bool ClipToBitmap(LICE_IBitmap* dest, int* x, int* y, int* w, int* h)
+{
+  if (!dest || !dest->getBits() || !dest->getRowSpan()) return false;
+  if (*x < 0)
+  {
+    *w += *x;
+    *x = 0;
+  }
+  if (*y < 0)
+  {
+    *h += *y;
+    *y = 0;
+  }
+  const int bw = dest->getWidth(), bh = dest->getHeight();
+  if (*w < 1 || *h < 1 || *x >= bw || *y >= bh) return false;
+  if (*w > bw - *x) *w = bw - *x;
+  if (*h > bh - *y) *h = bh - *y;
+  return true;
+}
+
 template<class FAST>
 void SolidFAST(LICE_pixel* p, long span, int w, int h, LICE_pixel color)
 {
@@ -140,25 +161,11 @@ void RingShape(LICE_IBitmap* dest, float cx, float cy, float r, float minAngle, 
 
 void LICE_FillRect(LICE_IBitmap* dest, int x, int y, int w, int h, LICE_pixel color, float alpha, int mode)
 {
-  if (!dest) return;
-  if (x < 0)
-  {
-    w += x;
-    x = 0;
-  }
-  if (y < 0)
-  {
-    h += y;
-    y = 0;
-  }
   if (mode & LICE_BLIT_USE_ALPHA) alpha *= LICE_GETA(color) / 255.0f;
-  if (alpha == 0.0f) return;
+  if (alpha == 0.0f || !ClipToBitmap(dest, &x, &y, &w, &h)) return;
   LICE_pixel* bits = dest->getBits();
   const long span = dest->getRowSpan();
-  const int bw = dest->getWidth(), bh = dest->getHeight();
-  if (!bits || !span || w < 1 || h < 1 || x >= bw || y >= bh) return;
-  if (w > bw - x) w = bw - x;
-  if (h > bh - y) h = bh - y;
+  const int bh = dest->getHeight();
   LICE_pixel* p;
   long stride = span;
   if (dest->isFlipped())
@@ -200,23 +207,10 @@ void LICE_FillRect(LICE_IBitmap* dest, int x, int y, int w, int h, LICE_pixel co
 
 void LICE_ClearRect(LICE_IBitmap* dest, int x, int y, int w, int h, LICE_pixel mask, LICE_pixel orbits)
 {
-  if (!dest) return;
-  if (x < 0)
-  {
-    w += x;
-    x = 0;
-  }
-  if (y < 0)
-  {
-    h += y;
-    y = 0;
-  }
+  if (!ClipToBitmap(dest, &x, &y, &w, &h)) return;
   LICE_pixel* bits = dest->getBits();
   const long span = dest->getRowSpan();
-  const int bw = dest->getWidth(), bh = dest->getHeight();
-  if (!bits || !span || w < 1 || h < 1 || x >= bw || y >= bh) return;
-  if (w > bw - x) w = bw - x;
-  if (h > bh - y) h = bh - y;
+  const int bh = dest->getHeight();
   for (int row = 0; row < h; ++row)
   {
     const int my = dest->isFlipped() ? bh - 1 - (y + row) : y + row;

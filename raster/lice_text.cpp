@@ -18,6 +18,20 @@ int CharSort(const void* a, const void* b)
 int ColorOf(LICE_pixel p) { return RGB(LICE_GETR(p), LICE_GETG(p), LICE_GETB(p)); }
 } // namespace
 
+void LICE_AlignText(const RECT* r, int tw, int th, int flags, int* x, int* y)
+{
+  *x = r->left;
+  *y = r->top;
+  if (flags & DT_CENTER)
+    *x = r->left + (r->right - r->left - tw) / 2; // "/" truncates
+  else if (flags & DT_RIGHT)
+    *x = r->right - tw;
+  if (flags & DT_VCENTER)
+    *y = r->top + (r->bottom - r->top - th) / 2;
+  else if (flags & DT_BOTTOM)
+    *y = r->bottom - th;
+}
+
 int utf8char(const char* str, unsigned short* c)
 {
   const unsigned char* s = (const unsigned char*)str;
@@ -281,15 +295,8 @@ int LICE_CachedFont::DrawTextNative(LICE_IBitmap* bm, const char* str, int strcn
     return ret;
   }
   const int tw = box.right, th = box.bottom;
-  int x = rect->left, y = rect->top;
-  if (dtFlags & DT_CENTER)
-    x = rect->left + (rect->right - rect->left - tw) / 2;
-  else if (dtFlags & DT_RIGHT)
-    x = rect->right - tw;
-  if (dtFlags & DT_VCENTER)
-    y = rect->top + (rect->bottom - rect->top - th) / 2;
-  else if (dtFlags & DT_BOTTOM)
-    y = rect->bottom - th;
+  int x, y;
+  LICE_AlignText(rect, tw, th, (int)dtFlags, &x, &y);
   RECT r = {x - (m_line_height / 16 + 2), y, x + tw, y + th}; // room for overhanging glyphs
   r.left = std::max(r.left, 0);
   r.top = std::max(r.top, 0);
@@ -430,14 +437,7 @@ int LICE_CachedFont::DrawTextImpl(LICE_IBitmap* bm, const char* str, int strcnt,
     DrawTextImpl(nullptr, str, strcnt, &m,
                  DT_CALCRECT | (dtFlags & DT_SINGLELINE) | (forcedFlag ? LICE_DT_NEEDALPHA : 0));
     const int tw = m.right, th = m.bottom;
-    if (dtFlags & DT_CENTER)
-      xpos = rect->left + (rect->right - rect->left - tw) / 2;
-    else if (dtFlags & DT_RIGHT)
-      xpos = rect->right - tw;
-    if (dtFlags & DT_VCENTER)
-      ypos = rect->top + (rect->bottom - rect->top - th) / 2;
-    else if (dtFlags & DT_BOTTOM)
-      ypos = rect->bottom - th;
+    LICE_AlignText(rect, tw, th, (int)dtFlags, &xpos, &ypos);
   }
   RECT clip = {0, 0, bm->getWidth(), bm->getHeight()};
   if (!(dtFlags & DT_NOCLIP))

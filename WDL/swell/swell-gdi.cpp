@@ -181,15 +181,8 @@ int SWELL_DrawText(HDC ctx, const char* buf, int len, RECT* r, int flags)
     return th;
   }
 
-  int x = r->left, y = r->top;
-  if (flags & DT_CENTER)
-    x = r->left + (r->right - r->left - tw) / 2;
-  else if (flags & DT_RIGHT)
-    x = r->right - tw;
-  if (flags & DT_VCENTER)
-    y = r->top + (r->bottom - r->top - th) / 2;
-  else if (flags & DT_BOTTOM)
-    y = r->bottom - th;
+  int x, y;
+  LICE_AlignText(r, tw, th, flags, &x, &y);
 
   RECT box = Bounds(ctx);
   box.left = std::max(box.left, x + std::min(0, ink.x));

@@ -1,8 +1,10 @@
 #include "TestPlug.h"
 
+#include "TempDir.h"
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+
 #include <gtest/gtest.h>
 #include <iterator>
 #include <string>
@@ -13,12 +15,6 @@ namespace
 class ProgramFiles : public ::testing::Test
 {
 protected:
-  void SetUp() override
-  {
-    char tmpl[] = "/tmp/veltra-fx-XXXXXX";
-    mDir = mkdtemp(tmpl);
-  }
-  void TearDown() override { system(("rm -rf '" + mDir + "'").c_str()); }
   WDL_String Path(const char* name) { return WDL_String((mDir + "/" + name).c_str()); }
   static std::vector<unsigned char> Bytes(WDL_String& path)
   {
@@ -35,7 +31,8 @@ protected:
     for (int i = 0; i < p.NParams(); ++i) v.push_back(p.GetParam(i)->Value());
     return v;
   }
-  std::string mDir;
+  TempDir mTemp;
+  const std::string mDir = mTemp.Path();
 };
 } // namespace
 

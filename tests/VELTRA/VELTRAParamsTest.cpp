@@ -1,3 +1,4 @@
+#include "TempDir.h"
 #include "VELTRATestUtil.h"
 
 #include <cstdlib>
@@ -92,8 +93,8 @@ TEST(VELTRAParams, StoredStateReproducesEveryValue)
 
 TEST(VELTRAParams, ProgramAndBankFilesRoundTripEveryValue)
 {
-  char tmpl[] = "/tmp/veltra-prog-XXXXXX";
-  const std::string dir = mkdtemp(tmpl);
+  TempDir temp;
+  const std::string dir = temp.Path();
   WDL_String fxp((dir + "/p.fxp").c_str()), fxb((dir + "/b.fxb").c_str());
   VeltraRig rig;
   VELTRA& p = *rig.mPlug;
@@ -138,5 +139,4 @@ TEST(VELTRAParams, ProgramAndBankFilesRoundTripEveryValue)
   EXPECT_EQ(st.st_size, 232);
   stat(fxb.Get(), &st);
   EXPECT_EQ(st.st_size, 2012);
-  system(("rm -rf '" + dir + "'").c_str());
 }

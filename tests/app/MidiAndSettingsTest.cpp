@@ -3,6 +3,7 @@
 #include "IPlugStandalone.h"
 #include "MidiEngine.h"
 #include "Settings.h"
+#include "TempDir.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -25,13 +26,6 @@ public:
 
 void Deliver(std::vector<unsigned char> bytes) { MIDICallback(0.0, &bytes, nullptr); }
 
-std::string ReadAll(const std::string& path)
-{
-  std::ifstream f(path);
-  std::stringstream ss;
-  ss << f.rdbuf();
-  return ss.str();
-}
 } // namespace
 
 TEST(MidiCallback, SizeRuleAndChannelFilter)
@@ -67,8 +61,8 @@ TEST(MidiCallback, SizeRuleAndChannelFilter)
 
 TEST(Settings, MissingKeysAreCompletedAndTextKept)
 {
-  char tmpl[] = "/tmp/veltra-settings-XXXXXX";
-  const std::string dir = mkdtemp(tmpl);
+  TempDir temp;
+  const std::string dir = temp.Path();
   system(("mkdir -p '" + dir + "/VELTRA'").c_str());
   std::ofstream(dir + "/VELTRA/settings.ini") << "[audio]\nsr=48000\niovs=1024\nin1=70000\n";
   setenv("XDG_CONFIG_HOME", dir.c_str(), 1);
@@ -80,7 +74,7 @@ TEST(Settings, MissingKeysAreCompletedAndTextKept)
   EXPECT_STREQ(state.mAudioIOVS, "1024");
   EXPECT_EQ(state.mAudioInChanL, (uint16_t)70000) << "numbers are narrowed to 16 bits";
   EXPECT_STREQ(state.mMidiInDev, "no input") << "until the MIDI stage corrects it";
-  const std::string text = ReadAll(dir + "/VELTRA/settings.ini");
+  const std::string text = ReadWholeFile(dir + "/VELTRA/settings.ini");
   for (const char* key : {"driver=0", "sigvs=32", "outdev=no output", "inchan=0", "indev=Built-in Input"})
     EXPECT_NE(text.find(key), std::string::npos) << key;
 
@@ -100,5 +94,4 @@ TEST(Settings, MissingKeysAreCompletedAndTextKept)
   if (!savedHome.empty()) setenv("HOME", savedHome.c_str(), 1);
   unsetenv("XDG_CONFIG_HOME");
   gState = nullptr;
-  system(("rm -rf '" + dir + "'").c_str());
 }

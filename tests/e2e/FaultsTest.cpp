@@ -22,16 +22,7 @@ std::string Settings(const TempDir& home)
   return home.Path() + "/.config/VELTRA/settings.ini";
 }
 
-std::string ReadAll(const std::string& path)
-{
-  std::ifstream f(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(f), {});
-}
-
-void Pause(double seconds)
-{
-  std::this_thread::sleep_for(std::chrono::milliseconds((int)(seconds * 1000)));
-}
+void Pause(double seconds) { std::this_thread::sleep_for(std::chrono::milliseconds((int)(seconds * 1000))); }
 } // namespace
 
 TEST(Faults, TheSoundServerDiesWhilePlaying)
@@ -54,7 +45,7 @@ TEST(Faults, TheSoundServerDiesWhilePlaying)
   ASSERT_NE(status, -1) << "no clean end after the server died";
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << veltra.Errors();
   EXPECT_NE(veltra.Output().find("audio stream stopped: the sound device or server went away"), std::string::npos)
-    << veltra.Output() << veltra.Errors();
+      << veltra.Output() << veltra.Errors();
 }
 
 // 10000 messages a second into "To VELTRA" for VELTRA_FLOOD_SECONDS (5 by
@@ -91,9 +82,15 @@ TEST(Faults, AMidiFloodLeavesTheSoundRunningAndMemoryBounded)
       const unsigned char note = (unsigned char)(36 + sent % 48);
       switch (sent % 3)
       {
-      case 0: sender.Send({0x90, note, 100}); break;
-      case 1: sender.Send({0x80, note, 0}); break;
-      default: sender.Send({0xE0, 0, (unsigned char)(sent % 128)}); break;
+      case 0:
+        sender.Send({0x90, note, 100});
+        break;
+      case 1:
+        sender.Send({0x80, note, 0});
+        break;
+      default:
+        sender.Send({0xE0, 0, (unsigned char)(sent % 128)});
+        break;
       }
     }
     Pause(0.001);
@@ -137,9 +134,9 @@ TEST(Faults, HostileSettingsFilesStartOnDefaultsAndKeepTheFile)
     EXPECT_TRUE(status != -1 && WIFEXITED(status) && WEXITSTATUS(status) == 0) << veltra.Errors();
     if (content != &junkValues)
     {
-      EXPECT_TRUE(ReadAll(path + ".bad") == *content) << "the unreadable file is kept whole";
+      EXPECT_TRUE(ReadWholeFile(path + ".bad") == *content) << "the unreadable file is kept whole";
       EXPECT_NE(veltra.Output().find("kept as"), std::string::npos) << veltra.Output();
     }
-    EXPECT_NE(ReadAll(path).find("[midi]"), std::string::npos) << "a working file replaces it";
+    EXPECT_NE(ReadWholeFile(path).find("[midi]"), std::string::npos) << "a working file replaces it";
   }
 }

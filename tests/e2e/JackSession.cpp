@@ -80,13 +80,7 @@ int WaitFor(pid_t pid, double timeoutSec)
   }
 }
 
-std::string ReadFile(const std::string& path)
-{
-  std::ifstream f(path);
-  std::stringstream ss;
-  ss << f.rdbuf();
-  return ss.str();
-}
+std::string ReadFile(const std::string& path) { return ReadWholeFile(path); }
 
 void SilentJackErrors(const char*) {}
 } // namespace
@@ -154,18 +148,6 @@ void JackServer::Kill()
   kill(mPid, SIGKILL);
   WaitFor(mPid, 5.0);
   mPid = -1;
-}
-
-TempDir::TempDir()
-{
-  char tmpl[] = "/tmp/veltra-e2e-XXXXXX";
-  const char* p = mkdtemp(tmpl);
-  mPath = p ? p : "";
-}
-
-TempDir::~TempDir()
-{
-  if (mPath.size() > 5) system(("rm -rf '" + mPath + "'").c_str());
 }
 
 VeltraProcess::~VeltraProcess()

@@ -3,6 +3,8 @@
 // started against it with a private home folder, and a recording client
 // that captures VELTRA's outputs. Each piece cleans up after itself.
 
+#include "TempDir.h"
+
 #include <atomic>
 #include <jack/jack.h>
 #include <string>
@@ -24,18 +26,6 @@ public:
 private:
   std::string mName;
   pid_t mPid = -1;
-};
-
-// A temporary folder, removed with everything in it by the destructor.
-class TempDir
-{
-public:
-  TempDir();
-  ~TempDir();
-  const std::string& Path() const { return mPath; }
-
-private:
-  std::string mPath;
 };
 
 // The veltra executable as a child process, its standard output and error

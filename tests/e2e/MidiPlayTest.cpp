@@ -16,14 +16,6 @@ namespace
 {
 void WriteFile(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
 
-std::string ReadAll(const std::string& path)
-{
-  std::ifstream f(path);
-  std::stringstream ss;
-  ss << f.rdbuf();
-  return ss.str();
-}
-
 size_t FirstSound(const std::vector<float>& v, size_t from, size_t to)
 {
   for (size_t i = from; i < to; ++i)
@@ -99,24 +91,24 @@ TEST(MidiPlay, FirstRunWritesTheDefaultSettings)
   struct stat st;
   ASSERT_EQ(stat(folder.c_str(), &st), 0) << "the settings folder and its parents are made";
   EXPECT_EQ(st.st_mode & 0002, 0u) << "never world-writable";
-  EXPECT_EQ(ReadAll(folder + "/settings.ini"), "[audio]\n"
-                                               "driver=0\n"
-                                               "in1=1\n"
-                                               "in2=2\n"
-                                               "indev=Built-in Input\n"
-                                               "iovs=512\n"
-                                               "monoinput=0\n"
-                                               "out1=1\n"
-                                               "out2=2\n"
-                                               "outdev=Built-in Output\n"
-                                               "sigvs=32\n"
-                                               "sr=44100\n"
-                                               "\n"
-                                               "[midi]\n"
-                                               "inchan=0\n"
-                                               "indev=off\n"
-                                               "outchan=0\n"
-                                               "outdev=off\n"
-                                               "\n");
+  EXPECT_EQ(ReadWholeFile(folder + "/settings.ini"), "[audio]\n"
+                                                     "driver=0\n"
+                                                     "in1=1\n"
+                                                     "in2=2\n"
+                                                     "indev=Built-in Input\n"
+                                                     "iovs=512\n"
+                                                     "monoinput=0\n"
+                                                     "out1=1\n"
+                                                     "out2=2\n"
+                                                     "outdev=Built-in Output\n"
+                                                     "sigvs=32\n"
+                                                     "sr=44100\n"
+                                                     "\n"
+                                                     "[midi]\n"
+                                                     "inchan=0\n"
+                                                     "indev=off\n"
+                                                     "outchan=0\n"
+                                                     "outdev=off\n"
+                                                     "\n");
   EXPECT_NE(access((folder + "/.settings.ini.new").c_str(), F_OK), 0) << "no temporary file left";
 }

@@ -1,8 +1,10 @@
 #include "lice.h"
 
+#include "TempDir.h"
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+
 #include <gtest/gtest.h>
 #include <png.h>
 #include <string>
@@ -35,13 +37,8 @@ std::string WritePng(const std::string& path, int colorType, int bitDepth,
 class Png : public ::testing::Test
 {
 protected:
-  void SetUp() override
-  {
-    char tmpl[] = "/tmp/veltra-png-XXXXXX";
-    mDir = mkdtemp(tmpl);
-  }
-  void TearDown() override { system(("rm -rf '" + mDir + "'").c_str()); }
-  std::string mDir;
+  TempDir mTemp;
+  const std::string mDir = mTemp.Path();
 };
 } // namespace
 

@@ -1,7 +1,9 @@
 #include "swell-ini.h"
 
+#include "TempDir.h"
 #include <cstdlib>
 #include <fstream>
+
 #include <gtest/gtest.h>
 #include <sstream>
 #include <string>
@@ -13,13 +15,6 @@ namespace
 class ProfileStore : public ::testing::Test
 {
 protected:
-  void SetUp() override
-  {
-    char tmpl[] = "/tmp/veltra-ini-XXXXXX";
-    mDir = mkdtemp(tmpl);
-  }
-  void TearDown() override { system(("rm -rf '" + mDir + "'").c_str()); }
-
   std::string File(const std::string& name, const std::string& text)
   {
     const std::string path = mDir + "/" + name;
@@ -40,7 +35,8 @@ protected:
     out.resize((size_t)n);
     return out;
   }
-  std::string mDir;
+  TempDir mTemp;
+  const std::string mDir = mTemp.Path();
 };
 } // namespace
 

@@ -1,10 +1,12 @@
 #include "Signal.h"
 
+#include "TempDir.h"
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
+
 #include <gtest/gtest.h>
 #include <iterator>
 #include <sndfile.h>
@@ -63,24 +65,13 @@ struct Outcome
 class VeltraRender : public ::testing::Test
 {
 protected:
-  void SetUp() override
-  {
-    char tmpl[] = "/tmp/veltra-render-XXXXXX";
-    mDir = mkdtemp(tmpl);
-  }
-  void TearDown() override { system(("rm -rf '" + mDir + "'").c_str()); }
-
   std::string Path(const std::string& name) const { return mDir + "/" + name; }
   std::string Write(const std::string& name, const Bytes& b)
   {
     std::ofstream(Path(name), std::ios::binary).write((const char*)b.data(), (std::streamsize)b.size());
     return Path(name);
   }
-  static std::string Read(const std::string& path)
-  {
-    std::ifstream f(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(f), {});
-  }
+  static std::string Read(const std::string& path) { return ReadWholeFile(path); }
 
   Outcome Render(std::vector<std::string> args)
   {
@@ -113,7 +104,8 @@ protected:
     return v;
   }
 
-  std::string mDir;
+  TempDir mTemp;
+  const std::string mDir = mTemp.Path();
 };
 } // namespace
 
