@@ -27,18 +27,12 @@ void Pause(double seconds) { std::this_thread::sleep_for(std::chrono::millisecon
 
 TEST(Faults, TheSoundServerDiesWhilePlaying)
 {
-  JackServer server;
-  std::string error;
-  ASSERT_TRUE(server.Start(&error)) << error;
-  TempDir home;
-  JackRecorder recorder;
-  ASSERT_TRUE(recorder.Open(server.Name(), &error)) << error;
-  VeltraProcess veltra;
-  ASSERT_TRUE(veltra.Start(VELTRA_EXE, server.Name(), home.Path()));
-  ASSERT_TRUE(recorder.ConnectTo("VELTRA:outport ", 20.0)) << veltra.Errors();
-  ASSERT_TRUE(recorder.WaitForFrames(44100, 20.0));
-  recorder.Close();
-  server.Kill();
+  PlayingVeltra run;
+  ASSERT_EQ(run.Start(), "");
+  VeltraProcess& veltra = run.veltra;
+  ASSERT_TRUE(run.recorder.WaitForFrames(44100, 20.0));
+  run.recorder.Close();
+  run.server.Kill();
   Pause(1.5);
   EXPECT_TRUE(veltra.Running()) << "VELTRA outlives its sound server";
   const int status = veltra.StopWith(SIGTERM, 15.0);
@@ -54,17 +48,10 @@ TEST(Faults, AMidiFloodLeavesTheSoundRunningAndMemoryBounded)
 {
   const char* env = getenv("VELTRA_FLOOD_SECONDS");
   const double seconds = env ? atof(env) : 5.0;
-  JackServer server;
-  std::string error;
-  ASSERT_TRUE(server.Start(&error)) << error;
-  setenv("JACK_DEFAULT_SERVER", server.Name().c_str(), 1);
-  TempDir home;
-  std::ofstream(Settings(home)) << "[midi]\nindev=virtual input\n";
-  JackRecorder recorder(seconds + 30.0);
-  ASSERT_TRUE(recorder.Open(server.Name(), &error)) << error;
-  VeltraProcess veltra;
-  ASSERT_TRUE(veltra.Start(VELTRA_EXE, server.Name(), home.Path()));
-  ASSERT_TRUE(recorder.ConnectTo("VELTRA:outport ", 20.0)) << veltra.Errors();
+  PlayingVeltra run(seconds + 30.0);
+  ASSERT_EQ(run.Start("[midi]\nindev=virtual input\n"), "");
+  JackRecorder& recorder = run.recorder;
+  VeltraProcess& veltra = run.veltra;
   MidiSender sender;
   ASSERT_TRUE(sender.ConnectTo("To VELTRA", 20.0));
   ASSERT_TRUE(recorder.WaitForFrames(44100, 20.0));

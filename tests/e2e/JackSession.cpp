@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <sstream>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
@@ -337,4 +338,21 @@ void JackRecorder::Close()
     jack_client_close(mClient);
     mClient = nullptr;
   }
+}
+
+std::string PlayingVeltra::Start(const std::string& settings)
+{
+  std::string error;
+  if (!server.Start(&error)) return error;
+  setenv("JACK_DEFAULT_SERVER", server.Name().c_str(), 1); // for the tests' own MIDI client
+  if (!settings.empty())
+  {
+    mkdir((home.Path() + "/.config").c_str(), 0755);
+    mkdir((home.Path() + "/.config/VELTRA").c_str(), 0755);
+    std::ofstream(SettingsPath()) << settings;
+  }
+  if (!recorder.Open(server.Name(), &error)) return error;
+  if (!veltra.Start(VELTRA_EXE, server.Name(), home.Path())) return "VELTRA did not start";
+  if (!recorder.ConnectTo("VELTRA:outport ", 20.0)) return "no VELTRA ports: " + veltra.Output() + veltra.Errors();
+  return std::string();
 }

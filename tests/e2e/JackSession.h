@@ -78,5 +78,22 @@ private:
   std::atomic<size_t> mFrames{0};
 };
 
+// One VELTRA playing on a private JACK server with its outputs recorded:
+// the common start of the end-to-end tests.
+struct PlayingVeltra
+{
+  explicit PlayingVeltra(double maxSeconds = 60.0) : recorder(maxSeconds) {}
+  // Writes settings (when given) as the user's settings.ini, starts the
+  // server and VELTRA, and connects the recorder. Empty on success, else
+  // what failed.
+  std::string Start(const std::string& settings = "");
+  std::string SettingsPath() const { return home.Path() + "/.config/VELTRA/settings.ini"; }
+
+  JackServer server;
+  TempDir home;
+  JackRecorder recorder;
+  VeltraProcess veltra;
+};
+
 double SecondsSince(double start);
 double Now();

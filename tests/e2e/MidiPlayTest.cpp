@@ -14,7 +14,6 @@
 
 namespace
 {
-void WriteFile(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
 
 size_t FirstSound(const std::vector<float>& v, size_t from, size_t to)
 {
@@ -27,20 +26,10 @@ size_t FirstSound(const std::vector<float>& v, size_t from, size_t to)
 
 TEST(MidiPlay, NoteThroughTheVirtualPortSoundsAndOtherChannelsAreIgnored)
 {
-  JackServer server;
-  std::string error;
-  ASSERT_TRUE(server.Start(&error)) << error;
-  setenv("JACK_DEFAULT_SERVER", server.Name().c_str(), 1);
-  TempDir home;
-  mkdir((home.Path() + "/.config").c_str(), 0755);
-  mkdir((home.Path() + "/.config/VELTRA").c_str(), 0755);
-  WriteFile(home.Path() + "/.config/VELTRA/settings.ini", "[midi]\nindev=virtual input\ninchan=2\n");
-
-  JackRecorder recorder;
-  ASSERT_TRUE(recorder.Open(server.Name(), &error)) << error;
-  VeltraProcess veltra;
-  ASSERT_TRUE(veltra.Start(VELTRA_EXE, server.Name(), home.Path()));
-  ASSERT_TRUE(recorder.ConnectTo("VELTRA:outport ", 20.0)) << veltra.Output() << veltra.Errors();
+  PlayingVeltra run;
+  ASSERT_EQ(run.Start("[midi]\nindev=virtual input\ninchan=2\n"), "");
+  JackRecorder& recorder = run.recorder;
+  VeltraProcess& veltra = run.veltra;
   MidiSender sender;
   ASSERT_TRUE(sender.ConnectTo("To VELTRA", 20.0)) << "no \"To VELTRA\" port";
 
@@ -56,7 +45,7 @@ TEST(MidiPlay, NoteThroughTheVirtualPortSoundsAndOtherChannelsAreIgnored)
   sender.Send({0x81, 69, 0});
   ASSERT_TRUE(recorder.WaitForFrames(offAt + rate, 10.0));
   const size_t end = recorder.Frames();
-  recorder.WriteWav(home.Path() + "/note.wav");
+  recorder.WriteWav(run.home.File("note.wav"));
   ASSERT_EQ(WEXITSTATUS(veltra.StopWith(SIGTERM, 15.0)), 0) << veltra.Errors();
 
   const std::vector<float>& out = recorder.Left();
@@ -76,18 +65,11 @@ TEST(MidiPlay, NoteThroughTheVirtualPortSoundsAndOtherChannelsAreIgnored)
 
 TEST(MidiPlay, FirstRunWritesTheDefaultSettings)
 {
-  JackServer server;
-  std::string error;
-  ASSERT_TRUE(server.Start(&error)) << error;
-  TempDir home;
-  JackRecorder recorder;
-  ASSERT_TRUE(recorder.Open(server.Name(), &error)) << error;
-  VeltraProcess veltra;
-  ASSERT_TRUE(veltra.Start(VELTRA_EXE, server.Name(), home.Path()));
-  ASSERT_TRUE(recorder.ConnectTo("VELTRA:outport ", 20.0)) << veltra.Output() << veltra.Errors();
-  ASSERT_EQ(WEXITSTATUS(veltra.StopWith(SIGTERM, 15.0)), 0) << veltra.Errors();
+  PlayingVeltra run;
+  ASSERT_EQ(run.Start(), "");
+  ASSERT_EQ(WEXITSTATUS(run.veltra.StopWith(SIGTERM, 15.0)), 0) << run.veltra.Errors();
 
-  const std::string folder = home.Path() + "/.config/VELTRA";
+  const std::string folder = run.home.Path() + "/.config/VELTRA";
   struct stat st;
   ASSERT_EQ(stat(folder.c_str(), &st), 0) << "the settings folder and its parents are made";
   EXPECT_EQ(st.st_mode & 0002, 0u) << "never world-writable";

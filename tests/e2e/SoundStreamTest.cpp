@@ -6,23 +6,15 @@
 
 TEST(SoundStream, RunsSilentOnJackAndEndsInOrder)
 {
-  JackServer server;
-  std::string error;
-  ASSERT_TRUE(server.Start(&error)) << error;
-  TempDir home;
-  ASSERT_FALSE(home.Path().empty());
-
-  JackRecorder recorder;
-  ASSERT_TRUE(recorder.Open(server.Name(), &error)) << error;
-
-  VeltraProcess veltra;
-  ASSERT_TRUE(veltra.Start(VELTRA_EXE, server.Name(), home.Path()));
-  ASSERT_TRUE(recorder.ConnectTo("VELTRA:outport ", 20.0)) << veltra.Output() << veltra.Errors();
+  PlayingVeltra run;
+  ASSERT_EQ(run.Start(), "");
+  JackRecorder& recorder = run.recorder;
+  VeltraProcess& veltra = run.veltra;
   ASSERT_EQ(recorder.SampleRate(), 44100);
 
   // Two seconds of the stream, well past the 51 silent buffers.
   ASSERT_TRUE(recorder.WaitForFrames(2 * 44100, 20.0)) << "frames: " << recorder.Frames();
-  EXPECT_TRUE(recorder.WriteWav(home.Path() + "/out.wav"));
+  EXPECT_TRUE(recorder.WriteWav(run.home.File("out.wav")));
   size_t loud = 0;
   for (size_t i = 0; i < recorder.Frames(); ++i) loud += recorder.Left()[i] != 0.0f || recorder.Right()[i] != 0.0f;
   EXPECT_EQ(loud, 0u) << "no note was played: the output is silence";
