@@ -17,7 +17,6 @@ public:
 
   void* Get() const { return m_size ? m_buf : nullptr; }
   int GetSize() const { return m_size; }
-  int GetGranul() const { return m_granul; }
   int GetAlloc() const { return m_alloc; }
 
   void* Resize(int newsize, bool resizedown = true)

@@ -318,9 +318,3 @@ static inline bool LICE_WithFunctor(int mode, int ia, Call&& f)
   }
 }
 
-// Reads the four channels of a pixel and hands them to a functor.
-template<class F>
-static inline void LICE_PixToFunctor(LICE_pixel* dest, LICE_pixel p, int ia)
-{
-  F::doPix((LICE_pixel_chan*)dest, LICE_GETR(p), LICE_GETG(p), LICE_GETB(p), LICE_GETA(p), ia);
-}
