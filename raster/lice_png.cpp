@@ -17,6 +17,8 @@
 
 namespace
 {
+constexpr uint64_t kMaxPixels = 1u << 24; // 64 MiB of pixels
+
 struct MemReader
 {
   const unsigned char* data;
@@ -78,7 +80,9 @@ LICE_IBitmap* Decode(LICE_IBitmap* given, SetupIO&& setupIO)
   else
     png_set_swap_alpha(png);
 
-  if (width > INT_MAX / 4 || height > INT_MAX / 4) png_error(png, "image too large");
+  // No panel image comes near this; a tiny file that claims a huge image
+  // must not make us allocate gigabytes for it.
+  if (width > 16384 || height > 16384 || (uint64_t)width * height > kMaxPixels) png_error(png, "image too large");
   if (bmp)
   {
     bmp->resize((int)width, (int)height);
