@@ -317,4 +317,3 @@ static inline bool LICE_WithFunctor(int mode, int ia, Call&& f)
     return false;
   }
 }
-

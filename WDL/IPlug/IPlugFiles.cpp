@@ -72,6 +72,20 @@ int GetName(const ByteChunk& c, char* name, int pos)
   return pos;
 }
 
+// The seven integers that open every program and bank: magic, size, kind,
+// version, id, plug-in version, and the count of parameters or programs.
+struct Head
+{
+  int chunkMagic, byteSize, fxMagic, version, fxID, fxVersion, count;
+};
+
+int GetHead(const ByteChunk& c, Head* h, int pos)
+{
+  int* fields[7] = {&h->chunkMagic, &h->byteSize, &h->fxMagic, &h->version, &h->fxID, &h->fxVersion, &h->count};
+  for (int* f : fields) pos = GetBE(c, f, pos);
+  return pos;
+}
+
 bool WriteFile(const WDL_String* fileName, const ByteChunk& c)
 {
   if (!fileName || !fileName->GetLength()) return false;
@@ -186,19 +200,13 @@ bool IPlugBase::LoadProgramFromFXP(WDL_String* fileName)
   ByteChunk c;
   if (!ReadFile(fileName, &c)) return false;
 
-  int chunkMagic, byteSize, fxMagic, version, fxID, fxVersion, numParams;
+  Head h;
   char name[kNameSize];
-  int pos = GetBE(c, &chunkMagic, 0);
-  pos = GetBE(c, &byteSize, pos);
-  pos = GetBE(c, &fxMagic, pos);
-  pos = GetBE(c, &version, pos);
-  pos = GetBE(c, &fxID, pos);
-  pos = GetBE(c, &fxVersion, pos);
-  pos = GetBE(c, &numParams, pos);
+  int pos = GetHead(c, &h, 0);
   pos = GetName(c, name, pos);
-  if (chunkMagic != kCcnK || version != 1 || fxID != GetUniqueID() || pos < 0) return false;
+  if (h.chunkMagic != kCcnK || h.version != 1 || h.fxID != GetUniqueID() || pos < 0) return false;
 
-  if (DoesStateChunks() && fxMagic == kFPCh)
+  if (DoesStateChunks() && h.fxMagic == kFPCh)
   {
     int chunkSize = 0;
     pos = GetBE(c, &chunkSize, pos);
@@ -206,7 +214,7 @@ bool IPlugBase::LoadProgramFromFXP(WDL_String* fileName)
     GetIPlugVerFromChunk(&c, &pos);
     if (UnserializeState(&c, pos) < 0) return false;
   }
-  else if (fxMagic == kFxCk)
+  else if (h.fxMagic == kFxCk)
   {
     // Straight to the parameters; OnParamChange runs at the restore below.
     // A file that ends early leaves the parameters behind its end as they
@@ -234,20 +242,15 @@ bool IPlugBase::LoadBankFromFXB(WDL_String* fileName)
   ByteChunk c;
   if (!ReadFile(fileName, &c)) return false;
 
-  int chunkMagic, byteSize, fxMagic, version, fxID, fxVersion, numPrograms, currentProgram;
-  int pos = GetBE(c, &chunkMagic, 0);
-  pos = GetBE(c, &byteSize, pos);
-  pos = GetBE(c, &fxMagic, pos);
-  pos = GetBE(c, &version, pos); // not compared, unlike a program's
-  pos = GetBE(c, &fxID, pos);
-  pos = GetBE(c, &fxVersion, pos);
-  pos = GetBE(c, &numPrograms, pos);
+  Head h; // the version is not compared, unlike a program's; count is numPrograms
+  int currentProgram;
+  int pos = GetHead(c, &h, 0);
   pos = GetBE(c, &currentProgram, pos);
   char future[124];
   pos = c.GetBytes(future, sizeof(future), pos);
-  if (chunkMagic != kCcnK || fxID != GetUniqueID() || pos < 0) return false;
+  if (h.chunkMagic != kCcnK || h.fxID != GetUniqueID() || pos < 0) return false;
 
-  if (DoesStateChunks() && fxMagic == kFBCh)
+  if (DoesStateChunks() && h.fxMagic == kFBCh)
   {
     int chunkSize = 0;
     pos = GetBE(c, &chunkSize, pos);
@@ -257,21 +260,15 @@ bool IPlugBase::LoadBankFromFXB(WDL_String* fileName)
     InformHostOfProgramChange();
     return true;
   }
-  if (fxMagic != kFxBk) return false;
+  if (h.fxMagic != kFxBk) return false;
 
   // A bad program head stops the load with false; the programs before it
   // stay loaded.
-  for (int p = 0; p < numPrograms; ++p)
+  for (int p = 0; p < h.count; ++p)
   {
-    int progMagic, progSize, progFxMagic, progVersion, progID, progFxVersion, progNumParams;
-    pos = GetBE(c, &progMagic, pos);
-    pos = GetBE(c, &progSize, pos);
-    pos = GetBE(c, &progFxMagic, pos);
-    pos = GetBE(c, &progVersion, pos);
-    pos = GetBE(c, &progID, pos);
-    pos = GetBE(c, &progFxVersion, pos);
-    pos = GetBE(c, &progNumParams, pos);
-    if (progMagic != kCcnK || progFxMagic != kFxCk || progVersion != 1 || progNumParams != NParams()) return false;
+    Head prog; // its fxID is not compared
+    pos = GetHead(c, &prog, pos);
+    if (prog.chunkMagic != kCcnK || prog.fxMagic != kFxCk || prog.version != 1 || prog.count != NParams()) return false;
     char name[kNameSize];
     pos = GetName(c, name, pos);
     if (pos < 0) return false;

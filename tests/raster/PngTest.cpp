@@ -23,8 +23,8 @@ std::string WritePng(const std::string& path, int colorType, int bitDepth,
   png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
   png_infop info = png_create_info_struct(png);
   png_init_io(png, fp);
-  png_set_IHDR(png, info, width, (int)rows.size(), bitDepth, colorType, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
-               PNG_FILTER_TYPE_DEFAULT);
+  png_set_IHDR(png, info, width, (int)rows.size(), bitDepth, colorType, PNG_INTERLACE_NONE,
+               PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
   if (!palette.empty()) png_set_PLTE(png, info, palette.data(), (int)palette.size());
   if (!trns.empty()) png_set_tRNS(png, info, trns.data(), (int)trns.size(), nullptr);
   png_write_info(png, info);
@@ -87,8 +87,8 @@ TEST_F(Png, EveryFormatComesOutAsAlphaRedGreenBlue)
   std::ofstream(mDir + "/cut.png", std::ios::binary).write(bytes.data(), (std::streamsize)bytes.size() / 2);
   EXPECT_EQ(LICE_LoadPNG((mDir + "/cut.png").c_str()), nullptr);
 
-  const std::string wide = WritePng(mDir + "/wide.png", PNG_COLOR_TYPE_GRAY, 8, {std::vector<uint8_t>(20000, 9)}, {},
-                                    {}, 20000);
+  const std::string wide =
+      WritePng(mDir + "/wide.png", PNG_COLOR_TYPE_GRAY, 8, {std::vector<uint8_t>(20000, 9)}, {}, {}, 20000);
   EXPECT_EQ(LICE_LoadPNG(wide.c_str()), nullptr) << "beyond 16384 pixels a side is refused";
 }
 
