@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <sstream>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <time.h>
@@ -86,15 +87,61 @@ std::string ReadFile(const std::string& path) { return ReadWholeFile(path); }
 void SilentJackErrors(const char*) {}
 } // namespace
 
-JackServer::JackServer()
-{
-  static int counter = 0;
-  mName = "veltra-test-" + std::to_string(getpid()) + "-" + std::to_string(counter++);
-}
+JackServer::JackServer() {}
 
 JackServer::~JackServer() { Stop(); }
 
+// JACK keeps its servers in a shared registry of eight places, and a place
+// whose server died is given back only to a server of the same name. So the
+// tests use a small pool of names, each held through a lock file for as long
+// as its server runs: a server killed on purpose leaves a place that the next
+// server of that name takes over.
 bool JackServer::Start(std::string* error)
+{
+  const double start = Now();
+  while (mSlotLock < 0)
+  {
+    for (int k = 0; k < 4 && mSlotLock < 0; ++k)
+    {
+      const int fd = open(("/tmp/veltra-e2e-jack-" + std::to_string(k) + ".lock").c_str(), O_RDWR | O_CREAT, 0666);
+      if (fd >= 0 && flock(fd, LOCK_EX | LOCK_NB) == 0)
+      {
+        mSlotLock = fd;
+        mName = "veltra-e2e-" + std::to_string(k);
+      }
+      else if (fd >= 0)
+      {
+        close(fd);
+      }
+    }
+    if (mSlotLock < 0)
+    {
+      if (SecondsSince(start) > 120.0)
+      {
+        *error = "no free JACK server name";
+        return false;
+      }
+      Sleep(0.1);
+    }
+  }
+  // Two servers that start at the same moment race for the registry and one
+  // of them ends at once: starts go one after the other.
+  const int lock = open("/tmp/veltra-e2e-jackd.lock", O_RDWR | O_CREAT, 0666);
+  if (lock >= 0) flock(lock, LOCK_EX);
+  bool ok = false;
+  for (int attempt = 0; attempt < 3 && !ok; ++attempt) ok = StartOnce(error);
+  if (lock >= 0) close(lock);
+  if (!ok) ReleaseName();
+  return ok;
+}
+
+void JackServer::ReleaseName()
+{
+  if (mSlotLock >= 0) close(mSlotLock);
+  mSlotLock = -1;
+}
+
+bool JackServer::StartOnce(std::string* error)
 {
   jack_set_error_function(SilentJackErrors);
   const std::string log = "/tmp/" + mName + ".log";
@@ -122,25 +169,35 @@ bool JackServer::Start(std::string* error)
     if (waitpid(mPid, &st, WNOHANG) == mPid)
     {
       mPid = -1;
-      *error = "jackd ended at start: " + ReadFile(log);
+      // A silent end with status 255 is what a full server registry gives:
+      // eight places held by servers that died under other names.
+      *error = "jackd ended at start (status " + std::to_string(st) +
+               "; a full /dev/shm/jack-shm-registry looks like this): " + ReadFile(log);
+      unlink(log.c_str());
       return false;
     }
     Sleep(0.05);
   }
   *error = "jackd did not come up in time: " + ReadFile(log);
+  kill(mPid, SIGKILL);
+  WaitFor(mPid, 5.0);
+  mPid = -1;
   return false;
 }
 
 void JackServer::Stop()
 {
-  if (mPid <= 0) return;
-  kill(mPid, SIGTERM);
-  if (WaitFor(mPid, 10.0) == -1)
+  if (mPid > 0)
   {
-    kill(mPid, SIGKILL);
-    WaitFor(mPid, 5.0);
+    kill(mPid, SIGTERM);
+    if (WaitFor(mPid, 10.0) == -1)
+    {
+      kill(mPid, SIGKILL);
+      WaitFor(mPid, 5.0);
+    }
+    mPid = -1;
   }
-  mPid = -1;
+  ReleaseName();
 }
 
 void JackServer::Kill()
@@ -149,6 +206,8 @@ void JackServer::Kill()
   kill(mPid, SIGKILL);
   WaitFor(mPid, 5.0);
   mPid = -1;
+  // The name stays held until Stop: the dead server's place is reclaimed by
+  // the next server of this name.
 }
 
 VeltraProcess::~VeltraProcess()

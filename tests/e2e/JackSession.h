@@ -24,8 +24,12 @@ public:
   const std::string& Name() const { return mName; }
 
 private:
+  bool StartOnce(std::string* error);
+  void ReleaseName();
+
   std::string mName;
   pid_t mPid = -1;
+  int mSlotLock = -1; // holds the name while the server runs
 };
 
 // The veltra executable as a child process, its standard output and error
