@@ -134,27 +134,28 @@ int GetMIDIInPortNumber(const char* name) { return PortNumber(gMidiIn, name, "vi
 
 int GetMIDIOutPortNumber(const char* name) { return PortNumber(gMidiOut, name, "virtual output"); }
 
+namespace
+{
+// A name that is no port any more becomes "off", in the settings file too.
+template<size_t N>
+int NumberOrOff(int number, char (&setting)[N])
+{
+  if (number != -1) return number;
+  snprintf(setting, N, "%s", "off");
+  UpdateINI();
+  return 0;
+}
+} // namespace
+
 bool ChooseMidiInput(const char* name)
 {
-  int number = GetMIDIInPortNumber(name);
-  if (number == -1)
-  {
-    snprintf(gState->mMidiInDev, sizeof(gState->mMidiInDev), "%s", "off");
-    UpdateINI();
-    number = 0;
-  }
+  const int number = NumberOrOff(GetMIDIInPortNumber(name), gState->mMidiInDev);
   return Choose(gMidiIn, number, "To VELTRA", "RtMidi Input");
 }
 
 bool ChooseMidiOutput(const char* name)
 {
-  int number = GetMIDIOutPortNumber(name);
-  if (number == -1)
-  {
-    snprintf(gState->mMidiOutDev, sizeof(gState->mMidiOutDev), "%s", "off");
-    UpdateINI();
-    number = 0;
-  }
+  const int number = NumberOrOff(GetMIDIOutPortNumber(name), gState->mMidiOutDev);
   return Choose(gMidiOut, number, "From VELTRA", "RtMidi Output");
 }
 

@@ -51,6 +51,26 @@ void Mirror(int* dst, int* dstSize, float* src, float* srcSize)
   *srcSize = -*srcSize;
 }
 
+// Along one axis of a forward scaled blit: destination pixels whose source
+// position lies before the source are skipped in whole steps, and the run is
+// cut where it would read beyond the source's last pixel.
+void FitToSource(int step, int* icur, int* dst, int* dstSize, int srcSize)
+{
+  if (step <= 0) return;
+  if (*icur < 0)
+  {
+    const int skip = (step - 1 - *icur) / step;
+    *dstSize -= skip;
+    *dst += skip;
+    *icur += step * skip;
+  }
+  if ((*icur + (long long)step * (*dstSize - 1)) / 65536 >= srcSize)
+  {
+    const long long fit = ((((long long)srcSize - 1) << 16) - *icur) / step;
+    if (fit < *dstSize) *dstSize = (int)fit;
+  }
+}
+
 inline LICE_pixel LinearFilterI(LICE_pixel p0, LICE_pixel p1, unsigned int frac)
 {
   const unsigned int f0 = 0x10000 - frac;
@@ -339,36 +359,8 @@ void LICE_ScaledBlit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, 
   const int idx = (int)(xadvance * 65536.0), idy = (int)(yadvance * 65536.0);
   int icurx = (int)(sx * 65536.0), icury = (int)(sy * 65536.0);
   const int srcwidth = src->getWidth(), srcheight = src->getHeight();
-  if (idx > 0)
-  {
-    if (icurx < 0)
-    {
-      const int skip = (idx - 1 - icurx) / idx;
-      dstw -= skip;
-      dstx += skip;
-      icurx += idx * skip;
-    }
-    if ((icurx + (long long)idx * (dstw - 1)) / 65536 >= srcwidth)
-    {
-      const long long fit = ((((long long)srcwidth - 1) << 16) - icurx) / idx;
-      if (fit < dstw) dstw = (int)fit;
-    }
-  }
-  if (idy > 0)
-  {
-    if (icury < 0)
-    {
-      const int skip = (idy - 1 - icury) / idy;
-      dsth -= skip;
-      dsty += skip;
-      icury += idy * skip;
-    }
-    if ((icury + (long long)idy * (dsth - 1)) / 65536 >= srcheight)
-    {
-      const long long fit = ((((long long)srcheight - 1) << 16) - icury) / idy;
-      if (fit < dsth) dsth = (int)fit;
-    }
-  }
+  FitToSource(idx, &icurx, &dstx, &dstw, srcwidth);
+  FitToSource(idy, &icury, &dsty, &dsth, srcheight);
   if (dstw < 1 || dsth < 1 || !dest->getBits() || !src->getBits()) return;
 
   int clipright = (int)(srcx + (srcw > 0 ? srcw : 0) + 0.999999);

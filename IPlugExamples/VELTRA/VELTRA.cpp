@@ -45,6 +45,33 @@ void InitOperatorParams(IPlugBase* plug, int first, const char* op)
 int ChorusBound(double speed) { return (int)(speed + (double)(rand() % 10 - 5)); }
 } // namespace
 
+namespace
+{
+// One control-tick step of a triangle between 0 and top: it turns at either
+// end, where it stops exactly on the bound.
+void StepTriangle(double* pos, bool* rising, double rate, double top)
+{
+  if (*rising)
+  {
+    *pos += rate;
+    if (*pos > top)
+    {
+      *pos = top;
+      *rising = false;
+    }
+  }
+  else
+  {
+    *pos -= rate;
+    if (*pos < 0.0)
+    {
+      *pos = 0.0;
+      *rising = true;
+    }
+  }
+}
+} // namespace
+
 double midi2CPS(double note) { return 440.0 * pow(2.0, (note + 3.0) / 12.0); }
 
 double mapRate(double v) { return 1.0 - tanh(3.0 * v); }
@@ -434,24 +461,7 @@ void VELTRA::ControlTick()
   }
   SetMeter(kARMeterControl, mAREnvelope);
 
-  if (mLFORising)
-  {
-    mLFOLevel += mLFORate;
-    if (mLFOLevel > 1.0)
-    {
-      mLFOLevel = 1.0;
-      mLFORising = false;
-    }
-  }
-  else
-  {
-    mLFOLevel -= mLFORate;
-    if (mLFOLevel < 0.0)
-    {
-      mLFOLevel = 0.0;
-      mLFORising = true;
-    }
-  }
+  StepTriangle(&mLFOLevel, &mLFORising, mLFORate, 1.0);
   SetMeter(kLFOMeterControl, mLFOLevel);
 
   mCutoffNow = mCutoff + mAREnvelope * mARDepth + fast_tanh(pow(mLFOLevel, mLFOShape) * mLFOShape) * mLFODepth;
@@ -459,24 +469,7 @@ void VELTRA::ControlTick()
 
   if (mPWMOn)
   {
-    if (mPWMRising)
-    {
-      mPWMPosition += mPWMRate;
-      if (mPWMPosition > 32766.0)
-      {
-        mPWMPosition = 32766.0;
-        mPWMRising = false;
-      }
-    }
-    else
-    {
-      mPWMPosition -= mPWMRate;
-      if (mPWMPosition < 0.0)
-      {
-        mPWMPosition = 0.0;
-        mPWMRising = true;
-      }
-    }
+    StepTriangle(&mPWMPosition, &mPWMRising, mPWMRate, 32766.0);
     for (int n = 1; n < kNumOscillators; n += 2) mOsc[n].mPulseWidth = 32766.0 - mPWMPosition * mPWMDepth;
     SetMeter(kPWMMeterControl, mPWMPosition / 32766.0);
   }
