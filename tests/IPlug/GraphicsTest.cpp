@@ -1,0 +1,406 @@
+// The GUI engine, driven as a platform would drive it: controls are made
+// with the plug-in they belong to, attached in drawing order, handed to the
+// plug-in with AttachGraphics, and then every timer tick asks IsDirty and
+// draws what it reports. Mouse and key events arrive in panel pixels.
+
+#include "TestGraphics.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+// A control that draws a solid colour and records the events it gets.
+class Probe : public IControl
+{
+public:
+  Probe(IPlugBase* plug, IRECT r, int paramIdx = -1, IColor color = COLOR_RED)
+      : IControl(plug, r, paramIdx), mColor(color)
+  {
+  }
+  bool Draw(IGraphics* g) override
+  {
+    ++mDraws;
+    return g->FillIRect(&mColor, &mRECT);
+  }
+  void OnMouseDown(int x, int y, IMouseMod* mod) override
+  {
+    mEvents.push_back("down");
+    IControl::OnMouseDown(x, y, mod);
+  }
+  void OnMouseUp(int, int, IMouseMod*) override { mEvents.push_back("up"); }
+  void OnMouseDrag(int, int, int dX, int dY, IMouseMod*) override
+  {
+    mEvents.push_back("drag " + std::to_string(dX) + "," + std::to_string(dY));
+  }
+  void OnMouseDblClick(int, int, IMouseMod*) override { mEvents.push_back("dbl"); }
+  bool OnKeyDown(int, int, int key) override
+  {
+    mEvents.push_back("key " + std::to_string(key));
+    return mTakesKeys;
+  }
+  IColor mColor;
+  int mDraws = 0;
+  bool mTakesKeys = true;
+  std::vector<std::string> mEvents;
+};
+
+IMouseMod Left() { return IMouseMod(true); }
+IMouseMod Right() { return IMouseMod(false, true); }
+} // namespace
+
+TEST(GuiValues, RectanglesFollowTheirEmptinessAndRoundingRules)
+{
+  EXPECT_FALSE(IRECT().Contains(0, 0)) << "the empty rectangle contains nothing";
+  EXPECT_FALSE(IRECT(0, 0, 10, 10).Contains(10, 5)) << "right edge is exclusive";
+  EXPECT_FALSE(IRECT(0, 0, 0, 5).Empty()) << "no area is not the same as empty";
+
+  // Touching edges: lopsided on purpose.
+  EXPECT_TRUE(IRECT(0, 0, 10, 10).Intersects(IRECT(10, 0, 20, 10)));
+  EXPECT_FALSE(IRECT(10, 0, 20, 10).Intersects(IRECT(0, 0, 10, 10)));
+  EXPECT_TRUE(IRECT(0, 0, 5, 5).Intersect(IRECT(20, 20, 30, 30)).Empty());
+  EXPECT_EQ(IRECT().Union(IRECT(3, 4, 5, 6)), IRECT(3, 4, 5, 6));
+  EXPECT_EQ(IRECT(0, 0, 5, 5).Union(IRECT(10, 2, 12, 20)), IRECT(0, 0, 12, 20));
+
+  const IRECT r(0, 0, 100, 30);
+  for (int i = 0; i < 3; ++i)
+  {
+    EXPECT_EQ(r.SubRectHorizontal(3, i).L, 33 * i);
+    EXPECT_EQ(r.SubRectHorizontal(3, i).W(), 33) << "slice " << i << ": the right edge is truncated";
+  }
+  EXPECT_EQ(IRECT(0, 0, 10, 100).SubRectVertical(3, 2), IRECT(0, 66, 10, 99));
+
+  EXPECT_EQ(IRECT(5, 7, IBitmap(nullptr, 20, 1200, 60)), IRECT(5, 7, 25, 27)) << "one frame of the strip";
+  EXPECT_EQ(IRECT(0, 0, IBitmap(nullptr, 40, 10, 4, true)).H(), 2) << "H / N even for horizontal frames";
+
+  EXPECT_EQ(LiceColor(COLOR_RED), 0x0000FFFFu);
+  EXPECT_EQ(LiceColor(COLOR_BLUE), 0xFF0000FFu);
+  const IChannelBlend add(IChannelBlend::kBlendAdd, 0.5f), odd((IChannelBlend::EBlendMethod)9);
+  EXPECT_EQ(LiceBlendMode(nullptr), 0x10000);
+  EXPECT_EQ(LiceBlendMode(&add), 0x10001);
+  EXPECT_EQ(LiceBlendMode(&odd), 0x10000);
+  EXPECT_EQ(LiceWeight(nullptr), 1.0f);
+  EXPECT_EQ(LiceWeight(&add), 0.5f);
+}
+
+TEST(GuiValues, PopupMenusNumberCheckAndChooseItems)
+{
+  IPopupMenu menu(2);
+  menu.SetPrefix(4);
+  EXPECT_EQ(menu.GetPrefix(), 2) << "an unknown prefix form keeps the old one";
+  menu.AddItem("One");
+  menu.AddSeparator();
+  menu.AddItem("Three", -1, IPopupMenuItem::kDisabled);
+  menu.AddItem("Zero", 0);
+  WDL_String text;
+  menu.GetDisplayText(3, &text);
+  EXPECT_STREQ(text.Get(), "04: Three") << "separators count in the numbering";
+  EXPECT_FALSE(menu.GetItem(3)->GetEnabled());
+  EXPECT_EQ(menu.GetItem(4), nullptr);
+
+  EXPECT_TRUE(menu.CheckItem(1, true));
+  EXPECT_FALSE(menu.CheckItem(9, true));
+  menu.CheckItemAlone(0);
+  EXPECT_TRUE(menu.IsItemChecked(0));
+  EXPECT_FALSE(menu.IsItemChecked(1));
+  menu.CheckItemAlone(-1);
+  EXPECT_FALSE(menu.IsItemChecked(0)) << "a bad index clears every check";
+}
+
+TEST(Graphics, ControlsKeepDrawingOrderAndValuesFanOutToEveryBoundControl)
+{
+  GuiRig rig;
+  Probe* a = new Probe(&rig.plug, IRECT(0, 0, 10, 10), GuiPlug::kLevel);
+  Probe* b = new Probe(&rig.plug, IRECT(10, 0, 20, 10), GuiPlug::kLevel);
+  Probe* c = new Probe(&rig.plug, IRECT(20, 0, 30, 10), GuiPlug::kGain);
+  c->AddAuxParam(GuiPlug::kLevel);
+  EXPECT_EQ(rig.gui->AttachControl(a), 0);
+  EXPECT_EQ(rig.gui->AttachControl(b), 1);
+  rig.gui->AttachControl(c);
+  rig.gui->AttachPanelBackground(&COLOR_GRAY);
+  EXPECT_EQ(rig.gui->GetControl(1), a) << "the background goes under everything and moves every index up";
+  EXPECT_EQ(rig.gui->GetControl(3), c);
+
+  rig.Attach();
+  EXPECT_DOUBLE_EQ(a->GetValue(), 0.2) << "AttachGraphics pushes every parameter";
+  EXPECT_DOUBLE_EQ(a->GetDefaultValue(), 0.2) << "and the first value pushed is the default";
+
+  rig.plug.GetParam(GuiPlug::kLevel)->Set(0.6);
+  rig.plug.RedrawParamControls();
+  EXPECT_DOUBLE_EQ(a->GetValue(), 0.6);
+  EXPECT_DOUBLE_EQ(b->GetValue(), 0.6);
+  EXPECT_DOUBLE_EQ(c->GetAuxParam(0)->mValue, 0.6);
+  EXPECT_DOUBLE_EQ(c->GetValue(), 0.5) << "its own parameter is untouched";
+  EXPECT_TRUE(rig.plug.mReports.empty()) << "values from the plug-in never echo back to it";
+
+  rig.gui->SetControlFromPlug(-1, 0.9);
+  rig.gui->SetControlFromPlug(99, 0.9);
+  rig.gui->SetControlFromPlug(2, 0.9);
+  EXPECT_DOUBLE_EQ(b->GetValue(), 0.9);
+}
+
+TEST(Graphics, AnIdlePanelDrawsNothingAndDirtyControlsShareOneRectangle)
+{
+  GuiRig rig;
+  rig.gui->AttachPanelBackground(&COLOR_BLACK);
+  Probe* meter = new Probe(&rig.plug, IRECT(10, 10, 20, 60), GuiPlug::kGain);
+  Probe* knob = new Probe(&rig.plug, IRECT(150, 40, 170, 60), GuiPlug::kLevel);
+  rig.gui->AttachControl(meter);
+  rig.gui->AttachControl(knob);
+  rig.Attach();
+
+  EXPECT_TRUE(rig.Frame()) << "everything starts dirty";
+  EXPECT_FALSE(rig.Frame()) << "a fresh control is drawn once";
+  const int draws = rig.gui->mScreenDraws;
+  for (int i = 0; i < 5; ++i)
+  {
+    IRECT r;
+    EXPECT_FALSE(rig.gui->IsDirty(&r));
+    EXPECT_TRUE(r.Empty());
+  }
+  EXPECT_EQ(rig.gui->mScreenDraws, draws) << "idle ticks paint nothing";
+
+  meter->SetValueFromPlug(0.8);
+  knob->SetValueFromUserInput(0.7);
+  IRECT r;
+  ASSERT_TRUE(rig.gui->IsDirty(&r));
+  EXPECT_EQ(r, IRECT(10, 10, 170, 60)) << "one bounding rectangle, not a list";
+  const int meterDraws = meter->mDraws;
+  rig.gui->Draw(&r);
+  EXPECT_EQ(meter->mDraws, meterDraws + 1);
+  EXPECT_EQ(rig.gui->mLastScreenRect, r);
+  EXPECT_TRUE(rig.Frame()) << "a value change keeps a control dirty for a second frame";
+  EXPECT_FALSE(rig.Frame());
+}
+
+TEST(Graphics, AHiddenControlLeavesWhatLiesBelowItOnTheSurface)
+{
+  GuiRig rig;
+  rig.gui->AttachPanelBackground(&COLOR_BLUE);
+  Probe* over = new Probe(&rig.plug, IRECT(20, 20, 40, 40), -1, COLOR_RED);
+  rig.gui->AttachControl(over);
+  rig.Attach();
+  while (rig.Frame())
+  {
+  }
+  EXPECT_EQ(rig.Pixel(30, 30), LiceColor(COLOR_RED));
+
+  over->Hide(true);
+  EXPECT_TRUE(rig.Frame());
+  EXPECT_EQ(rig.Pixel(30, 30), LiceColor(COLOR_BLUE)) << "the background repainted where it was";
+  EXPECT_TRUE(rig.Frame()) << "Hide asks for one more frame";
+  EXPECT_FALSE(rig.Frame());
+
+  int x = 30, y = 30;
+  IMouseMod mod = Left();
+  rig.gui->OnMouseDown(x, y, &mod);
+  EXPECT_TRUE(over->mEvents.empty()) << "a hidden control is not hit";
+}
+
+TEST(Graphics, HitTestingTakesTheTopmostControlAndPassesThroughOthers)
+{
+  GuiRig rig;
+  Probe* lower = new Probe(&rig.plug, IRECT(0, 0, 50, 50));
+  Probe* upper = new Probe(&rig.plug, IRECT(20, 20, 70, 70));
+  Probe* meter = new Probe(&rig.plug, IRECT(0, 0, 100, 100));
+  rig.gui->AttachControl(lower);
+  rig.gui->AttachControl(upper);
+  rig.gui->AttachControl(meter);
+  meter->SetTargetArea(IRECT()); // draws, but takes no mouse
+  rig.Attach();
+
+  EXPECT_EQ(rig.gui->GetMouseControlIdx(30, 30), 1) << "the later control is on top";
+  EXPECT_EQ(rig.gui->GetMouseControlIdx(10, 10), 0);
+  EXPECT_EQ(rig.gui->GetMouseControlIdx(90, 90), -1) << "an empty target area passes clicks through";
+  upper->GrayOut(true);
+  EXPECT_EQ(rig.gui->GetMouseControlIdx(30, 30), 0) << "a grayed control passes the click to the one beneath";
+  EXPECT_FLOAT_EQ(upper->GetBlend()->mWeight, 0.25f);
+  upper->GrayOut(false);
+  EXPECT_FLOAT_EQ(upper->GetBlend()->mWeight, 1.0f);
+}
+
+TEST(Graphics, ThePressedControlKeepsTheMouseUntilRelease)
+{
+  GuiRig rig;
+  Probe* knob = new Probe(&rig.plug, IRECT(0, 0, 20, 20), GuiPlug::kLevel);
+  Probe* other = new Probe(&rig.plug, IRECT(50, 0, 70, 20));
+  rig.gui->AttachControl(knob);
+  rig.gui->AttachControl(other);
+  rig.Attach();
+
+  IMouseMod mod = Left();
+  rig.gui->OnMouseDown(10, 10, &mod);
+  rig.gui->OnMouseDrag(10, 10, &mod); // no motion: nobody hears of it
+  rig.gui->OnMouseDrag(60, 13, &mod); // onto the other control
+  rig.gui->OnMouseDrag(61, 11, &mod);
+  rig.gui->OnMouseUp(60, 10, &mod);
+  EXPECT_EQ(knob->mEvents, (std::vector<std::string>{"down", "drag 50,3", "drag 1,-2", "up"}));
+  EXPECT_TRUE(other->mEvents.empty());
+  EXPECT_EQ(rig.plug.mReports, (std::vector<std::string>{"begin 0", "end 0"}));
+  EXPECT_EQ(rig.gui->GetMouseCapture(), -1);
+
+  rig.gui->OnMouseDrag(65, 10, &mod);
+  EXPECT_TRUE(other->mEvents.empty()) << "a drag without a press goes nowhere";
+}
+
+TEST(Graphics, DoubleClicksRestoreTheDefaultOrActAsAPress)
+{
+  GuiRig rig;
+  IBitmap knobs = rig.Solid(20, 20, 10, LICE_RGBA(1, 2, 3, 255));
+  IKnobMultiControl* knob = new IKnobMultiControl(&rig.plug, 0, 0, GuiPlug::kLevel, knobs);
+  Probe* pad = new Probe(&rig.plug, IRECT(50, 0, 70, 20));
+  pad->SetDblAsSingleClick(true);
+  rig.gui->AttachControl(knob);
+  rig.gui->AttachControl(pad);
+  rig.Attach();
+
+  IMouseMod mod = Left();
+  rig.gui->OnMouseDown(10, 10, &mod);
+  rig.gui->OnMouseDrag(10, 0, &mod);
+  rig.gui->OnMouseUp(10, 0, &mod);
+  EXPECT_NE(rig.Param(GuiPlug::kLevel), 0.2);
+  EXPECT_FALSE(rig.gui->OnMouseDblClick(10, 10, &mod));
+  EXPECT_DOUBLE_EQ(rig.Param(GuiPlug::kLevel), 0.2) << "the value the plug-in first pushed";
+  rig.gui->OnMouseDrag(10, 0, &mod);
+  EXPECT_DOUBLE_EQ(rig.Param(GuiPlug::kLevel), 0.2) << "a double click leaves no capture";
+
+  EXPECT_TRUE(rig.gui->OnMouseDblClick(60, 10, &mod));
+  rig.gui->OnMouseDrag(62, 10, &mod);
+  EXPECT_EQ(pad->mEvents, (std::vector<std::string>{"down", "drag 2,0"}))
+      << "a control that takes a double click as a press keeps the mouse";
+}
+
+TEST(Graphics, KeysGoToTheControlUnderTheMouseOrElseTheKeyCatcher)
+{
+  GuiRig rig;
+  rig.gui->AttachPanelBackground(&COLOR_BLACK);
+  Probe* target = new Probe(&rig.plug, IRECT(0, 0, 20, 20));
+  Probe* catcher = new Probe(&rig.plug, IRECT());
+  rig.gui->AttachControl(target);
+  rig.Attach();
+
+  EXPECT_FALSE(rig.gui->OnKeyDown(100, 50, 15)) << "the background takes no key, and there is no catcher";
+  rig.gui->AttachKeyCatcher(catcher);
+  EXPECT_TRUE(rig.gui->OnKeyDown(100, 50, 15));
+  target->mTakesKeys = false;
+  EXPECT_FALSE(rig.gui->OnKeyDown(5, 5, 0)) << "a refused key is not handed on to the catcher";
+  EXPECT_EQ(target->mEvents, (std::vector<std::string>{"key 0"}));
+  EXPECT_EQ(catcher->mEvents, (std::vector<std::string>{"key 15"}));
+}
+
+TEST(Graphics, PromptsOfferAMenuForListsAndAFilteredEntryForNumbers)
+{
+  GuiRig rig;
+  IBitmap sw = rig.Solid(10, 10, 3, LICE_RGBA(9, 9, 9, 255));
+  ISwitchControl* mode = new ISwitchControl(&rig.plug, 0, 0, GuiPlug::kMode, sw);
+  Probe* cents = new Probe(&rig.plug, IRECT(40, 0, 80, 20), GuiPlug::kCents);
+  Probe* gain = new Probe(&rig.plug, IRECT(100, 0, 140, 20), GuiPlug::kGain);
+  Probe* name = new Probe(&rig.plug, IRECT(150, 0, 190, 20));
+  for (IControl* c : std::vector<IControl*>{mode, cents, gain}) c->SetDisablePrompt(false);
+  rig.gui->AttachControl(mode);
+  rig.gui->AttachControl(cents);
+  rig.gui->AttachControl(gain);
+  rig.gui->AttachControl(name);
+  rig.Attach();
+
+  // A list parameter: a menu over the control with the current entry ticked.
+  rig.gui->mMenuAnswers.push_back({2});
+  mode->PromptUserInput();
+  ASSERT_EQ(rig.gui->mMenusShown.size(), 1u);
+  EXPECT_EQ(rig.gui->mMenusShown[0], (std::vector<std::string>{"Saw", "Square", "Sine"}));
+  EXPECT_EQ(rig.gui->mLastMenuRect, mode->GetRECT());
+  EXPECT_EQ(rig.Param(GuiPlug::kMode), 2.0);
+  mode->PromptUserInput(); // dismissed
+  EXPECT_EQ(rig.Param(GuiPlug::kMode), 2.0) << "a cancelled menu changes nothing";
+
+  // A number: a small field at the control's centre, filtered as typed.
+  IMouseMod right = Right();
+  rig.gui->OnMouseDown(60, 10, &right);
+  ASSERT_EQ(rig.gui->mEdControl, cents);
+  EXPECT_EQ(rig.gui->mEdRect, IRECT(40, 2, 80, 18));
+  EXPECT_EQ(rig.gui->mEdText, "0");
+  rig.gui->mEdText.clear();
+  rig.gui->Type("-4.5x7");
+  EXPECT_EQ(rig.gui->mEdText, "-457") << "an integer field refuses letters and '.'";
+  rig.gui->ConfirmTextEntry();
+  EXPECT_EQ(rig.Param(GuiPlug::kCents), -100.0) << "the typed value, bounded by the parameter";
+
+  gain->PromptUserInput();
+  rig.gui->mEdText.clear();
+  rig.gui->Type("-6.25123");
+  EXPECT_EQ(rig.gui->mEdText, "-6.2512") << "at most seven characters";
+  rig.gui->ConfirmTextEntry();
+  EXPECT_NEAR(rig.Param(GuiPlug::kGain), -6.2512, 1e-9);
+
+  // A second field while one is open is ignored; no parameter, no filter.
+  rig.gui->CreateTextEntry(name, name->GetText(), const_cast<IRECT*>(&name->GetRECT()), "");
+  rig.gui->CreateTextEntry(cents, cents->GetText(), const_cast<IRECT*>(&cents->GetRECT()), "");
+  EXPECT_EQ(rig.gui->mEdControl, name);
+  rig.gui->Type("Any text, as long as it likes!");
+  EXPECT_EQ(rig.gui->mEdText, "Any text, as long as it likes!");
+
+  Probe* silent = new Probe(&rig.plug, IRECT(0, 50, 10, 60), GuiPlug::kCents);
+  rig.gui->AttachControl(silent);
+  rig.gui->ForceEndUserEdit();
+  rig.gui->OnMouseDown(5, 55, &right);
+  EXPECT_EQ(rig.gui->mEdControl, nullptr) << "prompts stay off until the builder enables them";
+}
+
+TEST(Graphics, TextIsAlignedInItsRectangleAndFontsAreSharedAcrossColours)
+{
+  GuiRig rig(300, 60);
+  rig.gui->AttachPanelBackground(&COLOR_WHITE);
+  rig.Attach();
+  rig.Frame();
+
+  // Where ink lands on a row band: the first and last column that changed.
+  auto inkColumns = [&](int top, int bottom)
+  {
+    int first = 1 << 30, last = -1;
+    for (int y = top; y < bottom; ++y)
+      for (int x = 0; x < 300; ++x)
+        if (rig.Pixel(x, y) != LiceColor(COLOR_WHITE))
+        {
+          first = std::min(first, x);
+          last = std::max(last, x);
+        }
+    return std::make_pair(first, last);
+  };
+
+  const IRECT box(50, 0, 250, 20);
+  IText left(14, &COLOR_BLACK, nullptr, IText::kStylePlain, IText::kAlignLeft);
+  IText centre(14, &COLOR_BLACK, nullptr, IText::kStylePlain, IText::kAlignCentre);
+  IText right(14, &COLOR_BLACK, nullptr, IText::kStylePlain, IText::kAlignRight);
+  IRECT measured = box;
+  ASSERT_TRUE(rig.gui->MeasureIText(&centre, "MMMM", &measured));
+  const int w = measured.W();
+  EXPECT_GT(w, 20);
+  EXPECT_EQ(measured.L, 150 - w / 2) << "a centred measure is placed about the middle";
+
+  for (IText* t : {&left, &centre, &right})
+  {
+    IRECT r = box;
+    rig.gui->FillIRect(&COLOR_WHITE, &r);
+    rig.gui->DrawIText(t, "MMMM", &r);
+    const auto ink = inkColumns(0, 20);
+    ASSERT_GE(ink.second, 0) << "text was drawn";
+    if (t == &left)
+    {
+      EXPECT_NEAR(ink.first, 50, 3);
+    }
+    else if (t == &right)
+    {
+      EXPECT_NEAR(ink.second, 249, 3);
+    }
+    else
+    {
+      EXPECT_NEAR((ink.first + ink.second) / 2.0, 150.0, 3.0);
+    }
+  }
+
+  IText red(14, &COLOR_RED), green(14, &COLOR_GREEN), upper(14, &COLOR_RED, "MONACO");
+  EXPECT_EQ(rig.gui->CacheFont(&red), rig.gui->CacheFont(&green)) << "colour is not part of a font";
+  EXPECT_NE(rig.gui->CacheFont(&upper), rig.gui->CacheFont(&red)) << "face names compare case-sensitively";
+  IText unused(31);
+  EXPECT_TRUE(rig.gui->DrawIText(&unused, "", &measured));
+  EXPECT_EQ(unused.mCached, nullptr) << "an empty text makes no font";
+}
