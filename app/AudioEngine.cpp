@@ -29,9 +29,9 @@ unsigned int sReportedCallbacks = 0;
 // The stream that InitialiseAudio last started, as the main thread knows it.
 bool sStreamStarted = false;
 
-// The largest plug-in block we run. A hand-edited settings file may ask for
-// anything; the scratch buffers and queues are sized from this.
-constexpr unsigned int kMaxSigVS = 8192;
+// The largest plug-in block we run (a hand-edited settings file may ask for
+// anything; the scratch buffers and queues are sized from this).
+constexpr unsigned int kMaxSigVS = kMaxSignalVectorSize;
 
 std::vector<RtAudio::Api> CompiledApis()
 {
@@ -271,8 +271,8 @@ int AudioCallback(void* outputBuffer, void* inputBuffer, unsigned int nFrames, d
       if (gFadeMult < 1.0) gFadeMult += 1.0 / nFrames;
       out[i] *= gFadeMult;
       out[nFrames + i] *= gFadeMult;
-      out[i] *= 0.25;
-      out[nFrames + i] *= 0.25;
+      out[i] *= kStandaloneOutputGain;
+      out[nFrames + i] *= kStandaloneOutputGain;
       ++gBufIndex;
     }
   }

@@ -43,11 +43,11 @@ T* MakeMidiObject(const char* clientName)
   return new T(RtMidi::UNSPECIFIED, clientName);
 }
 
-void SendToPort(RtMidiOut* port, const unsigned char* bytes, size_t size)
+void SendToPort(IMidiOutPort* port, const unsigned char* bytes, size_t size)
 {
   try
   {
-    port->sendMessage(bytes, size);
+    ((RtMidiOut*)port)->sendMessage(bytes, size);
   }
   catch (RtMidiError& e)
   {

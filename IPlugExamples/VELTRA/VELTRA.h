@@ -15,6 +15,12 @@ class IKeyboardControl;
 // The application's reverse-domain identifier, shared by the plug-in object
 // and its panel.
 constexpr const char* kVeltraBundleID = "com.QuillmoorInstruments.standalone.VELTRA";
+// Who the instrument is in program files and hosts, and its version
+// (1.1.3), for the application and the offline renderer alike.
+constexpr int kVeltraVersion = 0x10103;
+constexpr int kVeltraUniqueID = ('V' << 24) | ('L' << 16) | ('T' << 8) | '1';
+constexpr int kVeltraMfrID = ('Q' << 24) | ('l' << 16) | ('m' << 8) | 'r';
+constexpr int kVeltraPrograms = 8;
 
 enum EParams
 {
@@ -64,6 +70,24 @@ enum EParams
   kSmoothingOn,
   kNumParams
 };
+
+// One operator's block of parameters, in the order that both OP1's and
+// OP2's blocks hold them.
+enum EOperatorParam
+{
+  kOpWaveform = 0,
+  kOpOctave,
+  kOpTune,
+  kOpAttack,
+  kOpDecay,
+  kOpSustain,
+  kOpRelease,
+  kOpVolume,
+  kNumOperatorParams
+};
+static_assert(kOP1Volume - kOP1Waveform == kOpVolume && kOP2Volume - kOP2Waveform == kOpVolume &&
+                  kOP2Waveform - kOP1Waveform == kNumOperatorParams,
+              "OP1's and OP2's parameter blocks must keep the operator layout");
 
 enum
 {
@@ -168,11 +192,18 @@ public:
   double mSampleRate = 44100.0;
 
 private:
+  // Construction: names, kinds and ranges of the 44 slots.
+  void InitParams();
   // Puts a real parameter value in force: the mapping from each of the 44
   // slots to the fields that the render loop reads. Caller holds the mutex.
   void ApplyParam(int paramIdx, double value);
+  // One row of an operator's block (op 0 or 1), on every voice.
+  void ApplyOperatorParam(int op, int row, double value);
   void PollScreenKeyboard();
   void ControlTick();
+  // The control tick of every operator's envelope and glide; true when any
+  // gate is open.
+  bool StepVoiceEnvelopes();
   // Shows a value on one of the panel's meters; nothing while no panel is
   // attached (the offline renderer, and the application before its window).
   void SetMeter(int controlIdx, double value);

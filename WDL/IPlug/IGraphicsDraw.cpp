@@ -94,7 +94,7 @@ public:
   {
     WDL_MutexLock lock(&mMutex);
     FontKey* k = new FontKey{text->mSize, text->mOrientation, text->mStyle, {}, font};
-    strncpy(k->face, text->mFont, sizeof(k->face) - 1);
+    snprintf(k->face, sizeof(k->face), "%s", text->mFont);
     mFonts.Add(k);
   }
 

@@ -19,7 +19,7 @@ IPlugStandalone::IPlugStandalone(IPlugInstanceInfo instanceInfo, int nParams, co
   SetBlockSize(1024);
   SetHost("standalone", vendorVersion);
   mMidiOutChan = instanceInfo.mMidiOutChan;
-  mMidiOut = instanceInfo.mRTMidiOut;
+  mMidiOut = instanceInfo.mMidiOut;
 }
 
 void IPlugStandalone::ResizeGraphics(int, int)

@@ -7,12 +7,20 @@
 
 #include <cstddef>
 
-class RtMidiOut;
+// A MIDI output port of the host, opaque to the framework: only the send
+// hook that the host installs knows what it is.
+struct IMidiOutPort;
+
+// What a standalone host does to every sample the instrument renders, and
+// the largest block it hands over: the application's audio engine and the
+// offline renderer alike.
+constexpr double kStandaloneOutputGain = 0.25;
+constexpr int kMaxSignalVectorSize = 8192;
 
 struct IPlugInstanceInfo
 {
   WDL_String mBundleID;
-  RtMidiOut* mRTMidiOut = nullptr;
+  IMidiOutPort* mMidiOut = nullptr;
   unsigned short* mMidiOutChan = nullptr;
 };
 
@@ -50,11 +58,11 @@ public:
 
   // How bytes reach the MIDI output port. The application, which owns the
   // port objects, installs it at start; the framework knows no MIDI library.
-  typedef void (*MidiSendFunc)(RtMidiOut* port, const unsigned char* bytes, size_t size);
+  typedef void (*MidiSendFunc)(IMidiOutPort* port, const unsigned char* bytes, size_t size);
   static void SetMidiSendFunc(MidiSendFunc func) { sMidiSend = func; }
 
 protected:
-  RtMidiOut* mMidiOut = nullptr;          // owned by the application; may be null
+  IMidiOutPort* mMidiOut = nullptr;       // owned by the application; may be null
   unsigned short* mMidiOutChan = nullptr; // inside the application's settings; may be null
 
 private:

@@ -6,14 +6,14 @@
 namespace
 {
 std::vector<std::vector<unsigned char>> sSent;
-void RecordSend(RtMidiOut*, const unsigned char* bytes, size_t size) { sSent.emplace_back(bytes, bytes + size); }
+void RecordSend(IMidiOutPort*, const unsigned char* bytes, size_t size) { sSent.emplace_back(bytes, bytes + size); }
 } // namespace
 
 TEST(IPlugStandalone, MidiOutChannelReplacesTheMessagesOwn)
 {
   unsigned short outChan = 1;
   IPlugInstanceInfo info;
-  info.mRTMidiOut = (RtMidiOut*)&outChan; // any non-null port; the hook only records
+  info.mMidiOut = (IMidiOutPort*)&outChan; // any non-null port; the hook only records
   info.mMidiOutChan = &outChan;
   TestPlug plug(1, info);
   IPlugStandalone::SetMidiSendFunc(RecordSend);

@@ -1,6 +1,8 @@
 // veltra-render: plays a Standard MIDI File through VELTRA into a sound
-// file, without a sound card, a window or MIDI ports. It drives the
-// instrument through its public operations, exactly as the application does.
+// file, without a sound card, a window or MIDI ports. It makes the instrument
+// as the application does and applies the same fixed output gain, but it
+// starts without the device's silent buffers and fade-in, and hands each
+// MIDI event to the instrument at its exact offset inside the block.
 
 #include "MidiFile.h"
 #include "VELTRA.h"
@@ -50,7 +52,7 @@ struct Options
   std::vector<std::string> sets;
   int channel = 0;
   double tail = 2.0;
-  double gain = 0.25;
+  double gain = kStandaloneOutputGain;
   std::string format = "float";
   bool quiet = false;
   std::string input, output;
@@ -128,7 +130,7 @@ Options ParseOptions(int argc, char** argv)
       o.rate = Number("--rate", optarg, 1000.0, 768000.0);
       break;
     case 'b':
-      o.block = Integer("--block", optarg, 1, 8192);
+      o.block = Integer("--block", optarg, 1, kMaxSignalVectorSize);
       break;
     case 'p':
       o.program = optarg;
@@ -163,7 +165,7 @@ Options ParseOptions(int argc, char** argv)
     case kOptVersion:
     {
       char v[32];
-      GetVersionStr(0x10103, v);
+      GetVersionStr(kVeltraVersion, v);
       printf("%s\n", v);
       exit(0);
     }

@@ -1,0 +1,199 @@
+// The 44 parameter slots: their names, kinds and ranges, and how each real
+// value is put in force in the fields that the render loop reads.
+
+#include "VELTRA.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+namespace
+{
+// Read as IParam::Bool() and IParam::Int() read: on from half way, and
+// truncated toward zero.
+bool AsBool(double v) { return v >= 0.5; }
+int AsInt(double v) { return (int)v; }
+
+// The chorus bound is drawn anew at every change: rand() % 10 - 5 lies in
+// -5..+4. The generator is the C library's, unseeded, as it always was.
+int ChorusBound(double speed) { return (int)(speed + (double)(rand() % 10 - 5)); }
+
+// Parameters whose real value, or the falling per-tick step that mapRate
+// makes of it, goes into one field as it is.
+struct DirectParam
+{
+  int param;
+  double VELTRA::*field;
+  bool asRate;
+};
+const DirectParam kDirectParams[] = {
+    {kFilterCutoff, &VELTRA::mCutoff, false},
+    {kFilterResonance, &VELTRA::mResonance, false},
+    {kFilterFeedback, &VELTRA::mFilterFeedback, false},
+    {kARAttack, &VELTRA::mARAttack, true},
+    {kARRelease, &VELTRA::mARRelease, true},
+    {kARDepth, &VELTRA::mARDepth, false},
+    {kLFORate, &VELTRA::mLFORate, false},
+    {kLFOShape, &VELTRA::mLFOShape, false},
+    {kLFODepth, &VELTRA::mLFODepth, false},
+    {kMasterVolume, &VELTRA::mMasterVolume, false},
+    {kCrusherDestruction, &VELTRA::mCrushDestruction, false},
+    {kCrusherMix, &VELTRA::mCrushMix, false},
+    {kPWMRate, &VELTRA::mPWMRate, false},
+    {kPWMDepth, &VELTRA::mPWMDepth, false},
+    {kPortamento, &VELTRA::mPortamentoRate, false},
+};
+
+// The switches: on from half way.
+struct SwitchParam
+{
+  int param;
+  bool VELTRA::*field;
+};
+const SwitchParam kSwitchParams[] = {
+    {kSynthMode, &VELTRA::mFMMode},
+    {kPWMOn, &VELTRA::mPWMOn},
+    {kCrusherBeforeVCF, &VELTRA::mCrushBeforeFilter},
+    {kPortamentoOn, &VELTRA::mPortamentoOn},
+    {kSmoothingOn, &VELTRA::mSmoothingOn},
+};
+
+void InitOperatorParams(IPlugBase* plug, int first, const char* op)
+{
+  char name[32];
+  auto named = [&](const char* what)
+  {
+    snprintf(name, sizeof(name), "%s %s", op, what);
+    return name;
+  };
+  plug->GetParam(first + kOpWaveform)->InitInt(named("Waveform"), 0, 0, 8, "");
+  plug->GetParam(first + kOpOctave)->InitInt(named("Octave"), 2, 0, 4, "");
+  plug->GetParam(first + kOpTune)->InitDouble(named("Tune"), 0.0, -1200.0, 1200.0, 1.0, "");
+  plug->GetParam(first + kOpAttack)->InitDouble(named("Attack"), 0.4, 0.4, 1.5, 0.01, "");
+  plug->GetParam(first + kOpDecay)->InitDouble(named("Decay"), 0.4, 0.4, 1.5, 0.01, "");
+  plug->GetParam(first + kOpSustain)->InitDouble(named("Sustain"), 1.0, 0.0, 1.0, 0.001, "");
+  plug->GetParam(first + kOpRelease)->InitDouble(named("Release"), 0.4, 0.4, 1.5, 0.01, "");
+  plug->GetParam(first + kOpVolume)->InitDouble(named("Volume"), 1.0, 0.0, 1.0, 0.001, "");
+}
+} // namespace
+
+double mapRate(double v) { return 1.0 - tanh(3.0 * v); }
+
+void VELTRA::InitParams()
+{
+  InitOperatorParams(this, kOP1Waveform, "OP1");
+  InitOperatorParams(this, kOP2Waveform, "OP2");
+  GetParam(kFilterCutoff)->InitDouble("Filter Cutoff", 0.99, 0.01, 0.99, 0.001, "");
+  GetParam(kFilterResonance)->InitDouble("Filter Resonance", 0.25, 0.25, 0.998, 0.01, "");
+  GetParam(kFilterFeedback)->InitDouble("Filter Feedback", 1.0, 1.0, 2.0, 0.001, "");
+  GetParam(kARAttack)->InitDouble("AR Env. Attack", 0.7, 0.7, 1.5, 0.01, "");
+  GetParam(kARRelease)->InitDouble("AR Env. Release", 0.7, 0.7, 1.5, 0.01, "");
+  GetParam(kARDepth)->InitDouble("AR Env. Depth", 0.0, 0.0, 1.0, 0.001, "");
+  GetParam(kLFORate)->InitDouble("LFO Rate", 0.0002, 0.0002, 0.01, 0.0001, "");
+  GetParam(kLFOShape)->InitDouble("LFO Shape", 2.0, 2.0, 10.0, 0.01, "");
+  GetParam(kLFODepth)->InitDouble("LFO Depth", 0.0, 0.0, 1.0, 0.001, "");
+  GetParam(kSynthMode)->InitBool("Synth Mode", true, "");
+  GetParam(kMasterVolume)->InitDouble("Master Volume", 1.0, 0.0, 1.0, 0.01, "");
+  GetParam(kCrusherDestruction)->InitDouble("Crusher Destruction", 0.0, 0.0, 1.0, 0.01, "");
+  GetParam(kCrusherMix)->InitDouble("Crusher Mix", 0.0, 0.0, 1.0, 0.01, "");
+  GetParam(kPWMRate)->InitDouble("PWM Rate", 10.0, 10.0, 1000.0, 0.01, "");
+  GetParam(kPWMDepth)->InitDouble("PWM Depth", 0.0, 0.0, 1.0, 0.01, "");
+  GetParam(kPWMOn)->InitBool("PWM on off", false, "");
+  GetParam(kCrusherBeforeVCF)->InitBool("Crusher Before VCF", false, "");
+  GetParam(kChorusDepth)->InitDouble("Chorus Depth", 0.0, 0.0, 0.5, 0.01, "");
+  GetParam(kChorusSpeed)->InitInt("Chorus Speed", 250, 250, 650, "");
+  GetParam(kReverbDepth)->InitDouble("Reverb Depth", 0.0, 0.0, 1.0, 0.01, "");
+  GetParam(kReverbLength)->InitDouble("Reverb Length", 0.8, 0.4, 0.98, 0.001, "");
+  GetParam(kPortamento)->InitDouble("Portamento", 0.001, 0.001, 0.1, 0.001, "");
+  GetParam(kPitchBend)->InitDouble("Pitch Bend", 0.0, -1.0, 1.0, 0.01, "");
+  GetParam(kPortamentoOn)->InitBool("Portamento on off", false, "");
+  GetParam(kSmoothingOn)->InitBool("Smoothing on off", false, "");
+  // The three meter slots keep the blank parameter's kind and range.
+}
+
+void VELTRA::OnParamChange(int paramIdx)
+{
+  IMutexLock lock(this);
+  if (IParam* param = GetParam(paramIdx)) ApplyParam(paramIdx, param->Value());
+}
+
+void VELTRA::ApplyOperatorParam(int op, int row, double value)
+{
+  for (int n = op; n < kNumOscillators; n += 2)
+  {
+    VLTOscillator& o = mOsc[n];
+    switch (row)
+    {
+    case kOpWaveform:
+    {
+      const int w = AsInt(value);
+      o.mWave = waveforms[w < 0 ? 0 : w >= kNumWaveforms ? kNumWaveforms - 1 : w];
+      break;
+    }
+    case kOpOctave:
+    case kOpTune:
+      (row == kOpOctave ? o.mOctave : o.mCents) = AsInt(value);
+      o.mTune = pow(2.0, o.mCents / 1200.0 + o.mOctave);
+      break;
+    case kOpAttack:
+      o.mAttack = mapRate(value);
+      break;
+    case kOpDecay:
+      o.mDecay = mapRate(value);
+      break;
+    case kOpSustain:
+      o.mSustain = value;
+      break;
+    case kOpRelease:
+      o.mRelease = mapRate(value);
+      break;
+    case kOpVolume:
+      o.mVelocityGain = value; // sounding notes too
+      break;
+    }
+  }
+}
+
+void VELTRA::ApplyParam(int paramIdx, double value)
+{
+  if (paramIdx >= kOP1Waveform && paramIdx <= kOP2Volume)
+  {
+    const int op = (paramIdx - kOP1Waveform) / kNumOperatorParams;
+    ApplyOperatorParam(op, (paramIdx - kOP1Waveform) % kNumOperatorParams, value);
+    return;
+  }
+  for (const DirectParam& d : kDirectParams)
+    if (d.param == paramIdx)
+    {
+      this->*d.field = d.asRate ? mapRate(value) : value;
+      return;
+    }
+  for (const SwitchParam& s : kSwitchParams)
+    if (s.param == paramIdx)
+    {
+      this->*s.field = AsBool(value);
+      return;
+    }
+  switch (paramIdx)
+  {
+  case kChorusDepth:
+    mChorusL.mDepth = mChorusR.mDepth = value;
+    break;
+  case kChorusSpeed:
+    mChorusL.mMaxLength = ChorusBound(value);
+    mChorusR.mMaxLength = ChorusBound(value);
+    break;
+  case kReverbDepth:
+    mReverbL.mMix = mReverbR.mMix = value;
+    break;
+  case kReverbLength:
+    mReverbL.mFeedback = mReverbR.mFeedback = value;
+    break;
+  case kPitchBend:
+    mPitchBend = value;
+    SetBendOnAllOscillators();
+    break;
+  default:
+    break; // the meter slots, and anything out of range
+  }
+}

@@ -1,0 +1,172 @@
+// The render loop: MIDI released at its sample, a control tick every 44
+// samples for the envelopes, LFO, pulse-width sweep and portamento, then
+// per sample the oscillators and the chain of smoothing, crusher, filter,
+// chorus, reverb and master volume. Audio thread, under the plug-in mutex.
+
+#include "VELTRA.h"
+
+#include "IGraphics.h"
+#include "VLTFilter.h"
+
+#include <cmath>
+
+namespace
+{
+// One control-tick step of a triangle between 0 and top: it turns at either
+// end, where it stops exactly on the bound.
+void StepTriangle(double* pos, bool* rising, double rate, double top)
+{
+  if (*rising)
+  {
+    *pos += rate;
+    if (*pos > top)
+    {
+      *pos = top;
+      *rising = false;
+    }
+  }
+  else
+  {
+    *pos -= rate;
+    if (*pos < 0.0)
+    {
+      *pos = 0.0;
+      *rising = true;
+    }
+  }
+}
+
+// The envelope segments move by their rate each tick and settle on their
+// bound the tick after they pass it, so a value may lie beyond the bound
+// for one tick: that is the instrument's sound.
+void RiseTo(double* x, double top, double rate)
+{
+  if (*x < top)
+    *x += rate;
+  else
+    *x = top;
+}
+
+void FallTo(double* x, double floor, double rate)
+{
+  if (*x > floor)
+    *x -= rate;
+  else
+    *x = floor;
+}
+} // namespace
+
+void VELTRA::SetMeter(int, double)
+{
+  // The panel and its meter controls arrive with the GUI toolkit; until one
+  // is attached there is nothing to show.
+  if (!mPanel) return;
+}
+
+bool VELTRA::StepVoiceEnvelopes()
+{
+  bool anyGate = false;
+  for (VLTOscillator& o : mOsc)
+  {
+    if (mPortamentoOn) o.mIncrement += (o.mTargetIncrement - o.mIncrement) * mPortamentoRate;
+    if (o.mGate)
+    {
+      anyGate = true;
+      if (!o.mDecaying)
+      {
+        o.mEnvelope += o.mAttack;
+        if (o.mEnvelope > 1.0)
+        {
+          o.mEnvelope = 1.0;
+          o.mDecaying = true;
+        }
+      }
+      if (o.mDecaying) FallTo(&o.mEnvelope, o.mSustain, o.mDecay);
+    }
+    else
+    {
+      FallTo(&o.mEnvelope, 0.0, o.mRelease);
+    }
+    o.mLevel = o.mEnvelope * o.mVelocityGain;
+  }
+  return anyGate;
+}
+
+void VELTRA::ControlTick()
+{
+  mTickCounter = 0;
+  if (StepVoiceEnvelopes())
+    RiseTo(&mAREnvelope, 1.0, mARAttack);
+  else
+    FallTo(&mAREnvelope, 0.0, mARRelease);
+  SetMeter(kARMeterControl, mAREnvelope);
+
+  StepTriangle(&mLFOLevel, &mLFORising, mLFORate, 1.0);
+  SetMeter(kLFOMeterControl, mLFOLevel);
+
+  mCutoffNow = mCutoff + mAREnvelope * mARDepth + fast_tanh(pow(mLFOLevel, mLFOShape) * mLFOShape) * mLFODepth;
+  if (mCutoffNow > 0.99) mCutoffNow = 0.99;
+
+  if (mPWMOn)
+  {
+    StepTriangle(&mPWMPosition, &mPWMRising, mPWMRate, 32766.0);
+    for (int n = 1; n < kNumOscillators; n += 2) mOsc[n].mPulseWidth = 32766.0 - mPWMPosition * mPWMDepth;
+    SetMeter(kPWMMeterControl, mPWMPosition / 32766.0);
+  }
+}
+
+void VELTRA::ProcessDoubleReplacing(double**, double** outputs, int nFrames)
+{
+  PollScreenKeyboard();
+  // The outputs never overlap the instrument's own state: saying so lets the
+  // compiler keep that state in registers across the stores.
+  double* __restrict outL = outputs[0];
+  double* __restrict outR = outputs[1];
+  for (int s = 0; s < nFrames; ++s)
+  {
+    while (!mMidiQueue.Empty())
+    {
+      IMidiMsg* msg = mMidiQueue.Peek();
+      if (msg->mOffset > s) break;
+      const IMidiMsg::EStatusMsg status = msg->StatusMsg();
+      if (status == IMidiMsg::kNoteOn || status == IMidiMsg::kNoteOff) NoteOnOff(msg);
+      mMidiQueue.Remove();
+    }
+
+    if (++mTickCounter > kControlTickSamples - 1) ControlTick();
+
+    double acc = 0.0;
+    if (mFMMode)
+    {
+      if (mPWMOn)
+        for (int n = 0; n < kNumOscillators; n += 2) acc += mOsc[n + 1].FMPWMStep(mOsc[n].Step());
+      else
+        for (int n = 0; n < kNumOscillators; n += 2) acc += mOsc[n + 1].FMStep(mOsc[n].Step());
+    }
+    else
+    {
+      if (mPWMOn)
+        for (int n = 0; n < kNumOscillators; n += 2) acc += mOsc[n].Step(), acc += mOsc[n + 1].PWMStep();
+      else
+        for (int n = 0; n < kNumOscillators; n += 2) acc += mOsc[n].Step(), acc += mOsc[n + 1].Step();
+    }
+    acc *= 0.5;
+
+    if (mSmoothingOn)
+      mSample += (acc - mSample) * 0.1;
+    else
+      mSample = acc;
+
+    if (mCrushBeforeFilter) mSample = VLTCrushStep(mSample, mCrushDestruction, mCrushMix);
+    mSample = VLTFilterStep(mSample, mCutoffNow, mResonance, mFilterVelocity, mFilterPosition);
+    if (!mCrushBeforeFilter) mSample = VLTCrushStep(mSample, mCrushDestruction, mCrushMix);
+
+    double left = mChorusL.feed(mSample);
+    double right = mChorusR.feed(mSample);
+    left += mReverbL.feed(left);
+    right += mReverbR.feed(right);
+    outL[s] = left * mMasterVolume;
+    outR[s] = right * mMasterVolume;
+  }
+  mMidiQueue.Flush(nFrames);
+}
