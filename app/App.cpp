@@ -2,6 +2,7 @@
 
 #include "AppState.h"
 #include "AudioEngine.h"
+#include "MainWindow.h"
 #include "MidiEngine.h"
 #include "Settings.h"
 #include "VELTRA.h"
@@ -79,6 +80,7 @@ INT_PTR SWELLAppMain(int msg, INT_PTR parm1, INT_PTR)
     return Load();
   case APPMSG_LAUNCHED:
     Init();
+    LaunchMainWindow();
     return 0;
   case APPMSG_TERMINATING:
     if (gHWND) DestroyWindow(gHWND);

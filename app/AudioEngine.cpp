@@ -57,21 +57,6 @@ bool IsListed(const std::vector<unsigned int>& list, unsigned int id)
   return false;
 }
 
-// A device by display name. The defaults "Built-in Input" and "Built-in
-// Output" name no Linux device; when no device carries that exact name they
-// stand for the API's default device (or, if that one cannot be used in that
-// direction, the first usable one).
-int ResolveAudioDevice(const char* name, bool input)
-{
-  const int id = GetAudioDeviceID(name);
-  if (id >= 0 || !gDAC) return id;
-  if (strcmp(name, input ? "Built-in Input" : "Built-in Output") != 0) return -1;
-  const std::vector<unsigned int>& usable = input ? gAudioInputDevs : gAudioOutputDevs;
-  if (usable.empty()) return -1;
-  const unsigned int def = input ? gDAC->getDefaultInputDevice() : gDAC->getDefaultOutputDevice();
-  return (int)(IsListed(usable, def) ? def : usable.front());
-}
-
 unsigned int ParseSigVS(const char* text)
 {
   const long v = strtol(text, nullptr, 10);
@@ -160,10 +145,25 @@ int GetAudioDeviceID(const char* name)
   return -1;
 }
 
+// A device by display name. The defaults "Built-in Input" and "Built-in
+// Output" name no Linux device; when no device carries that exact name they
+// stand for the API's default device (or, if that one cannot be used in that
+// direction, the first usable one).
+int GetAudioDeviceIDForSettings(const char* name, bool input)
+{
+  const int id = GetAudioDeviceID(name);
+  if (id >= 0 || !gDAC) return id;
+  if (strcmp(name, input ? "Built-in Input" : "Built-in Output") != 0) return -1;
+  const std::vector<unsigned int>& usable = input ? gAudioInputDevs : gAudioOutputDevs;
+  if (usable.empty()) return -1;
+  const unsigned int def = input ? gDAC->getDefaultInputDevice() : gDAC->getDefaultOutputDevice();
+  return (int)(IsListed(usable, def) ? def : usable.front());
+}
+
 bool TryToChangeAudio()
 {
-  const int inId = ResolveAudioDevice(gState->mAudioInDev, true);
-  const int outId = ResolveAudioDevice(gState->mAudioOutDev, false);
+  const int inId = GetAudioDeviceIDForSettings(gState->mAudioInDev, true);
+  const int outId = GetAudioDeviceIDForSettings(gState->mAudioOutDev, false);
   if (inId < 0 || outId < 0) return false;
   const unsigned int sr = (unsigned int)strtoul(gState->mAudioSR, nullptr, 10);
   const unsigned int iovs = (unsigned int)strtoul(gState->mAudioIOVS, nullptr, 10);

@@ -29,6 +29,10 @@ bool TryToChangeAudioDriverType();
 void ProbeAudioIO();
 std::string GetAudioDeviceName(int id);
 int GetAudioDeviceID(const char* name);
+// The device a setting names: by its display name, or for the defaults
+// "Built-in Input" and "Built-in Output", which name no Linux device, the
+// API's default device of that direction; -1 for none.
+int GetAudioDeviceIDForSettings(const char* name, bool input);
 bool TryToChangeAudio();
 bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, unsigned int iovs, unsigned int chnls,
                      unsigned int inChanL, unsigned int outChanL);

@@ -130,6 +130,11 @@ void LICE_SetGfxBackend(const LICE_GfxBackend* backend);
 const LICE_GfxBackend* LICE_GetGfxBackend();
 
 void LICE_Copy(LICE_IBitmap* dest, LICE_IBitmap* src);
+// The screen's form of a rectangle of src: 32-bit words 0xAARRGGBB in native
+// order (Cairo's RGB24 and ARGB32), which is each pixel with its bytes
+// reversed. dst points at the buffer's pixel (0, 0), dstSpan in pixels; the
+// rectangle is cut to src.
+void LICE_CopyToScreenFormat(uint32_t* dst, int dstSpan, LICE_IBitmap* src, int x, int y, int w, int h);
 void LICE_Clear(LICE_IBitmap* dest, LICE_pixel color);
 LICE_pixel LICE_GetPixel(LICE_IBitmap* bm, int x, int y);
 

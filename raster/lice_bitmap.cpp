@@ -118,6 +118,23 @@ void LICE_Copy(LICE_IBitmap* dest, LICE_IBitmap* src)
   LICE_Blit(dest, src, 0, 0, nullptr, 1.0f, LICE_BLIT_MODE_COPY);
 }
 
+void LICE_CopyToScreenFormat(uint32_t* dst, int dstSpan, LICE_IBitmap* src, int x, int y, int w, int h)
+{
+  if (!dst || !src || !src->getBits()) return;
+  const int sw = src->getWidth(), sh = src->getHeight(), span = src->getRowSpan();
+  if (x < 0) w += x, x = 0;
+  if (y < 0) h += y, y = 0;
+  if (x + w > sw) w = sw - x;
+  if (y + h > sh) h = sh - y;
+  if (w < 1 || h < 1) return;
+  for (int row = y; row < y + h; ++row)
+  {
+    const LICE_pixel* s = src->getBits() + (long)(src->isFlipped() ? sh - 1 - row : row) * span + x;
+    uint32_t* d = dst + (long)row * dstSpan + x;
+    for (int i = 0; i < w; ++i) d[i] = __builtin_bswap32(s[i]);
+  }
+}
+
 void LICE_Clear(LICE_IBitmap* dest, LICE_pixel color)
 {
   if (!dest) return;

@@ -1,33 +1,48 @@
 #pragma once
-// The on-screen keyboard as the instrument sees it: the key held with the
-// mouse (-1 for none) and its velocity. The GUI thread writes them and the
-// audio thread reads them at the start of each block, one word at a time and
-// without a lock.
+// The panel's piano: one key held with the mouse at a time, and every key
+// that sounds from MIDI drawn pressed. It plays nothing itself: the
+// instrument polls GetKey() and GetVelocity() at the start of each audio
+// block. The unpressed keys belong to the panel's background; this control
+// paints only the keys that are down.
 
-class IKeyboardControl
+#include "IControl.h"
+
+class IKeyboardControl : public IControl
 {
 public:
-  virtual ~IKeyboardControl() {}
+  // keyCoords: the x offset within an octave of each of the 12 notes; only
+  // the black notes' entries are used.
+  IKeyboardControl(IPlugBase* plug, int x, int y, int minNote, int nOctaves, const IBitmap& regularKeys,
+                   const IBitmap& sharpKey, const int* keyCoords);
 
-  // Audio thread.
-  int GetKey() const { return __atomic_load_n(&mKey, __ATOMIC_RELAXED); }
-  int GetVelocity() const { return __atomic_load_n(&mVelocity, __ATOMIC_RELAXED); }
+  // Audio thread, one word each, without a lock.
+  int GetKey() const { return mKey; }
+  // 1 at the top of a key, 127 at its bottom.
+  int GetVelocity() const { return 1 + (int)(mVelocity * 126.0 + 0.5); }
 
-  // GUI thread: the mouse pressed key (0 upward) with a velocity, or
-  // released it (key -1).
-  void SetKey(int key, int velocity)
-  {
-    __atomic_store_n(&mVelocity, velocity, __ATOMIC_RELAXED);
-    __atomic_store_n(&mKey, key, __ATOMIC_RELAXED);
-  }
+  // GUI thread. The key under a point (0 from the lowest key; the top key
+  // is mNumKeys), or -1; sets the velocity from the press height.
+  int GetMouseKey(int x, int y);
+  void OnMouseDown(int x, int y, IMouseMod* mod) override;
+  // A drag plays a glissando; off the keys it ends the note.
+  void OnMouseDrag(int x, int y, int dX, int dY, IMouseMod* mod) override;
+  void OnMouseUp(int x, int y, IMouseMod* mod) override;
+  void OnMouseWheel(int, int, IMouseMod*, int) override {}
+  // Takes the instrument's mutex for the key table: a frame can wait for the
+  // current audio block.
+  bool Draw(IGraphics* graphics) override;
+  virtual void DrawKey(IGraphics* graphics, IRECT* rect, int key, int note, bool sharp);
 
-  // MIDI thread, under the instrument's mutex: the key table changed and the
-  // keyboard must repaint.
-  void SetDirty(bool dirty) { __atomic_store_n(&mDirty, dirty, __ATOMIC_RELAXED); }
-  bool IsDirty() const { return __atomic_load_n(&mDirty, __ATOMIC_RELAXED); }
+private:
+  bool KeyIsDown(int key);
 
-protected:
-  int mKey = -1;
-  int mVelocity = 0;
-  bool mDirty = false;
+  IBitmap mRegularKeys;
+  IBitmap mSharpKey;
+  int mKeyCoords[12];
+  int mOctaveWidth;
+  int mNumOctaves;
+  IRelaxed<int> mKey = -1;
+  int mMinNote;
+  int mNumKeys;
+  IRelaxed<double> mVelocity = 0.0;
 };

@@ -12,6 +12,7 @@ VELTRA::VELTRA(IPlugInstanceInfo instanceInfo)
       mMidiQueue(1024)
 {
   InitParams();
+  MakePanel();
   // The start values of the members are not the parameters': restoring a
   // program, which the application does before its stream starts, puts
   // these in force through OnParamChange.

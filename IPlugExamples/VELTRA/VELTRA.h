@@ -11,6 +11,7 @@
 
 class IGraphics;
 class IKeyboardControl;
+class ITextControl;
 
 // The application's reverse-domain identifier, shared by the plug-in object
 // and its panel.
@@ -21,6 +22,8 @@ constexpr int kVeltraVersion = 0x10103;
 constexpr int kVeltraUniqueID = ('V' << 24) | ('L' << 16) | ('T' << 8) | '1';
 constexpr int kVeltraMfrID = ('Q' << 24) | ('l' << 16) | ('m' << 8) | 'r';
 constexpr int kVeltraPrograms = 8;
+constexpr int kPanelWidth = 920;
+constexpr int kPanelHeight = 400;
 
 enum EParams
 {
@@ -144,14 +147,10 @@ public:
   // Audio thread, from the render loop only.
   void NoteOnOff(IMidiMsg* msg);
 
-  // Main thread, before the panel exists: the keyboard control whose key the
-  // render loop polls. Null for none.
-  void SetKeyboard(IKeyboardControl* keyboard);
-
-  IGraphics* mPanel = nullptr;
-  IKeyboardControl* mKeyboard = nullptr;
+  IGraphics* mPanel = nullptr;           // owned by the framework once attached
+  IKeyboardControl* mKeyboard = nullptr; // the panel's, polled by the render loop
   IMidiQueue mMidiQueue;
-  WDL_String mPresetName;
+  ITextControl* mPresetName = nullptr; // the panel's display of the program's file
   VLTOscillator mOsc[kNumOscillators];
   VLTReverb mReverbL, mReverbR;
   VLTChorus mChorusL, mChorusR;
@@ -192,8 +191,9 @@ public:
   double mSampleRate = 44100.0;
 
 private:
-  // Construction: names, kinds and ranges of the 44 slots.
+  // Construction: names, kinds and ranges of the 44 slots; the panel.
   void InitParams();
+  void MakePanel();
   // Puts a real parameter value in force: the mapping from each of the 44
   // slots to the fields that the render loop reads. Caller holds the mutex.
   void ApplyParam(int paramIdx, double value);
@@ -204,11 +204,13 @@ private:
   // The control tick of every operator's envelope and glide; true when any
   // gate is open.
   bool StepVoiceEnvelopes();
-  // Shows a value on one of the panel's meters; nothing while no panel is
-  // attached (the offline renderer, and the application before its window).
+  // Audio thread: shows a value on one of the panel's meters.
   void SetMeter(int controlIdx, double value);
   void SetBendOnAllOscillators();
 };
+
+// The panel's engine for this platform, with the application's identifier.
+IGraphics* MakeGraphics(IPlugStandalone* plug, int w, int h, int fps);
 
 // The one place where the instrument is made; serialised by a static mutex
 // so that two callers cannot make two objects side by side. The caller owns

@@ -5,7 +5,6 @@
 
 #include "VELTRA.h"
 
-#include "IGraphics.h"
 #include "VLTFilter.h"
 
 #include <cmath>
@@ -55,13 +54,6 @@ void FallTo(double* x, double floor, double rate)
     *x = floor;
 }
 } // namespace
-
-void VELTRA::SetMeter(int, double)
-{
-  // The panel and its meter controls arrive with the GUI toolkit; until one
-  // is attached there is nothing to show.
-  if (!mPanel) return;
-}
 
 bool VELTRA::StepVoiceEnvelopes()
 {

@@ -9,13 +9,6 @@
 
 double midi2CPS(double note) { return 440.0 * pow(2.0, (note + 3.0) / 12.0); }
 
-void VELTRA::SetKeyboard(IKeyboardControl* keyboard)
-{
-  IMutexLock lock(this);
-  mKeyboard = keyboard;
-  mScreenKey = -1;
-}
-
 void VELTRA::SetBendOnAllOscillators()
 {
   const double bend = pow(2.0, mPitchBend);
@@ -52,7 +45,7 @@ void VELTRA::ProcessMidiMsg(IMidiMsg* msg)
   default:
     return;
   }
-  if (mKeyboard) mKeyboard->SetDirty(true);
+  if (mKeyboard) mKeyboard->SetDirty(false); // the keyboard shows the key table
   mMidiQueue.Add(msg);
 }
 

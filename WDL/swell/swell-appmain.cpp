@@ -1,5 +1,7 @@
 #include "swell-appmain.h"
 
+#include "swell-gdi.h"
+
 #include <csignal>
 #include <glib-unix.h>
 #include <gtk/gtk.h>
@@ -42,6 +44,7 @@ int SWELL_ApplicationMain(int argc, char** argv, SWELLAppMainProc appMain)
   sAppMain = appMain;
   sQuitGranted = false;
   sHasDisplay = gtk_init_check(&argc, &argv);
+  SWELL_InstallGfxBackend(); // text in bitmaps, with or without a display
 
   // GTK dispatches its events from the default main context, so one GLib
   // loop serves the window-less case and the windowed one alike.

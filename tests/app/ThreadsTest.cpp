@@ -1,8 +1,10 @@
 #include "AppState.h"
 #include "AudioEngine.h"
+#include "IGraphics.h"
 #include "IKeyboardControl.h"
 #include "MidiEngine.h"
 #include "VELTRA.h"
+#include "swell-gdi.h"
 
 #include <atomic>
 #include <gtest/gtest.h>
@@ -11,20 +13,22 @@
 #include <vector>
 
 // The three threads that meet in the instrument, at once: the audio thread
-// renders device buffers through the callback, a GUI-like thread moves
-// parameters and plays the on-screen keyboard, a MIDI-like thread sends
-// notes and bends through the MIDI callback. Under ThreadSanitizer
+// renders device buffers through the callback and feeds the panel's meters,
+// a GUI-like thread moves parameters, plays the on-screen keyboard and draws
+// the panel's frames, a MIDI-like thread sends notes and bends through the
+// MIDI callback. Under ThreadSanitizer
 // (make tsan) this must report nothing; everywhere it must not crash.
 TEST(Threads, AudioGuiAndMidiMeetInTheInstrument)
 {
+  SWELL_InstallGfxBackend(); // the panel's text, as in the application
   AppState state;
   gState = &state;
   std::unique_ptr<VELTRA> plug((VELTRA*)MakePlug(nullptr, &state.mMidiOutChan));
   plug->RestorePreset(0);
   plug->SetBlockSize(32);
   plug->Reset();
-  IKeyboardControl keys;
-  plug->SetKeyboard(&keys);
+  IGraphics* gui = plug->GetGUI();
+  const IRECT keys = plug->mKeyboard->GetRECT();
   gPluginInstance = plug.get();
   gSigVS = 32;
   gBufIndex = 0;
@@ -55,7 +59,13 @@ TEST(Threads, AudioGuiAndMidiMeetInTheInstrument)
   for (int i = 0; i < 4000 || blocks < 20000; ++i) // the GUI thread, until the others have run too
   {
     plug->SetParameterFromGUI(i % kNumParams, (i % 101) / 100.0);
-    keys.SetKey(i % 3 ? i % 24 : -1, 90);
+    IMouseMod left(true);
+    if (i % 3)
+      gui->OnMouseDown(keys.L + (i * 7) % keys.W(), keys.T + (i * 13) % keys.H(), &left);
+    else
+      gui->OnMouseUp(keys.L, keys.T, &left);
+    IRECT dirty;
+    if (gui->IsDirty(&dirty)) gui->Draw(&dirty);
     __atomic_store_n(&state.mMidiInChan, (unsigned short)(i % 3), __ATOMIC_RELAXED);
     __atomic_store_n(&state.mAudioInIsMono, (unsigned short)(i & 1), __ATOMIC_RELAXED);
     plug->GetNumKeys();
@@ -65,7 +75,6 @@ TEST(Threads, AudioGuiAndMidiMeetInTheInstrument)
   stop = true;
   audio.join();
   midi.join();
-  plug->SetKeyboard(nullptr);
   gPluginInstance = nullptr;
   gState = nullptr;
   EXPECT_GT(blocks.load(), 0);

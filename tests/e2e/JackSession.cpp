@@ -1,5 +1,7 @@
 #include "JackSession.h"
 
+#include "Process.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -14,74 +16,8 @@
 #include <time.h>
 #include <unistd.h>
 
-extern char** environ;
-
-double Now()
-{
-  timespec ts;
-  clock_gettime(CLOCK_MONOTONIC, &ts);
-  return ts.tv_sec + ts.tv_nsec * 1e-9;
-}
-
-double SecondsSince(double start) { return Now() - start; }
-
 namespace
 {
-void Sleep(double s) { usleep((useconds_t)(s * 1e6)); }
-
-// The current environment without the names given, plus the settings given.
-std::vector<std::string> MakeEnv(const std::vector<std::string>& drop, const std::vector<std::string>& add)
-{
-  std::vector<std::string> env;
-  for (char** e = environ; *e; ++e)
-  {
-    bool keep = true;
-    for (const std::string& d : drop)
-      if (!strncmp(*e, (d + "=").c_str(), d.size() + 1)) keep = false;
-    if (keep) env.push_back(*e);
-  }
-  env.insert(env.end(), add.begin(), add.end());
-  return env;
-}
-
-pid_t Spawn(const std::vector<std::string>& args, const std::vector<std::string>& env, const std::string& out,
-            const std::string& err)
-{
-  std::vector<char*> argv, envp;
-  for (const std::string& a : args) argv.push_back((char*)a.c_str());
-  argv.push_back(nullptr);
-  for (const std::string& e : env) envp.push_back((char*)e.c_str());
-  envp.push_back(nullptr);
-  const pid_t pid = fork();
-  if (pid == 0)
-  {
-    const int o = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    const int e = open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    const int nul = open("/dev/null", O_RDONLY);
-    if (o >= 0) dup2(o, 1);
-    if (e >= 0) dup2(e, 2);
-    if (nul >= 0) dup2(nul, 0);
-    execve(argv[0], argv.data(), envp.data());
-    _exit(127);
-  }
-  return pid;
-}
-
-// Waits up to timeoutSec for pid; the wait status, or -1 on time-out.
-int WaitFor(pid_t pid, double timeoutSec)
-{
-  const double start = Now();
-  for (;;)
-  {
-    int status = 0;
-    const pid_t r = waitpid(pid, &status, WNOHANG);
-    if (r == pid) return status;
-    if (r < 0) return -1;
-    if (SecondsSince(start) > timeoutSec) return -1;
-    Sleep(0.01);
-  }
-}
-
 std::string ReadFile(const std::string& path) { return ReadWholeFile(path); }
 
 void SilentJackErrors(const char*) {}
@@ -215,15 +151,19 @@ VeltraProcess::~VeltraProcess()
   if (mPid > 0) StopWith(SIGKILL, 5.0);
 }
 
-bool VeltraProcess::Start(const std::string& exe, const std::string& jackServer, const std::string& home)
+bool VeltraProcess::Start(const std::string& exe, const std::string& jackServer, const std::string& home,
+                          const std::vector<std::string>& displayEnv)
 {
   mOutPath = home + "/veltra.out";
   mErrPath = home + "/veltra.err";
-  // No display: VELTRA runs window-less, as on a headless box.
+  std::vector<std::string> env = {"HOME=" + home, "XDG_CONFIG_HOME=" + home + "/.config",
+                                  "JACK_DEFAULT_SERVER=" + jackServer, "JACK_NO_AUDIO_RESERVATION=1",
+                                  "LSAN_OPTIONS=suppressions=" VELTRA_LSAN_SUPPRESSIONS};
+  env.insert(env.end(), displayEnv.begin(), displayEnv.end());
   mPid = Spawn({exe},
-               MakeEnv({"DISPLAY", "WAYLAND_DISPLAY", "HOME", "XDG_CONFIG_HOME", "JACK_DEFAULT_SERVER"},
-                       {"HOME=" + home, "XDG_CONFIG_HOME=" + home + "/.config", "JACK_DEFAULT_SERVER=" + jackServer,
-                        "JACK_NO_AUDIO_RESERVATION=1"}),
+               MakeEnv({"DISPLAY", "WAYLAND_DISPLAY", "GDK_BACKEND", "HOME", "XDG_CONFIG_HOME", "JACK_DEFAULT_SERVER",
+                        "LSAN_OPTIONS"},
+                       env),
                mOutPath, mErrPath);
   return mPid > 0;
 }
@@ -399,7 +339,7 @@ void JackRecorder::Close()
   }
 }
 
-std::string PlayingVeltra::Start(const std::string& settings)
+std::string PlayingVeltra::Start(const std::string& settings, const std::vector<std::string>& displayEnv)
 {
   std::string error;
   if (!server.Start(&error)) return error;
@@ -411,7 +351,7 @@ std::string PlayingVeltra::Start(const std::string& settings)
     std::ofstream(SettingsPath()) << settings;
   }
   if (!recorder.Open(server.Name(), &error)) return error;
-  if (!veltra.Start(VELTRA_EXE, server.Name(), home.Path())) return "VELTRA did not start";
+  if (!veltra.Start(VELTRA_EXE, server.Name(), home.Path(), displayEnv)) return "VELTRA did not start";
   if (!recorder.ConnectTo("VELTRA:outport ", 20.0)) return "no VELTRA ports: " + veltra.Output() + veltra.Errors();
   return std::string();
 }

@@ -3,6 +3,7 @@
 // started against it with a private home folder, and a recording client
 // that captures VELTRA's outputs. Each piece cleans up after itself.
 
+#include "Process.h"
 #include "TempDir.h"
 
 #include <atomic>
@@ -38,7 +39,10 @@ class VeltraProcess
 {
 public:
   ~VeltraProcess();
-  bool Start(const std::string& exe, const std::string& jackServer, const std::string& home);
+  // displayEnv: the settings that put it on an X server; none runs it
+  // window-less, as on a headless box.
+  bool Start(const std::string& exe, const std::string& jackServer, const std::string& home,
+             const std::vector<std::string>& displayEnv = {});
   // Sends the signal and waits up to timeoutSec for the exit; returns the
   // wait status, or -1 when the process did not end in time (it is killed).
   int StopWith(int sig, double timeoutSec);
@@ -90,7 +94,7 @@ struct PlayingVeltra
   // Writes settings (when given) as the user's settings.ini, starts the
   // server and VELTRA, and connects the recorder. Empty on success, else
   // what failed.
-  std::string Start(const std::string& settings = "");
+  std::string Start(const std::string& settings = "", const std::vector<std::string>& displayEnv = {});
   std::string SettingsPath() const { return home.Path() + "/.config/VELTRA/settings.ini"; }
 
   JackServer server;
@@ -98,6 +102,3 @@ struct PlayingVeltra
   JackRecorder recorder;
   VeltraProcess veltra;
 };
-
-double SecondsSince(double start);
-double Now();

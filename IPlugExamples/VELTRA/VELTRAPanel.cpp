@@ -1,0 +1,173 @@
+// The panel: 920 x 400 pixels of knobs, switches, meters, a fader, the
+// program's name, the on-screen keyboard and the program menu. Controls are
+// attached in index order, which is their drawing order; the render loop
+// finds the three meters by index.
+
+#include "VELTRA.h"
+
+#include "IGraphicsLinux.h"
+#include "IKeyboardControl.h"
+#include "PresetFunctionsMenu.h"
+
+namespace
+{
+enum EBitmap
+{
+  kKnob = 101,
+  kBackground = 102,
+  kWhiteKeys = 103,
+  kBlackKey = 104,
+  kWaveKnob = 105,
+  kOctaveKnob = 106,
+  kSwitch = 107,
+  kMeterLED = 108,
+  kFaderHandle = 109
+};
+
+enum EControlKind
+{
+  kKnobControl,
+  kSwitchControl,
+  kMeterControl,
+  kFaderControl
+};
+
+// Controls 1 to 44, in index order: control i stands for parameter i - 1.
+struct ControlPlace
+{
+  EControlKind kind;
+  int x, y;
+  EBitmap bitmap;
+};
+const ControlPlace kControls[kNumParams] = {
+    {kKnobControl, 30, 40, kWaveKnob},       // OP1 Waveform
+    {kKnobControl, 90, 40, kOctaveKnob},     // OP1 Octave
+    {kKnobControl, 140, 40, kKnob},          // OP1 Tune
+    {kKnobControl, 200, 40, kKnob},          // OP1 Attack
+    {kKnobControl, 250, 40, kKnob},          // OP1 Decay
+    {kKnobControl, 300, 40, kKnob},          // OP1 Sustain
+    {kKnobControl, 350, 40, kKnob},          // OP1 Release
+    {kKnobControl, 410, 40, kKnob},          // OP1 Volume
+    {kKnobControl, 30, 140, kWaveKnob},      // OP2 Waveform
+    {kKnobControl, 90, 140, kOctaveKnob},    // OP2 Octave
+    {kKnobControl, 140, 140, kKnob},         // OP2 Tune
+    {kKnobControl, 200, 140, kKnob},         // OP2 Attack
+    {kKnobControl, 250, 140, kKnob},         // OP2 Decay
+    {kKnobControl, 300, 140, kKnob},         // OP2 Sustain
+    {kKnobControl, 350, 140, kKnob},         // OP2 Release
+    {kKnobControl, 410, 140, kKnob},         // OP2 Volume
+    {kKnobControl, 570, 50, kKnob},          // Filter Cutoff
+    {kKnobControl, 620, 50, kKnob},          // Filter Resonance
+    {kKnobControl, 670, 50, kKnob},          // Filter Feedback
+    {kKnobControl, 570, 190, kKnob},         // AR Env. Attack
+    {kKnobControl, 620, 190, kKnob},         // AR Env. Release
+    {kKnobControl, 670, 190, kKnob},         // AR Env. Depth
+    {kKnobControl, 570, 130, kKnob},         // LFO Rate
+    {kKnobControl, 620, 130, kKnob},         // LFO Shape
+    {kKnobControl, 670, 130, kKnob},         // LFO Depth
+    {kSwitchControl, 480, 95, kSwitch},      // Synth Mode
+    {kMeterControl, 608, 225, kMeterLED},    // AR envelope meter
+    {kMeterControl, 608, 165, kMeterLED},    // LFO meter
+    {kKnobControl, 813, 280, kKnob},         // Master Volume
+    {kKnobControl, 770, 50, kKnob},          // Crusher Destruction
+    {kKnobControl, 850, 50, kKnob},          // Crusher Mix
+    {kKnobControl, 60, 200, kKnob},          // PWM Rate
+    {kKnobControl, 115, 200, kKnob},         // PWM Depth
+    {kSwitchControl, 20, 204, kSwitch},      // PWM on off
+    {kMeterControl, 100, 240, kMeterLED},    // pulse-width meter
+    {kSwitchControl, 815, 55, kSwitch},      // Crusher Before VCF
+    {kKnobControl, 770, 120, kKnob},         // Chorus Depth
+    {kKnobControl, 850, 120, kKnob},         // Chorus Speed
+    {kKnobControl, 770, 190, kKnob},         // Reverb Depth
+    {kKnobControl, 850, 190, kKnob},         // Reverb Length
+    {kKnobControl, 25, 280, kKnob},          // Portamento
+    {kFaderControl, 115, 280, kFaderHandle}, // Pitch Bend
+    {kSwitchControl, 28, 345, kSwitch},      // Portamento on off
+    {kSwitchControl, 200, 204, kSwitch},     // Smoothing on off
+};
+
+// The x offset within an octave of each note's key, C upward: white keys 20
+// pixels apart, black keys 12 wide.
+const int kKeyCoords[12] = {0, 12, 21, 36, 42, 65, 72, 85, 95, 111, 118, 132};
+} // namespace
+
+IGraphics* MakeGraphics(IPlugStandalone* plug, int w, int h, int fps)
+{
+  IGraphicsLinux* graphics = new IGraphicsLinux(plug, w, h, fps);
+  graphics->SetBundleID(kVeltraBundleID);
+  return graphics;
+}
+
+void VELTRA::MakePanel()
+{
+  mPanel = MakeGraphics(this, kPanelWidth, kPanelHeight, 0);
+  mPanel->AttachBackground(kBackground, "resources/img/bg.png");
+  const IBitmap knob = mPanel->LoadIBitmap(kKnob, "resources/img/knob.png", 60);
+  const IBitmap waveKnob = mPanel->LoadIBitmap(kWaveKnob, "resources/img/knobn.png", 9);
+  const IBitmap octaveKnob = mPanel->LoadIBitmap(kOctaveKnob, "resources/img/knobf.png", 5);
+  const IBitmap twoWay = mPanel->LoadIBitmap(kSwitch, "resources/img/switch.png", 2);
+  const IBitmap led = mPanel->LoadIBitmap(kMeterLED, "resources/img/fadeled.png", 30);
+  const IBitmap handle = mPanel->LoadIBitmap(kFaderHandle, "resources/img/fader.png", 1);
+  auto bitmapOf = [&](EBitmap id) -> const IBitmap&
+  {
+    switch (id)
+    {
+    case kWaveKnob:
+      return waveKnob;
+    case kOctaveKnob:
+      return octaveKnob;
+    case kSwitch:
+      return twoWay;
+    case kMeterLED:
+      return led;
+    case kFaderHandle:
+      return handle;
+    default:
+      return knob;
+    }
+  };
+
+  for (int param = 0; param < kNumParams; ++param)
+  {
+    const ControlPlace& c = kControls[param];
+    const IBitmap& bitmap = bitmapOf(c.bitmap);
+    switch (c.kind)
+    {
+    case kSwitchControl:
+      mPanel->AttachControl(new ISwitchControl(this, c.x, c.y, param, bitmap, IChannelBlend::kBlendOver));
+      break;
+    case kFaderControl:
+      mPanel->AttachControl(new IFaderControl(this, c.x, c.y, 100, param, bitmap, kVertical, false));
+      break;
+    case kKnobControl:
+    case kMeterControl:
+    {
+      IControl* control = new IKnobMultiControl(this, c.x, c.y, param, bitmap, kVertical, 4.0);
+      mPanel->AttachControl(control);
+      // The meters show the render loop's values and take no mouse input.
+      if (c.kind == kMeterControl) control->SetTargetArea(IRECT());
+      break;
+    }
+    }
+  }
+
+  IText style(14, nullptr, nullptr, IText::kStylePlain, IText::kAlignCentre, 0, IText::kQualitySystem);
+  style.mSize = 12;
+  style.mColor = IColor(255, 85, 174, 255);
+  mPresetName = new ITextControl(this, IRECT(295, 215, 410, 255), &style, "No sound loaded.");
+  mPanel->AttachControl(mPresetName);
+
+  const IBitmap whiteKeys = mPanel->LoadIBitmap(kWhiteKeys, "resources/img/wk.png", 6);
+  const IBitmap blackKey = mPanel->LoadIBitmap(kBlackKey, "resources/img/bk.png", 1);
+  mKeyboard = new IKeyboardControl(this, 180, 269, 48, 4, whiteKeys, blackKey, kKeyCoords);
+  mPanel->AttachControl(mKeyboard);
+
+  mPanel->AttachControl(new PresetFunctionsMenu(this, IRECT(410, 210, 490, 250), mPresetName));
+  AttachGraphics(mPanel);
+}
+
+void VELTRA::SetMeter(int controlIdx, double value)
+{
+  // Audio thread: the value crosses to the GUI thread one word at a time.
+  if (IControl* meter = mPanel ? mPanel->GetControl(controlIdx) : nullptr) meter->SetValueFromPlug(value);
+}

@@ -1,0 +1,120 @@
+#include "MainWindow.h"
+
+#include "App.h"
+#include "AudioEngine.h"
+#include "IGraphics.h"
+#include "IPlugStandalone.h"
+#include "Settings.h"
+#include "resource.h"
+#include "swell-menu.h"
+
+#include <cstdio>
+
+LRESULT PreferencesDlgProc(HWND hwnd, unsigned int msg, WPARAM wParam, LPARAM lParam);
+
+namespace
+{
+// The main window's resource: 920 x 400 with no controls; the panel's view
+// fills it.
+void CreateMainDialog(HWND hwnd, int flags)
+{
+  SWELL_MakeSetCurParms(1.0f, 1.0f, 0.0f, 0.0f, hwnd, false, !(flags & 8));
+  SWELL_GenerateDialogFromList(nullptr, 0);
+}
+SWELL_DialogRegHelper sMainDialog(&SWELL_curmodule_dialogresource_head, CreateMainDialog, IDD_DIALOG_MAIN, 12, "VELTRA",
+                                  920, 400, 1.0);
+
+const SWELL_MenuGen_Entry kMenu1[] = {
+    {SWELL_MENUGEN_POPUP_PREFIX "&File", 0, 0},
+    {"Preferences...", ID_PREFERENCES, 0},
+    {"&Quit", ID_QUIT, 0},
+    {SWELL_MENUGEN_ENDPOPUP, 0, 0},
+    {SWELL_MENUGEN_POPUP_PREFIX "&Help", 0, 0},
+    {"&About", ID_ABOUT, 0},
+    {SWELL_MENUGEN_ENDPOPUP, 0, 0},
+};
+void CreateMenu1(HMENU menu) { SWELL_GenerateMenuFromList(menu, kMenu1, (int)(sizeof(kMenu1) / sizeof(kMenu1[0]))); }
+SWELL_MenuGenHelper sMenu1(&SWELL_curmodule_menuresource_head, CreateMenu1, IDR_MENU1);
+
+const char* const kAboutText = "QuillmoorInstruments\nBuilt on " __DATE__;
+
+void OnCommand(HWND hwnd, int id)
+{
+  switch (id)
+  {
+  case ID_ABOUT:
+    if (!gPluginInstance || !gPluginInstance->HostRequestingAboutBox()) MessageBox(hwnd, kAboutText, "VELTRA", MB_OK);
+    break;
+  case ID_PREFERENCES:
+    if (SWELL_DialogBox(SWELL_curmodule_dialogresource_head, IDD_DIALOG_PREF, hwnd, PreferencesDlgProc, 0) == 1)
+      UpdateINI();
+    break;
+  case ID_QUIT:
+    DestroyWindow(hwnd);
+    break;
+  default:
+    break;
+  }
+}
+} // namespace
+
+bool AttachGUI()
+{
+  IGraphics* gui = gPluginInstance ? gPluginInstance->GetGUI() : nullptr;
+  if (!gui || !gui->OpenWindow(gHWND)) return false;
+  gPluginInstance->OnGUIOpen();
+  return true;
+}
+
+void CenterWindow(HWND hwnd)
+{
+  if (hwnd) SWELL_CenterWindow(hwnd);
+}
+
+LRESULT MainDlgProc(HWND hwnd, unsigned int msg, WPARAM wParam, LPARAM)
+{
+  switch (msg)
+  {
+  case WM_INITDIALOG:
+    gHWND = hwnd;
+    if (!AttachGUI()) printf("couldn't attach gui\n");
+    CenterWindow(hwnd);
+    ShowWindow(hwnd, SW_SHOW);
+    return 1;
+  case WM_DESTROY:
+    gHWND = nullptr;
+    SWELL_PostQuitMessage(hwnd); // the only window: closing it ends the program
+    return 0;
+  case WM_CLOSE:
+    DestroyWindow(hwnd);
+    return 0;
+  case WM_COMMAND:
+    OnCommand(hwnd, LOWORD(wParam));
+    return 0;
+  default:
+    return 0;
+  }
+}
+
+void LaunchMainWindow()
+{
+  // This desktop has no application menu bar to merge into
+  // (SWELL_GetCurrentMenu answers null): the window carries File and Help
+  // itself, with the accelerators a Linux user expects.
+  HMENU bar = nullptr;
+  if (!SWELL_GetCurrentMenu() && SWELL_HasDisplay())
+  {
+    bar = SWELL_LoadMenu(SWELL_curmodule_menuresource_head, IDR_MENU1);
+    SWELL_SetMenuItemAccel(bar, ID_QUIT, "<Control>q");
+    SWELL_SetMenuItemAccel(bar, ID_PREFERENCES, "<Control>comma");
+  }
+  SWELL_CreateDialog(SWELL_curmodule_dialogresource_head, IDD_DIALOG_MAIN, nullptr, MainDlgProc, 0);
+  if (bar && gHWND)
+  {
+    SetMenu(gHWND, bar);
+    SWELL_SetDefaultModalWindowMenu(bar);
+  }
+  else
+    DestroyMenu(bar);
+  if (!AttachGUI()) printf("couldn't attach gui\n");
+}

@@ -1,0 +1,9 @@
+#pragma once
+// Ids of the application's dialogs, menu and commands.
+
+#define IDD_DIALOG_MAIN 40001
+#define IDD_DIALOG_PREF 40002
+#define IDR_MENU1 40004
+#define ID_ABOUT 40005
+#define ID_PREFERENCES 40006
+#define ID_QUIT 40007

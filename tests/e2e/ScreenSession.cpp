@@ -1,0 +1,73 @@
+#include "ScreenSession.h"
+
+#include "lice.h"
+
+#include <csignal>
+#include <memory>
+
+VeltraOnScreen::~VeltraOnScreen() { run.veltra.StopWith(SIGKILL, 5.0); }
+
+std::string VeltraOnScreen::Start(const std::string& settings)
+{
+  std::string error;
+  if (!xserver.Start(&error)) return error;
+  error = run.Start(settings, xserver.Env());
+  if (!error.empty()) return error;
+  window = xserver.WaitForWindow("^VELTRA$", 20.0);
+  if (!window) return "no window titled VELTRA: " + run.veltra.Output() + run.veltra.Errors();
+  int x, y, w, h;
+  if (!xserver.Geometry(window, &x, &y, &w, &h)) return "no geometry of the window";
+  // The panel fills the window below the menu bar.
+  panelLeft = x;
+  panelTop = y + h - 400;
+  // Ready once the panel's first frame is on the screen.
+  const double start = Now();
+  for (;;)
+  {
+    std::unique_ptr<LICE_IBitmap> shot(PanelShot("start.png"));
+    if (shot && (LICE_GetPixel(shot.get(), 460, 390) & 0xFFFFFF00)) return std::string();
+    if (SecondsSince(start) > 20.0) return "the panel was never drawn";
+    Sleep(0.1);
+  }
+}
+
+void VeltraOnScreen::DragPanel(const std::vector<std::pair<int, int>>& points) const
+{
+  std::vector<std::pair<int, int>> screen;
+  for (auto& p : points) screen.emplace_back(ScreenX(p.first), ScreenY(p.second));
+  xserver.Drag(screen);
+}
+
+void VeltraOnScreen::ChooseMenuItem(const std::string& menu, int item) const
+{
+  // File and Help stand at the left of the menu bar. The menu is open once
+  // its window shows; a click that came too early is repeated.
+  const std::vector<unsigned long> before = xserver.Windows("");
+  for (int attempt = 0; attempt < 3; ++attempt)
+  {
+    xserver.Click(panelLeft + (menu == "File" ? 18 : 55), panelTop - 12);
+    if (xserver.WaitForWindow("", 5.0, before)) break;
+  }
+  for (int i = 0; i <= item; ++i) xserver.Key("Down");
+  xserver.Key("Return");
+}
+
+LICE_IBitmap* VeltraOnScreen::PanelShot(const std::string& name) const
+{
+  LICE_IBitmap* whole = xserver.Screenshot(window, run.home.File(name));
+  if (!whole) return nullptr;
+  LICE_MemBitmap* panel = new LICE_MemBitmap(920, 400);
+  LICE_Blit(panel, whole, 0, 0, 0, whole->getHeight() - 400, 920, 400, 1.0f, LICE_BLIT_MODE_COPY);
+  delete whole;
+  return panel;
+}
+
+int VeltraOnScreen::WaitForExit(double timeoutSec) { return run.veltra.StopWith(0, timeoutSec); }
+
+double ChangedShare(LICE_IBitmap* a, LICE_IBitmap* b, int l, int t, int r, int bottom)
+{
+  int changed = 0;
+  for (int y = t; y < bottom; ++y)
+    for (int x = l; x < r; ++x) changed += (LICE_GetPixel(a, x, y) | 0xFF) != (LICE_GetPixel(b, x, y) | 0xFF);
+  return (double)changed / ((r - l) * (bottom - t));
+}

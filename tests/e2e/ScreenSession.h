@@ -1,0 +1,42 @@
+#pragma once
+// VELTRA with its window on a private X server and its sound on a private
+// JACK server: the common start of the tests that act as a user would, with
+// the mouse and the keyboard, and listen to the result.
+
+#include "JackSession.h"
+#include "XSession.h"
+
+#include <memory>
+
+class LICE_IBitmap;
+
+struct VeltraOnScreen
+{
+  explicit VeltraOnScreen(double maxSeconds = 60.0) : run(maxSeconds) {}
+  ~VeltraOnScreen();
+
+  // Starts both servers and VELTRA (with settings, when given), and waits
+  // for the main window. Empty on success, else what failed.
+  std::string Start(const std::string& settings = "");
+  // A panel point on the screen.
+  int ScreenX(int panelX) const { return panelLeft + panelX; }
+  int ScreenY(int panelY) const { return panelTop + panelY; }
+  void ClickPanel(int x, int y, int button = 1) const { xserver.Click(ScreenX(x), ScreenY(y), button); }
+  void DragPanel(const std::vector<std::pair<int, int>>& points) const;
+  // Opens a menu of the menu bar ("File" or "Help") and chooses its n-th item
+  // (0-based) by keyboard.
+  void ChooseMenuItem(const std::string& menu, int item) const;
+  // The panel's 920 x 400 pixels as the screen shows them; owned by the
+  // caller.
+  LICE_IBitmap* PanelShot(const std::string& name) const;
+  // Waits for VELTRA to end; its wait status, or -1.
+  int WaitForExit(double timeoutSec);
+
+  XServer xserver;
+  PlayingVeltra run;
+  unsigned long window = 0;
+  int panelLeft = 0, panelTop = 0;
+};
+
+// The share of two panel shots' pixels that differ inside a rectangle.
+double ChangedShare(LICE_IBitmap* a, LICE_IBitmap* b, int l, int t, int r, int bottom);

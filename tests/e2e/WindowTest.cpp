@@ -1,0 +1,107 @@
+// VELTRA's window on a real X server: what it shows, and every way out.
+
+#include "IGraphics.h"
+#include "ScreenSession.h"
+#include "VELTRA.h"
+#include "swell-gdi.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <sys/wait.h>
+
+namespace
+{
+void ExpectCleanExit(int status, const VeltraProcess& veltra)
+{
+  ASSERT_NE(status, -1) << "VELTRA did not end";
+  EXPECT_TRUE(WIFEXITED(status)) << "ended by signal " << (WIFSIGNALED(status) ? WTERMSIG(status) : 0);
+  EXPECT_EQ(WEXITSTATUS(status), 0) << veltra.Errors();
+}
+} // namespace
+
+// Without a sound device the panel stands still (no meter moves), so the
+// screen must show exactly what the engine draws: the same panel, drawn
+// here by the instrument's own code.
+TEST(Window, ShowsThePanelBelowItsMenuBarExactlyAsTheEngineDrawsIt)
+{
+  XServer x;
+  std::string error;
+  ASSERT_TRUE(x.Start(&error)) << error;
+  TempDir home;
+  VeltraProcess veltra;
+  ASSERT_TRUE(veltra.Start(VELTRA_EXE, "veltra-e2e-no-server", home.Path(), x.Env()));
+  const unsigned long win = x.WaitForWindow("^VELTRA$", 20.0);
+  ASSERT_NE(win, 0u) << veltra.Output() << veltra.Errors();
+  int wx, wy, w, h;
+  ASSERT_TRUE(x.Geometry(win, &wx, &wy, &w, &h));
+  EXPECT_EQ(w, 920);
+  EXPECT_GT(h, 400) << "a menu bar above the panel";
+  EXPECT_NEAR(wx + w / 2, 640, 2) << "centred on the 1280 x 800 screen";
+
+  SWELL_InstallGfxBackend();
+  std::unique_ptr<VELTRA> plug((VELTRA*)MakePlug(nullptr, nullptr));
+  plug->RestorePreset(0);
+  IGraphics* gui = plug->GetGUI();
+  IRECT all(0, 0, 920, 400);
+  gui->Draw(&all);
+  // The first frames arrive once the window is mapped: look until they have.
+  int different = 0, firstX = -1, firstY = -1;
+  const double start = Now();
+  do {
+    std::unique_ptr<LICE_IBitmap> shot(x.Screenshot(win, home.File("window.png")));
+    ASSERT_TRUE(shot);
+    different = 0;
+    for (int y = 0; y < 400; ++y)
+      for (int px = 0; px < 920; ++px)
+      {
+        const LICE_pixel want = LICE_GetPixel(gui->GetDrawBitmap(), px, y) | 0xFF;
+        const LICE_pixel seen = LICE_GetPixel(shot.get(), px, y + h - 400) | 0xFF;
+        if (want != seen && different++ == 0) firstX = px, firstY = y;
+      }
+  } while (different && SecondsSince(start) < 10.0);
+  EXPECT_EQ(different, 0) << "first difference at " << firstX << "," << firstY;
+  ExpectCleanExit(veltra.StopWith(SIGTERM, 15.0), veltra);
+}
+
+TEST(Window, AboutShowsTheMakerAndTheBuildDate)
+{
+  VeltraOnScreen s;
+  ASSERT_EQ(s.Start(), "");
+  s.ChooseMenuItem("Help", 0);
+  const unsigned long box = s.xserver.WaitForWindow("^VELTRA$", 10.0, {s.window});
+  ASSERT_NE(box, 0u) << "the About box";
+  std::unique_ptr<LICE_IBitmap> shot(s.xserver.Screenshot(box, s.run.home.File("about.png")));
+  ASSERT_TRUE(shot);
+  EXPECT_LT(shot->getWidth(), 920) << "a box of its own, not the main window";
+  s.xserver.Key("Return"); // OK
+  EXPECT_TRUE(s.xserver.WaitForWindowGone(box, 10.0));
+  EXPECT_TRUE(s.run.veltra.Running()) << "closing the box leaves VELTRA running";
+}
+
+// Quit from the menu, Ctrl+Q and the window manager's close all end VELTRA
+// through its clean-up, with status 0.
+TEST(Window, FileQuitEndsVeltra)
+{
+  VeltraOnScreen s;
+  ASSERT_EQ(s.Start(), "");
+  s.ChooseMenuItem("File", 1);
+  ExpectCleanExit(s.WaitForExit(15.0), s.run.veltra);
+  EXPECT_FALSE(s.run.recorder.PortsExist("VELTRA:")) << "the stream closed";
+}
+
+TEST(Window, CtrlQEndsVeltra)
+{
+  VeltraOnScreen s;
+  ASSERT_EQ(s.Start(), "");
+  s.xserver.Move(s.ScreenX(460), s.ScreenY(200));
+  s.xserver.Key("ctrl+q");
+  ExpectCleanExit(s.WaitForExit(15.0), s.run.veltra);
+}
+
+TEST(Window, ClosingTheWindowEndsVeltra)
+{
+  VeltraOnScreen s;
+  ASSERT_EQ(s.Start(), "");
+  ASSERT_TRUE(s.xserver.CloseWindow(s.window));
+  ExpectCleanExit(s.WaitForExit(15.0), s.run.veltra);
+}
