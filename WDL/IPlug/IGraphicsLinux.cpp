@@ -595,6 +595,7 @@ void IGraphicsLinux::PromptForFile(WDL_String* fileName, EFileAction action, WDL
       save ? "Save" : "Open", owner, save ? GTK_FILE_CHOOSER_ACTION_SAVE : GTK_FILE_CHOOSER_ACTION_OPEN, "_Cancel",
       GTK_RESPONSE_CANCEL, save ? "_Save" : "_Open", GTK_RESPONSE_ACCEPT, nullptr);
   GtkFileChooser* chooser = GTK_FILE_CHOOSER(dlg);
+  gtk_window_set_default_size(GTK_WINDOW(dlg), 760, 520);
   gtk_dialog_set_default_response(GTK_DIALOG(dlg), GTK_RESPONSE_ACCEPT);
   gtk_file_chooser_set_current_folder(chooser, folder.c_str());
   gtk_file_chooser_set_local_only(chooser, TRUE);

@@ -38,18 +38,32 @@ void VeltraOnScreen::DragPanel(const std::vector<std::pair<int, int>>& points) c
   xserver.Drag(screen);
 }
 
-void VeltraOnScreen::ChooseMenuItem(const std::string& menu, int item) const
+namespace
 {
-  // File and Help stand at the left of the menu bar. The menu is open once
-  // its window shows; a click that came too early is repeated.
-  const std::vector<unsigned long> before = xserver.Windows("");
+// Clicks at a screen point until a menu's window shows (a click that came
+// too early is repeated), then walks down to the item and takes it.
+void ClickAndChoose(const XServer& x, int sx, int sy, int item)
+{
+  const std::vector<unsigned long> before = x.Windows("");
   for (int attempt = 0; attempt < 3; ++attempt)
   {
-    xserver.Click(panelLeft + (menu == "File" ? 18 : 55), panelTop - 12);
-    if (xserver.WaitForWindow("", 5.0, before)) break;
+    x.Click(sx, sy);
+    if (x.WaitForWindow("", 5.0, before)) break;
   }
-  for (int i = 0; i <= item; ++i) xserver.Key("Down");
-  xserver.Key("Return");
+  for (int i = 0; i <= item; ++i) x.Key("Down");
+  x.Key("Return");
+}
+} // namespace
+
+void VeltraOnScreen::ChooseMenuItem(const std::string& menu, int item) const
+{
+  // File and Help stand at the left of the menu bar.
+  ClickAndChoose(xserver, panelLeft + (menu == "File" ? 18 : 55), panelTop - 12, item);
+}
+
+void VeltraOnScreen::ChoosePopupItem(int x, int y, int item) const
+{
+  ClickAndChoose(xserver, ScreenX(x), ScreenY(y), item);
 }
 
 LICE_IBitmap* VeltraOnScreen::PanelShot(const std::string& name) const

@@ -24,8 +24,10 @@ struct VeltraOnScreen
   void ClickPanel(int x, int y, int button = 1) const { xserver.Click(ScreenX(x), ScreenY(y), button); }
   void DragPanel(const std::vector<std::pair<int, int>>& points) const;
   // Opens a menu of the menu bar ("File" or "Help") and chooses its n-th item
-  // (0-based) by keyboard.
+  // (0-based, separators not counted) by keyboard.
   void ChooseMenuItem(const std::string& menu, int item) const;
+  // The same for the popup menu that a click at a panel point opens.
+  void ChoosePopupItem(int x, int y, int item) const;
   // The panel's 920 x 400 pixels as the screen shows them; owned by the
   // caller.
   LICE_IBitmap* PanelShot(const std::string& name) const;

@@ -192,6 +192,13 @@ void XServer::Drag(const std::vector<std::pair<int, int>>& points, int button) c
 
 void XServer::Key(const std::string& keys) const { Run({"xdotool", "key", "--delay", "40", keys}); }
 
+void XServer::Focus(unsigned long win) const
+{
+  int x, y, w, h;
+  if (Geometry(win, &x, &y, &w, &h)) Move(x + w / 2, y + h / 2);
+  Run({"xdotool", "windowfocus", "--sync", std::to_string(win)});
+}
+
 void XServer::Type(const std::string& text) const { Run({"xdotool", "type", "--delay", "20", text}); }
 
 LICE_IBitmap* XServer::Screenshot(unsigned long win, const std::string& path) const

@@ -38,6 +38,8 @@ public:
   // releases at the last.
   void Drag(const std::vector<std::pair<int, int>>& points, int button = 1) const;
   void Key(const std::string& keys) const;
+  // Gives a window the keyboard, as a click on it would.
+  void Focus(unsigned long win) const;
   void Type(const std::string& text) const;
   // The window as a bitmap; null on failure.
   LICE_IBitmap* Screenshot(unsigned long win, const std::string& path) const;

@@ -1,0 +1,212 @@
+// VELTRA's panel played as a user plays it: the mouse on the keys, knobs,
+// switches and the program menu, the file dialogs answered by keyboard, and
+// the result heard on the JACK recording or read from the files written.
+
+#include "MidiSender.h"
+#include "ScreenSession.h"
+#include "Signal.h"
+#include "VELTRA.h"
+#include "lice.h"
+
+#include <cmath>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <memory>
+#include <sys/wait.h>
+
+namespace
+{
+constexpr size_t kRate = 44100;
+const std::string kVirtualInput = "[midi]\nindev=virtual input\n";
+
+// Records for the given seconds and answers the frames in that span.
+std::pair<size_t, size_t> Listen(VeltraOnScreen& s, double seconds)
+{
+  const size_t from = s.run.recorder.Frames();
+  EXPECT_TRUE(s.run.recorder.WaitForFrames(from + (size_t)(seconds * kRate), 20.0));
+  return {from, s.run.recorder.Frames()};
+}
+
+double LevelOf(VeltraOnScreen& s, std::pair<size_t, size_t> span)
+{
+  return Rms(s.run.recorder.Left(), span.first, span.second);
+}
+
+// The share of a tone's energy above its fundamental, by the Goertzel
+// filter at the first eight harmonics: a sine has none, FM plenty.
+double OvertoneShare(const std::vector<float>& v, size_t from, size_t to, double f0)
+{
+  double total = 0.0, above = 0.0;
+  for (int k = 1; k <= 8; ++k)
+  {
+    const double w = 2.0 * M_PI * f0 * k / (double)kRate;
+    double s1 = 0.0, s2 = 0.0;
+    for (size_t i = from; i < to; ++i)
+    {
+      const double s0 = v[i] + 2.0 * std::cos(w) * s1 - s2;
+      s2 = s1;
+      s1 = s0;
+    }
+    const double power = s1 * s1 + s2 * s2 - 2.0 * std::cos(w) * s1 * s2;
+    total += power;
+    if (k > 1) above += power;
+  }
+  return total > 0.0 ? above / total : 0.0;
+}
+
+// The normalised values of a program file in the parameter form.
+std::vector<float> ProgramValues(const std::string& path)
+{
+  std::ifstream f(path, std::ios::binary);
+  std::vector<unsigned char> bytes((std::istreambuf_iterator<char>(f)), {});
+  std::vector<float> values;
+  for (size_t at = 56; at + 4 <= bytes.size(); at += 4)
+  {
+    const uint32_t u =
+        (uint32_t)bytes[at] << 24 | (uint32_t)bytes[at + 1] << 16 | (uint32_t)bytes[at + 2] << 8 | bytes[at + 3];
+    float v;
+    memcpy(&v, &u, 4);
+    values.push_back(v);
+  }
+  return values;
+}
+
+bool WaitForFile(const std::string& path, double timeoutSec)
+{
+  const double start = Now();
+  while (SecondsSince(start) < timeoutSec)
+  {
+    if (std::ifstream(path).good()) return true;
+    Sleep(0.05);
+  }
+  return false;
+}
+
+// Knob centres on the panel, by their control's place.
+const int kCutoffX = 588, kCutoffY = 68;  // Filter Cutoff at (570, 50)
+const int kMasterX = 831, kMasterY = 298; // Master Volume at (813, 280)
+} // namespace
+
+TEST(Panel, AClickedKeySoundsAtItsPitchUntilReleased)
+{
+  VeltraOnScreen s;
+  ASSERT_EQ(s.Start(), "");
+  ASSERT_TRUE(s.run.recorder.WaitForFrames(kRate, 20.0)); // past the silent start
+  // The key of note 60: the first white key of the second octave, low on it.
+  const int x = 180 + 140 + 10, y = 269 + 95;
+  s.xserver.Move(s.ScreenX(x), s.ScreenY(y));
+  const size_t pressed = s.run.recorder.Frames();
+  s.xserver.Run({"xdotool", "mousedown", "1"});
+  const auto held = Listen(s, 1.0);
+  s.xserver.Run({"xdotool", "mouseup", "1"});
+  const auto after = Listen(s, 1.5);
+
+  const std::vector<float>& out = s.run.recorder.Left();
+  size_t onset = pressed;
+  while (onset < held.second && std::fabs(out[onset]) < 1e-6f) ++onset;
+  ASSERT_LT(onset, held.second) << "the key made no sound";
+  // Note 60 lasts 169 whole samples a cycle: 260.9 Hz.
+  EXPECT_NEAR(Fundamental(out, onset + kRate / 10, held.second, (double)kRate), 44100.0 / 169.0, 1.0);
+  const double level = Rms(out, onset + kRate / 10, held.second);
+  EXPECT_GT(level, 0.02);
+  EXPECT_LT(Rms(out, after.second - kRate / 4, after.second), level * 1e-3) << "the release ends the note";
+}
+
+TEST(Panel, KnobsAndSwitchesChangeTheSoundAndMidiNotesShowOnTheKeys)
+{
+  VeltraOnScreen s;
+  ASSERT_EQ(s.Start(kVirtualInput), "");
+  MidiSender midi;
+  ASSERT_TRUE(midi.ConnectTo("To VELTRA", 20.0));
+  ASSERT_TRUE(s.run.recorder.WaitForFrames(kRate, 20.0));
+  std::unique_ptr<LICE_IBitmap> before(s.PanelShot("before.png"));
+
+  midi.Send({0x90, 64, 110}); // E of the second octave, held from MIDI
+  const auto fm = Listen(s, 1.0);
+  std::unique_ptr<LICE_IBitmap> held(s.PanelShot("held.png"));
+  // The key of note 64, below the black keys: 180 + 140 + 2 * 20.
+  EXPECT_GT(ChangedShare(before.get(), held.get(), 362, 345, 378, 375), 0.9) << "the held key shows pressed";
+  EXPECT_LT(ChangedShare(before.get(), held.get(), 382, 345, 398, 375), 0.01) << "its neighbour does not";
+
+  // Master Volume dragged down by two knob heights: from 1.0 to 0.5.
+  s.DragPanel({{kMasterX, kMasterY}, {kMasterX, kMasterY + 72}});
+  const auto quieter = Listen(s, 1.0);
+  const double full = LevelOf(s, {fm.first + kRate / 4, fm.second});
+  EXPECT_NEAR(LevelOf(s, quieter) / full, 0.5, 0.05) << "the level follows the knob";
+
+  // Synth Mode from FM to the sum of two sines: the overtones go.
+  const double f0 = 44100.0 / 134.0; // note 64: 134 samples a cycle
+  const double fmShare = OvertoneShare(s.run.recorder.Left(), quieter.first, quieter.second, f0);
+  s.ClickPanel(490, 111);
+  const auto sum = Listen(s, 1.0);
+  const double sumShare = OvertoneShare(s.run.recorder.Left(), sum.first + kRate / 10, sum.second, f0);
+  EXPECT_GT(fmShare, 0.05);
+  EXPECT_LT(sumShare, fmShare / 10) << "FM " << fmShare << ", sum " << sumShare;
+  std::unique_ptr<LICE_IBitmap> switched(s.PanelShot("switched.png"));
+  EXPECT_GT(ChangedShare(held.get(), switched.get(), 480, 95, 500, 127), 0.2) << "the switch shows its new state";
+
+  midi.Send({0x80, 64, 0});
+  Listen(s, 0.5);
+  std::unique_ptr<LICE_IBitmap> released(s.PanelShot("released.png"));
+  EXPECT_LT(ChangedShare(before.get(), released.get(), 362, 345, 378, 375), 0.01) << "the key comes up again";
+}
+
+TEST(Panel, ProgramsSaveAndLoadThroughTheFileDialogs)
+{
+  VeltraOnScreen s;
+  ASSERT_EQ(s.Start(kVirtualInput), "");
+  MidiSender midi;
+  ASSERT_TRUE(midi.ConnectTo("To VELTRA", 20.0));
+
+  // Filter Cutoff turned down by one knob height: from 1.0 to 0.75.
+  s.DragPanel({{kCutoffX, kCutoffY}, {kCutoffX, kCutoffY + 36}});
+  std::unique_ptr<LICE_IBitmap> before(s.PanelShot("before.png"));
+  const std::string saved = s.run.home.File("mine.fxp");
+  s.ChoosePopupItem(450, 240, 0); // Save Program...
+  const unsigned long save = s.xserver.WaitForWindow("^Save$", 20.0);
+  ASSERT_NE(save, 0u) << "the save dialog";
+  s.xserver.Focus(save);
+  s.xserver.Key("ctrl+a");
+  s.xserver.Type(saved);
+  s.xserver.Key("Return");
+  ASSERT_TRUE(WaitForFile(saved, 20.0));
+  ASSERT_TRUE(s.xserver.WaitForWindowGone(save, 10.0));
+  Sleep(0.3);
+  const std::vector<float> values = ProgramValues(saved);
+  ASSERT_EQ(values.size(), (size_t)kNumParams);
+  EXPECT_NEAR(values[kFilterCutoff], 0.75, 1e-6);
+  EXPECT_EQ(values[kMasterVolume], 1.0f) << "untouched knobs keep their values";
+  EXPECT_EQ(values[kOP1Octave], 0.5f);
+  std::unique_ptr<LICE_IBitmap> named(s.PanelShot("named.png"));
+  EXPECT_GT(ChangedShare(before.get(), named.get(), 295, 215, 410, 235), 0.02) << "the display shows the file";
+
+  // A program made elsewhere, with other values.
+  const std::string other = s.run.home.File("other.fxp");
+  {
+    std::unique_ptr<VELTRA> maker((VELTRA*)MakePlug(nullptr, nullptr));
+    maker->RestorePreset(0);
+    maker->GetParam(kMasterVolume)->Set(0.2);
+    maker->GetParam(kOP1Waveform)->Set(4);
+    WDL_String path(other.c_str());
+    ASSERT_TRUE(maker->SaveProgramAsFXP(&path));
+  }
+  midi.Send({0x90, 69, 120});
+  const auto playing = Listen(s, 1.0);
+  s.ChoosePopupItem(450, 240, 1); // Load Program...
+  const unsigned long open = s.xserver.WaitForWindow("^Open$", 20.0);
+  ASSERT_NE(open, 0u) << "the open dialog";
+  s.xserver.Focus(open);
+  s.xserver.Key("ctrl+l");
+  s.xserver.Type(other);
+  s.xserver.Key("Return");
+  ASSERT_TRUE(s.xserver.WaitForWindowGone(open, 10.0));
+  Listen(s, 0.3);
+  const auto loaded = Listen(s, 1.0);
+  EXPECT_LT(LevelOf(s, loaded), 0.5 * LevelOf(s, playing)) << "the program's volume is heard";
+  std::unique_ptr<LICE_IBitmap> after(s.PanelShot("loaded.png"));
+  EXPECT_GT(ChangedShare(named.get(), after.get(), 813, 280, 849, 316), 0.1) << "Master Volume moved";
+  EXPECT_GT(ChangedShare(named.get(), after.get(), 570, 50, 606, 86), 0.1) << "Filter Cutoff moved back";
+  EXPECT_GT(ChangedShare(named.get(), after.get(), 30, 40, 66, 76), 0.05) << "OP1 Waveform moved";
+  EXPECT_GT(ChangedShare(named.get(), after.get(), 295, 215, 410, 235), 0.02) << "the display shows the new name";
+  midi.Send({0x80, 69, 0});
+}

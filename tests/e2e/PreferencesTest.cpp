@@ -1,0 +1,130 @@
+// The preferences dialog driven as a user drives it: opened from the File
+// menu, combo boxes opened with a click and chosen by keyboard, and the
+// buttons pressed. What it did is heard on the recording, read in the
+// console and in settings.ini.
+
+#include "MidiSender.h"
+#include "ScreenSession.h"
+#include "Signal.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+namespace
+{
+constexpr size_t kRate = 44100;
+
+// The dialog's controls by their place in it (dialog units are pixels).
+struct DialogPoint
+{
+  int x, y;
+};
+const DialogPoint kIOVS = {245, 61}, kMidiIn = {95, 304}, kMidiInChan = {245, 304};
+const DialogPoint kOK = {217, 393}, kApply = {157, 393}, kCancel = {277, 393};
+
+unsigned long OpenPreferences(VeltraOnScreen& s)
+{
+  s.ChooseMenuItem("File", 0);
+  return s.xserver.WaitForWindow("^Preferences$", 20.0);
+}
+
+void At(VeltraOnScreen& s, unsigned long dialog, DialogPoint p, int* x, int* y)
+{
+  int w, h;
+  s.xserver.Geometry(dialog, x, y, &w, &h);
+  *x += p.x;
+  *y += p.y;
+}
+
+void Press(VeltraOnScreen& s, unsigned long dialog, DialogPoint button)
+{
+  int x, y;
+  At(s, dialog, button, &x, &y);
+  s.xserver.Click(x, y);
+}
+
+// Opens a combo box with a click and moves down by steps entries.
+void ChooseInCombo(VeltraOnScreen& s, unsigned long dialog, DialogPoint combo, int steps)
+{
+  int x, y;
+  At(s, dialog, combo, &x, &y);
+  const std::vector<unsigned long> before = s.xserver.Windows("");
+  s.xserver.Click(x, y);
+  s.xserver.WaitForWindow("", 5.0, before); // its list
+  for (int i = 0; i < steps; ++i) s.xserver.Key("Down");
+  s.xserver.Key("Return");
+  Sleep(0.2);
+}
+
+// Whether a note sounds on the recording. A restarted stream comes with new
+// ports, which the recorder joins first; its silent start is waited out.
+bool Sounds(VeltraOnScreen& s, MidiSender& midi, std::vector<unsigned char> on)
+{
+  EXPECT_TRUE(s.run.recorder.ConnectTo("VELTRA:outport ", 10.0));
+  s.run.recorder.WaitForFrames(s.run.recorder.Frames() + kRate, 10.0);
+  const size_t from = s.run.recorder.Frames();
+  midi.Send(on);
+  s.run.recorder.WaitForFrames(from + kRate / 2, 10.0);
+  midi.Send({(unsigned char)(0x80 | (on[0] & 0x0F)), on[1], 0});
+  const size_t to = s.run.recorder.Frames();
+  s.run.recorder.WaitForFrames(to + kRate, 10.0); // the release
+  return Rms(s.run.recorder.Left(), from, to) > 1e-3;
+}
+
+size_t Count(const std::string& text, const std::string& what)
+{
+  size_t n = 0;
+  for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
+  return n;
+}
+} // namespace
+
+TEST(Preferences, AMidiInputAndChannelChosenWithOkActAndAreSaved)
+{
+  VeltraOnScreen s;
+  ASSERT_EQ(s.Start(), "");
+  const unsigned long dialog = OpenPreferences(s);
+  ASSERT_NE(dialog, 0u) << "File > Preferences... opens the dialog";
+  ChooseInCombo(s, dialog, kMidiIn, 1);     // off -> virtual input
+  ChooseInCombo(s, dialog, kMidiInChan, 2); // all -> 1 -> 2
+  Press(s, dialog, kOK);
+  ASSERT_TRUE(s.xserver.WaitForWindowGone(dialog, 10.0));
+
+  const std::string ini = ReadWholeFile(s.run.SettingsPath());
+  EXPECT_NE(ini.find("indev=virtual input\n"), std::string::npos) << ini;
+  EXPECT_NE(ini.find("inchan=2\n"), std::string::npos) << ini;
+  MidiSender midi;
+  ASSERT_TRUE(midi.ConnectTo("To VELTRA", 20.0)) << "the virtual port opened at once";
+  EXPECT_FALSE(Sounds(s, midi, {0x90, 69, 120})) << "channel 1 is filtered";
+  EXPECT_TRUE(Sounds(s, midi, {0x91, 69, 120})) << "channel 2 plays";
+}
+
+TEST(Preferences, ApplyRestartsTheStreamAndCancelPutsEverythingBack)
+{
+  VeltraOnScreen s;
+  ASSERT_EQ(s.Start("[midi]\nindev=virtual input\n"), "");
+  MidiSender midi;
+  ASSERT_TRUE(midi.ConnectTo("To VELTRA", 20.0));
+  ASSERT_TRUE(s.run.recorder.WaitForFrames(kRate, 20.0));
+  const std::string iniBefore = ReadWholeFile(s.run.SettingsPath());
+  ASSERT_FALSE(iniBefore.empty());
+
+  const unsigned long dialog = OpenPreferences(s);
+  ASSERT_NE(dialog, 0u);
+  ChooseInCombo(s, dialog, kIOVS, 1); // 512 -> 1024
+  Press(s, dialog, kApply);
+  const std::string restarted = "trying to start audio stream @ 44100 sr, 1024 iovs, 32 sigvs";
+  const double start = Now();
+  while (Count(s.run.veltra.Output(), restarted) == 0 && SecondsSince(start) < 10.0) Sleep(0.05);
+  EXPECT_EQ(Count(s.run.veltra.Output(), restarted), 1u) << s.run.veltra.Output();
+  EXPECT_EQ(s.xserver.Windows("^Preferences$").size(), 1u) << "Apply leaves the dialog open";
+
+  ChooseInCombo(s, dialog, kMidiInChan, 3); // all -> 3: channel 1 would be filtered
+  Press(s, dialog, kCancel);
+  ASSERT_TRUE(s.xserver.WaitForWindowGone(dialog, 10.0));
+  EXPECT_EQ(ReadWholeFile(s.run.SettingsPath()), iniBefore) << "Cancel writes nothing";
+  const std::string out = s.run.veltra.Output();
+  EXPECT_EQ(Count(out, "trying to start audio stream @ 44100 sr, 512 iovs, 32 sigvs"), 2u)
+      << "the stream restarted as it was: " << out;
+  EXPECT_TRUE(Sounds(s, midi, {0x90, 69, 120})) << "channel 1 plays again, as before";
+}
