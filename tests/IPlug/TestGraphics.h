@@ -119,8 +119,10 @@ public:
   void DesktopPath(WDL_String* path) override { path->Set((mFolder.Path() + "/Desktop").c_str()); }
   void AppSupportPath(WDL_String* path, bool) override { path->Set((mFolder.Path() + "/config").c_str()); }
   void SandboxSafeAppSupportPath(WDL_String* path) override { path->Set((mFolder.Path() + "/Music").c_str()); }
+  std::string mProposedName; // what the last file dialog was given
   void PromptForFile(WDL_String* fileName, EFileAction, WDL_String* dir, const char*) override
   {
+    mProposedName = fileName->Get();
     if (dir && !dir->GetLength()) dir->Set("~/Desktop");
     fileName->Set("");
     if (mFileAnswers.empty()) return;

@@ -19,7 +19,7 @@ struct DialogPoint
 {
   int x, y;
 };
-const DialogPoint kIOVS = {245, 61}, kMidiIn = {95, 304}, kMidiInChan = {245, 304};
+const DialogPoint kDriver = {95, 61}, kIOVS = {245, 61}, kMidiIn = {95, 304}, kMidiInChan = {245, 304};
 const DialogPoint kOK = {217, 393}, kApply = {157, 393}, kCancel = {277, 393};
 
 unsigned long OpenPreferences(VeltraOnScreen& s)
@@ -46,12 +46,14 @@ void Press(VeltraOnScreen& s, unsigned long dialog, DialogPoint button)
 // Opens a combo box with a click and moves down by steps entries.
 void ChooseInCombo(VeltraOnScreen& s, unsigned long dialog, DialogPoint combo, int steps)
 {
+  const char* key = steps < 0 ? "Up" : "Down";
+  steps = std::abs(steps);
   int x, y;
   At(s, dialog, combo, &x, &y);
   const std::vector<unsigned long> before = s.xserver.Windows("");
   s.xserver.Click(x, y);
   s.xserver.WaitForWindow("", 5.0, before); // its list
-  for (int i = 0; i < steps; ++i) s.xserver.Key("Down");
+  for (int i = 0; i < steps; ++i) s.xserver.Key(key);
   s.xserver.Key("Return");
   Sleep(0.2);
 }
@@ -127,4 +129,30 @@ TEST(Preferences, ApplyRestartsTheStreamAndCancelPutsEverythingBack)
   EXPECT_EQ(Count(out, "trying to start audio stream @ 44100 sr, 512 iovs, 32 sigvs"), 2u)
       << "the stream restarted as it was: " << out;
   EXPECT_TRUE(Sounds(s, midi, {0x90, 69, 120})) << "channel 1 plays again, as before";
+}
+
+// ALSA without sound cards offers no device: OK leaves VELTRA silent but
+// running, and the dialog can bring the sound back.
+TEST(Preferences, ADriverWithoutDevicesLeavesVeltraSilentAndTheDialogUsable)
+{
+  VeltraOnScreen s;
+  ASSERT_EQ(s.Start(), "");
+  unsigned long dialog = OpenPreferences(s);
+  ASSERT_NE(dialog, 0u);
+  ChooseInCombo(s, dialog, kDriver, 3); // Default -> Jack -> Pulse -> ALSA
+  EXPECT_FALSE(s.run.recorder.PortsExist("VELTRA:")) << "a driver change replaces the audio object at once";
+  Press(s, dialog, kOK);
+  ASSERT_TRUE(s.xserver.WaitForWindowGone(dialog, 10.0));
+  Sleep(1.0);
+  EXPECT_TRUE(s.run.veltra.Running());
+  EXPECT_FALSE(s.run.recorder.PortsExist("VELTRA:"));
+
+  dialog = OpenPreferences(s);
+  ASSERT_NE(dialog, 0u) << "the dialog opens again";
+  ChooseInCombo(s, dialog, kDriver, -2); // back to Jack, its first devices
+  Press(s, dialog, kApply);
+  EXPECT_TRUE(s.run.recorder.ConnectTo("VELTRA:outport ", 20.0)) << "the stream runs again";
+  Press(s, dialog, kOK);
+  EXPECT_TRUE(s.xserver.WaitForWindowGone(dialog, 10.0));
+  EXPECT_TRUE(s.run.veltra.Running());
 }

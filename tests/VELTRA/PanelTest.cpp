@@ -1,0 +1,195 @@
+// VELTRA's panel as built: its geometry against its art, the on-screen
+// keyboard's rules, and the program menu driven on the test platform.
+
+#include "IKeyboardControl.h"
+#include "PresetFunctionsMenu.h"
+#include "TestGraphics.h"
+#include "VELTRATestUtil.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+IMouseMod Left() { return IMouseMod(true); }
+
+bool Overlap(const IRECT& a, const IRECT& b) { return a.L < b.R && b.L < a.R && a.T < b.B && b.T < a.B; }
+
+struct Keys
+{
+  Keys() : rig(), keyboard(rig.mPlug->mKeyboard), r(keyboard->GetRECT()) {}
+  // A point of the white key w (0 upward) at height y below the top.
+  int WhiteX(int w) const { return r.L + w * 20 + 10; }
+  VeltraRig rig;
+  IKeyboardControl* keyboard;
+  IRECT r;
+};
+} // namespace
+
+TEST(Panel, ArtAndControlsFitThePanelWithoutOverlaps)
+{
+  VeltraRig rig;
+  IGraphics* gui = rig.mPlug->GetGUI();
+  ASSERT_EQ(gui->GetNControls(), 48);
+  EXPECT_EQ(gui->Width(), 920);
+  EXPECT_EQ(gui->Height(), 400);
+  const IRECT panel(0, 0, 920, 400);
+  EXPECT_EQ(gui->GetControl(0)->GetRECT(), panel) << "the background fills the panel";
+
+  for (int i = 1; i < gui->GetNControls(); ++i)
+  {
+    const IRECT r = gui->GetControl(i)->GetRECT();
+    EXPECT_TRUE(r.W() > 0 && r.H() > 0) << "control " << i << " has no art";
+    EXPECT_TRUE(r.L >= 0 && r.T >= 0 && r.R <= 920 && r.B <= 400) << "control " << i << " leaves the panel";
+    for (int j = 1; j < i; ++j)
+      EXPECT_FALSE(Overlap(r, gui->GetControl(j)->GetRECT())) << "controls " << j << " and " << i << " overlap";
+  }
+  // Controls 1 to 44 stand for parameters 0 to 43; the meters take no mouse.
+  for (int p = 0; p < kNumParams; ++p) EXPECT_EQ(gui->GetControl(p + 1)->ParamIdx(), p);
+  for (int meter : {kARMeterControl, kLFOMeterControl, kPWMMeterControl})
+    EXPECT_TRUE(gui->GetControl(meter)->GetTargetRECT().Empty()) << meter;
+
+  // Every strip is a whole number of frames of the size its controls take.
+  struct Strip
+  {
+    const char* name;
+    int frames, w, h;
+  } strips[] = {{"bg.png", 1, 920, 400},  {"knob.png", 60, 36, 36},  {"knobn.png", 9, 36, 36},
+                {"knobf.png", 5, 36, 36}, {"switch.png", 2, 20, 32}, {"fadeled.png", 30, 12, 12},
+                {"fader.png", 1, 24, 14}, {"wk.png", 6, 20, 110},    {"bk.png", 1, 12, 68}};
+  for (const Strip& s : strips)
+  {
+    std::unique_ptr<LICE_IBitmap> bm(LICE_LoadPNGFromNamedResource((std::string("resources/img/") + s.name).c_str()));
+    ASSERT_TRUE(bm) << s.name;
+    EXPECT_EQ(bm->getWidth(), s.w) << s.name;
+    EXPECT_EQ(bm->getHeight(), s.h * s.frames) << s.name;
+  }
+}
+
+TEST(Panel, TheMetersFollowTheRenderLoop)
+{
+  VeltraRig rig;
+  IGraphics* gui = rig.mPlug->GetGUI();
+  rig.Set(kLFORate, 0.01);
+  rig.Render(44 * 50); // 50 ticks of 0.01
+  EXPECT_NEAR(gui->GetControl(kLFOMeterControl)->GetValue(), 0.5, 1e-9);
+  rig.NoteOn(60);
+  rig.Render(44 * 10);
+  EXPECT_GT(gui->GetControl(kARMeterControl)->GetValue(), 0.0) << "the AR envelope rises with a gate";
+  EXPECT_EQ(gui->GetControl(kPWMMeterControl)->GetValue(), 0.0) << "the pulse width moves only when on";
+}
+
+TEST(Keyboard, KeysUnderThePointerWithTheirVelocity)
+{
+  Keys k;
+  EXPECT_EQ(k.r, IRECT(180, 269, 760, 379)) << "four octaves and the top key of 20-pixel white keys";
+  IKeyboardControl* kb = k.keyboard;
+  // Upper zone, in the gap between C# (12..24) and D# (36..48): white D.
+  EXPECT_EQ(kb->GetMouseKey(k.r.L + 30, k.r.T + 10), 2);
+  EXPECT_EQ(kb->GetVelocity(), 1 + (int)(10.0 / 110.0 * 126 + 0.5)) << "measured on the whole key height";
+  // Black key 1 at its very top and at its last row.
+  EXPECT_EQ(kb->GetMouseKey(k.r.L + 12, k.r.T), 1);
+  EXPECT_EQ(kb->GetVelocity(), 1);
+  EXPECT_EQ(kb->GetMouseKey(k.r.L + 23, k.r.T + 67), 1);
+  EXPECT_EQ(kb->GetVelocity(), 1 + (int)(67.0 / 68.0 * 126 + 0.5));
+  // Right of a black key's last column is no longer that key.
+  EXPECT_EQ(kb->GetMouseKey(k.r.L + 24, k.r.T + 5), 2);
+  // A sharp in a higher octave, the top key, and outside.
+  EXPECT_EQ(kb->GetMouseKey(k.r.L + 2 * 140 + 120, k.r.T + 5), 2 * 12 + 10);
+  EXPECT_EQ(kb->GetMouseKey(k.r.R - 5, k.r.T + 5), 48) << "the top key, note 96";
+  EXPECT_EQ(kb->GetMouseKey(k.r.R, k.r.T + 5), -1);
+  EXPECT_EQ(kb->GetMouseKey(k.r.L + 5, k.r.B), -1);
+}
+
+TEST(Keyboard, TheMouseHoldsOneKeyAndLeavesMidiKeysAlone)
+{
+  Keys k;
+  IGraphics* gui = k.rig.mPlug->GetGUI();
+  IMouseMod left = Left(), right(false, true);
+  const int y = k.r.B - 5;
+  gui->OnMouseDown(k.WhiteX(0), y, &right);
+  EXPECT_EQ(k.keyboard->GetKey(), -1) << "the right button plays nothing";
+  gui->OnMouseUp(k.WhiteX(0), y, &right);
+
+  k.rig.NoteOn(50); // D of the lowest octave, held from MIDI
+  gui->OnMouseDown(k.WhiteX(0), y, &left);
+  EXPECT_EQ(k.keyboard->GetKey(), 0);
+  gui->OnMouseDrag(k.WhiteX(1), y, &left);
+  EXPECT_EQ(k.keyboard->GetKey(), 0) << "a key held from MIDI can't be taken";
+  gui->OnMouseDrag(k.WhiteX(2), y, &left);
+  EXPECT_EQ(k.keyboard->GetKey(), 4) << "a glissando";
+  gui->OnMouseDrag(k.WhiteX(2), k.r.B + 20, &left);
+  EXPECT_EQ(k.keyboard->GetKey(), -1) << "off the keys the note ends";
+  gui->OnMouseDrag(k.WhiteX(3), y, &left);
+  EXPECT_EQ(k.keyboard->GetKey(), 5) << "and back on them it plays again";
+  gui->OnMouseUp(k.WhiteX(3), y, &left);
+  EXPECT_EQ(k.keyboard->GetKey(), -1);
+}
+
+TEST(Keyboard, DrawsOnlyTheKeysThatAreDown)
+{
+  Keys k;
+  IGraphics* gui = k.rig.mPlug->GetGUI();
+  IRECT all(0, 0, 920, 400);
+  gui->Draw(&all);
+  LICE_MemBitmap before;
+  LICE_Copy(&before, gui->GetDrawBitmap());
+  auto changedAt = [&](int x, int y)
+  { return LICE_GetPixel(gui->GetDrawBitmap(), x, y) != LICE_GetPixel(&before, x, y); };
+
+  IRECT keys = k.r;
+  k.keyboard->SetDirty(false);
+  gui->Draw(&keys);
+  EXPECT_FALSE(changedAt(k.WhiteX(0), k.r.B - 5)) << "nothing held: the background's keys";
+
+  k.rig.NoteOn(48 + 48); // the top key, from MIDI
+  k.rig.NoteOn(48 + 1);  // C#
+  gui->Draw(&keys);
+  EXPECT_TRUE(changedAt(k.r.R - 10, k.r.B - 5)) << "the top key shows pressed";
+  EXPECT_TRUE(changedAt(k.r.L + 18, k.r.T + 30)) << "the black key shows pressed";
+  EXPECT_FALSE(changedAt(k.WhiteX(0), k.r.B - 5)) << "its white neighbours do not";
+  EXPECT_FALSE(changedAt(k.WhiteX(1), k.r.B - 5));
+}
+
+// The program menu on the test platform: the file dialogs answer from a
+// script, and the plug-in is a small one of the framework.
+TEST(PresetMenu, SavesAndLoadsProgramsAndShowsTheFileName)
+{
+  GuiRig rig(500, 300);
+  IText style;
+  ITextControl* display = new ITextControl(&rig.plug, IRECT(295, 215, 410, 255), &style, "No sound loaded.");
+  PresetFunctionsMenu* menu = new PresetFunctionsMenu(&rig.plug, IRECT(410, 210, 490, 250), display);
+  rig.gui->AttachControl(display);
+  rig.gui->AttachControl(menu);
+  rig.Attach();
+  IMouseMod left = Left(), right(false, true);
+
+  rig.gui->OnMouseDown(450, 230, &right);
+  EXPECT_TRUE(rig.gui->mMenusShown.empty()) << "the right button opens no menu";
+  EXPECT_TRUE(menu->IsDirty());
+
+  const std::string path = rig.gui->mFolder.File("lead.fxp");
+  rig.gui->mMenuAnswers.push_back({0});
+  rig.gui->mFileAnswers.push_back(path);
+  rig.plug.GetParam(GuiPlug::kLevel)->Set(0.9);
+  rig.gui->OnMouseDown(450, 230, &left);
+  ASSERT_EQ(rig.gui->mMenusShown.size(), 1u);
+  EXPECT_EQ(rig.gui->mMenusShown[0], (std::vector<std::string>{"Save Program...", "", "Load Program..."}));
+  EXPECT_EQ(rig.gui->mLastMenuRect, menu->GetRECT());
+  EXPECT_EQ(rig.gui->mProposedName, rig.plug.GetPresetName(0)) << "saving proposes the program's name";
+  EXPECT_STREQ(display->GetTextString(), "lead.fxp");
+  EXPECT_EQ(std::string(menu->GetPreviousPath()), rig.gui->mFolder.Path() + "/") << "the next dialog starts there";
+
+  // A cancelled load: the display goes blank, the program stays.
+  rig.plug.GetParam(GuiPlug::kLevel)->Set(0.1);
+  rig.gui->mMenuAnswers.push_back({2});
+  rig.gui->mFileAnswers.push_back("");
+  rig.gui->OnMouseDown(450, 230, &left);
+  EXPECT_STREQ(display->GetTextString(), "");
+  EXPECT_DOUBLE_EQ(rig.Param(GuiPlug::kLevel), 0.1);
+
+  rig.gui->mMenuAnswers.push_back({2});
+  rig.gui->mFileAnswers.push_back(path);
+  rig.gui->OnMouseDown(450, 230, &left);
+  EXPECT_NEAR(rig.Param(GuiPlug::kLevel), 0.9, 1e-6) << "the saved program came back";
+  EXPECT_STREQ(display->GetTextString(), "lead.fxp");
+}
