@@ -366,6 +366,9 @@ bool IGraphics::FillIConvexPolygon(const IColor* color, int* x, int* y, int npoi
 
 LICE_IFont* IGraphics::CacheFont(IText* text)
 {
+  // Fonts render through the window layer's text drawing; without it (a
+  // program that never shows text) no font can be made.
+  if (!LICE_GetGfxBackend()) return nullptr;
   if (LICE_IFont* found = s_fontCache.Find(text))
   {
     text->mCached = found;

@@ -15,17 +15,20 @@ std::string VeltraOnScreen::Start(const std::string& settings)
   if (!error.empty()) return error;
   window = xserver.WaitForWindow("^VELTRA$", 20.0);
   if (!window) return "no window titled VELTRA: " + run.veltra.Output() + run.veltra.Errors();
-  int x, y, w, h;
-  if (!xserver.Geometry(window, &x, &y, &w, &h)) return "no geometry of the window";
-  // The panel fills the window below the menu bar.
-  panelLeft = x;
-  panelTop = y + h - 400;
-  // Ready once the panel's first frame is on the screen.
+  // Ready once the window has its menu bar and the panel's first frame is
+  // on the screen; the window is placed and sized only then.
   const double start = Now();
   for (;;)
   {
-    std::unique_ptr<LICE_IBitmap> shot(PanelShot("start.png"));
-    if (shot && (LICE_GetPixel(shot.get(), 460, 390) & 0xFFFFFF00)) return std::string();
+    int x, y, w, h;
+    if (xserver.Geometry(window, &x, &y, &w, &h) && h > 400)
+    {
+      // The panel fills the window below the menu bar.
+      panelLeft = x;
+      panelTop = y + h - 400;
+      std::unique_ptr<LICE_IBitmap> shot(PanelShot("start.png"));
+      if (shot && (LICE_GetPixel(shot.get(), 460, 390) & 0xFFFFFF00)) return std::string();
+    }
     if (SecondsSince(start) > 20.0) return "the panel was never drawn";
     Sleep(0.1);
   }
