@@ -40,7 +40,13 @@ void Init()
   gPluginInstance->RestorePreset(0); // every parameter in force before the stream starts
   ChooseMidiInput(gState->mMidiInDev);
   ChooseMidiOutput(gState->mMidiOutDev);
-  TryToChangeAudio(); // without a device the application runs silent
+  // Without a device the application runs silent; it says so, in its own
+  // words rather than the sound libraries'.
+  if (!TryToChangeAudio())
+    printf(gAudioOutputDevs.empty()
+               ? "no audio device: running silent\n"
+               : "audio did not start: running silent; choose a device in File > Preferences...\n");
+  ReportMidiPorts();
   sStatusTimer = g_timeout_add(100, OnStatusTimer, nullptr);
 }
 

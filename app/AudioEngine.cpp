@@ -2,6 +2,7 @@
 
 #include "AppState.h"
 #include "IPlugStandalone.h"
+#include "QuietProbe.h"
 
 #include <rtaudio/RtAudio.h>
 
@@ -85,6 +86,7 @@ bool TryToChangeAudioDriverType()
   }
   try
   {
+    QuietProbe quiet; // "Default" asks every back-end whether it has devices
     gDAC = new RtAudio(ApiForDriverType(gState->mAudioDriverType));
   }
   catch (RtAudioError& e)
@@ -102,6 +104,7 @@ void ProbeAudioIO()
   gAudioIDDevNames.clear();
   if (!gDAC) return;
 
+  QuietProbe quiet;
   const unsigned int n = gDAC->getDeviceCount();
   for (unsigned int i = 0; i < n; ++i)
   {

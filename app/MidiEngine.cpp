@@ -3,6 +3,7 @@
 #include "AppState.h"
 #include "AudioEngine.h"
 #include "IPlugStandalone.h"
+#include "QuietProbe.h"
 #include "Settings.h"
 
 #include <rtmidi/RtMidi.h>
@@ -24,6 +25,7 @@ namespace
 template<class T>
 T* MakeMidiObject(const char* clientName)
 {
+  QuietProbe quiet; // JACK MIDI without a server says so at length
   std::vector<RtMidi::Api> apis;
   RtMidi::getCompiledApi(apis);
   if (access("/dev/snd/seq", F_OK) != 0)
@@ -120,6 +122,7 @@ bool InitialiseMidi()
 void ProbeMidiIO()
 {
   if (!gMidiIn || !gMidiOut) return;
+  QuietProbe quiet;
   gMIDIInputDevNames.push_back("off");
   gMIDIInputDevNames.push_back("virtual input");
   for (unsigned int i = 0, n = gMidiIn->getPortCount(); i < n; ++i)
@@ -157,6 +160,17 @@ bool ChooseMidiOutput(const char* name)
 {
   const int number = NumberOrOff(GetMIDIOutPortNumber(name), gState->mMidiOutDev);
   return Choose(gMidiOut, number, "From VELTRA", "RtMidi Output");
+}
+
+void ReportMidiPorts()
+{
+  if (!gMidiIn || !gMidiOut)
+  {
+    printf("no MIDI system found: MIDI is off\n");
+    return;
+  }
+  printf("MIDI on %s: input %s, output %s\n", RtMidi::getApiDisplayName(gMidiIn->getCurrentApi()).c_str(),
+         gState->mMidiInDev, gState->mMidiOutDev);
 }
 
 void MIDICallback(double, std::vector<unsigned char>* message, void*)

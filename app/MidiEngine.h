@@ -25,6 +25,8 @@ int GetMIDIOutPortNumber(const char* name);
 // which are rewritten at once. False only when the object is missing.
 bool ChooseMidiInput(const char* name);
 bool ChooseMidiOutput(const char* name);
+// Main thread: one console line on the MIDI system and the ports in use.
+void ReportMidiPorts();
 // MIDI thread: size rule, channel filter, then the instrument.
 void MIDICallback(double deltatime, std::vector<unsigned char>* message, void* userData);
 // Main thread, at exit: no more input reaches the instrument; both ports

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
 
@@ -24,22 +25,22 @@ char* MakeINIPath()
   return p;
 }
 
+bool FolderExists(const std::string& path)
+{
+  struct stat st;
+  return !stat(path.c_str(), &st) && S_ISDIR(st.st_mode);
+}
+
 // The settings folder with a closing slash: $XDG_CONFIG_HOME/VELTRA/ when
 // that is set and absolute, else $HOME/.config/VELTRA/. Empty without a
-// usable home folder.
+// usable home folder: a HOME that does not exist is not made.
 std::string SettingsFolder()
 {
   const char* xdg = getenv("XDG_CONFIG_HOME");
   if (xdg && xdg[0] == '/') return std::string(xdg) + "/VELTRA/";
   const char* homeDir = getenv("HOME");
-  if (homeDir && homeDir[0] == '/') return std::string(homeDir) + "/.config/VELTRA/";
+  if (homeDir && homeDir[0] == '/' && FolderExists(homeDir)) return std::string(homeDir) + "/.config/VELTRA/";
   return std::string();
-}
-
-bool FolderExists(const std::string& path)
-{
-  struct stat st;
-  return !stat(path.c_str(), &st) && S_ISDIR(st.st_mode);
 }
 
 // Creates the folder and any missing parents with mode 0777 under the
@@ -78,8 +79,24 @@ void WriteNumber(const char* section, const char* key, unsigned int value)
   snprintf(buf, sizeof(buf), "%u", value);
   WritePrivateProfileString(section, key, buf, gINIPath);
 }
+// A fresh name for a kept file: settings.ini.bad, then .bad.1, .bad.2 and
+// so on, opened only if nothing is there yet, so that no kept file is ever
+// overwritten.
+FILE* OpenFreshBadFile(std::string* name)
+{
+  for (int k = 0; k < 1000; ++k)
+  {
+    *name = std::string(gINIPath) + ".bad" + (k ? "." + std::to_string(k) : "");
+    const int fd = open(name->c_str(), O_WRONLY | O_CREAT | O_EXCL, 0666);
+    if (fd >= 0) return fdopen(fd, "wb");
+    if (errno != EEXIST) return nullptr;
+  }
+  return nullptr;
+}
+
 // A file with content but neither section cannot be settings: before the
-// defaults are written over it, it is kept beside, as settings.ini.bad.
+// defaults are written over it, it is kept beside, as settings.ini.bad (or
+// the next free .bad.N).
 void KeepUnreadableFile(long long size)
 {
   if (size <= 0) return;
@@ -87,9 +104,9 @@ void KeepUnreadableFile(long long size)
   const bool audio = GetPrivateProfileString("audio", nullptr, "", probe, sizeof(probe), gINIPath) > 0;
   const bool midi = GetPrivateProfileString("midi", nullptr, "", probe, sizeof(probe), gINIPath) > 0;
   if (audio || midi) return;
-  const std::string bad = std::string(gINIPath) + ".bad";
+  std::string bad;
   FILE* in = fopen(gINIPath, "rb");
-  FILE* out = in ? fopen(bad.c_str(), "wb") : nullptr;
+  FILE* out = in ? OpenFreshBadFile(&bad) : nullptr;
   bool ok = in && out;
   char buf[65536];
   for (size_t n; ok && (n = fread(buf, 1, sizeof(buf), in)) > 0;) ok = fwrite(buf, 1, n, out) == n;

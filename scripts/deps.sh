@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake pkg-config
-  librtaudio-dev librtmidi-dev
+  librtaudio-dev librtmidi-dev libasound2-dev
   libpng-dev zlib1g-dev
   libgtk-3-dev
   libsndfile1-dev

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
+#include <sys/stat.h>
 #include <vector>
 
 namespace
@@ -91,7 +92,35 @@ TEST(Settings, MissingKeysAreCompletedAndTextKept)
   EXPECT_STREQ(gINIPath, "");
   EXPECT_STREQ(fresh.mAudioSR, "44100");
 
+  // Nor with a home folder that does not exist: it is not made.
+  setenv("HOME", (dir + "/gone").c_str(), 1);
+  unsetenv("XDG_CONFIG_HOME");
+  EXPECT_EQ(LoadSettings(), 0);
+  EXPECT_STREQ(gINIPath, "");
+  struct stat st;
+  EXPECT_NE(stat((dir + "/gone").c_str(), &st), 0);
+
   if (!savedHome.empty()) setenv("HOME", savedHome.c_str(), 1);
+  gState = nullptr;
+}
+
+TEST(Settings, UnreadableFilesAreKeptWithoutOverwritingEarlierOnes)
+{
+  TempDir temp;
+  const std::string path = temp.Path() + "/VELTRA/settings.ini";
+  system(("mkdir -p '" + temp.Path() + "/VELTRA'").c_str());
+  setenv("XDG_CONFIG_HOME", temp.Path().c_str(), 1);
+  AppState state;
+  gState = &state;
+  for (const char* junk : {"first junk", "second junk", "third junk"})
+  {
+    std::ofstream(path) << junk;
+    EXPECT_EQ(LoadSettings(), 0);
+  }
+  EXPECT_EQ(ReadWholeFile(path + ".bad"), "first junk");
+  EXPECT_EQ(ReadWholeFile(path + ".bad.1"), "second junk");
+  EXPECT_EQ(ReadWholeFile(path + ".bad.2"), "third junk");
+  EXPECT_NE(ReadWholeFile(path).find("[midi]"), std::string::npos);
   unsetenv("XDG_CONFIG_HOME");
   gState = nullptr;
 }

@@ -1,6 +1,7 @@
 #include "MidiFile.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace
 {
@@ -104,7 +105,8 @@ bool ReadTrack(Reader r, int track, std::vector<RawEvent>* out, std::string* err
       {
         if (len != 3) return Fail(error, where + "tempo event of the wrong length");
         const int tempo = (data[0] << 16) | (data[1] << 8) | data[2];
-        out->push_back({tick, tempo > 0 ? tempo : 1, {0, 0, 0, 0}});
+        if (tempo == 0) return Fail(error, where + "tempo of 0 microseconds a quarter note");
+        out->push_back({tick, tempo, {0, 0, 0, 0}});
       }
       continue;
     }
@@ -131,9 +133,34 @@ bool ReadTrack(Reader r, int track, std::vector<RawEvent>* out, std::string* err
 }
 } // namespace
 
+namespace
+{
+// An RMID file is a Standard MIDI File in a RIFF chunk named "data": the
+// file inside it, or the bytes as they are.
+void UnwrapRmid(const unsigned char** data, size_t* size)
+{
+  if (*size < 12 || memcmp(*data, "RIFF", 4) || memcmp(*data + 8, "RMID", 4)) return;
+  size_t at = 12;
+  while (at + 8 <= *size)
+  {
+    const size_t len = (size_t)(*data)[at + 4] | (size_t)(*data)[at + 5] << 8 | (size_t)(*data)[at + 6] << 16 |
+                       (size_t)(*data)[at + 7] << 24;
+    if (!memcmp(*data + at, "data", 4))
+    {
+      *data += at + 8;
+      *size = std::min(len, *size - at - 8);
+      return;
+    }
+    if (len > *size - at - 8) return;
+    at += 8 + len + (len & 1); // chunks are padded to even lengths
+  }
+}
+} // namespace
+
 bool ReadMidiFile(const unsigned char* data, size_t size, std::vector<MidiFileEvent>* events, std::string* error)
 {
   events->clear();
+  UnwrapRmid(&data, &size);
   Reader r(data, size);
   uint32_t magic, len, format, ntrks, division;
   if (!r.BE(4, &magic) || magic != 0x4D546864) return Fail(error, "not a Standard MIDI File (no MThd header)");
@@ -169,7 +196,10 @@ bool ReadMidiFile(const unsigned char* data, size_t size, std::vector<MidiFileEv
   {
     const int fps = -(int)(int8_t)(division >> 8);
     const int perFrame = (int)(division & 0xFF);
-    if (fps <= 0 || !perFrame) return Fail(error, "bad SMPTE division");
+    if (fps != 24 && fps != 25 && fps != 29 && fps != 30)
+      return Fail(error,
+                  "SMPTE division of " + std::to_string(fps) + " frames a second (only 24, 25, 29 and 30 exist)");
+    if (!perFrame) return Fail(error, "SMPTE division of 0 ticks a frame");
     secondsPerTick = 1.0 / ((fps == 29 ? 29.97 : fps) * perFrame);
   }
   else
