@@ -7,6 +7,7 @@
 #include "wdltypes.h"
 
 #include <cstdint>
+#include <vector>
 
 typedef uint32_t LICE_pixel;
 typedef unsigned char LICE_pixel_chan;
@@ -130,11 +131,21 @@ void LICE_SetGfxBackend(const LICE_GfxBackend* backend);
 const LICE_GfxBackend* LICE_GetGfxBackend();
 
 void LICE_Copy(LICE_IBitmap* dest, LICE_IBitmap* src);
+// What a conversion to the screen's form changed, so that a view sends only
+// that: in columns of kColumn pixels from x = 0, rows top[c] to
+// bottom[c] - 1 of column c changed (none where top[c] >= bottom[c]).
+struct LICE_ScreenChanges
+{
+  static constexpr int kColumn = 32;
+  std::vector<int> top, bottom;
+};
 // The screen's form of a rectangle of src: 32-bit words 0xAARRGGBB in native
 // order (Cairo's RGB24 and ARGB32), which is each pixel with its bytes
 // reversed. dst points at the buffer's pixel (0, 0), dstSpan in pixels; the
-// rectangle is cut to src.
-void LICE_CopyToScreenFormat(uint32_t* dst, int dstSpan, LICE_IBitmap* src, int x, int y, int w, int h);
+// rectangle is cut to src. With changes, also says which pixels of dst took
+// a new value (and writes only those).
+void LICE_CopyToScreenFormat(uint32_t* dst, int dstSpan, LICE_IBitmap* src, int x, int y, int w, int h,
+                             LICE_ScreenChanges* changes = nullptr);
 void LICE_Clear(LICE_IBitmap* dest, LICE_pixel color);
 LICE_pixel LICE_GetPixel(LICE_IBitmap* bm, int x, int y);
 

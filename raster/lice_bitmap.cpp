@@ -2,7 +2,9 @@
 // HSV conversions of the adjust mode.
 
 #include "lice_combine.h"
+#include "lice_simd.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -118,8 +120,15 @@ void LICE_Copy(LICE_IBitmap* dest, LICE_IBitmap* src)
   LICE_Blit(dest, src, 0, 0, nullptr, 1.0f, LICE_BLIT_MODE_COPY);
 }
 
-void LICE_CopyToScreenFormat(uint32_t* dst, int dstSpan, LICE_IBitmap* src, int x, int y, int w, int h)
+void LICE_CopyToScreenFormat(uint32_t* dst, int dstSpan, LICE_IBitmap* src, int x, int y, int w, int h,
+                             LICE_ScreenChanges* changes)
 {
+  if (changes)
+  {
+    const int columns = src ? (src->getWidth() + LICE_ScreenChanges::kColumn - 1) / LICE_ScreenChanges::kColumn : 0;
+    changes->top.assign(columns, 0);
+    changes->bottom.assign(columns, 0);
+  }
   if (!dst || !src || !src->getBits()) return;
   const int sw = src->getWidth(), sh = src->getHeight(), span = src->getRowSpan();
   if (x < 0) w += x, x = 0;
@@ -127,11 +136,30 @@ void LICE_CopyToScreenFormat(uint32_t* dst, int dstSpan, LICE_IBitmap* src, int 
   if (x + w > sw) w = sw - x;
   if (y + h > sh) h = sh - y;
   if (w < 1 || h < 1) return;
+  const LICE_SpanKernels& k = LICE_Kernels();
+  constexpr int kColumn = LICE_ScreenChanges::kColumn;
   for (int row = y; row < y + h; ++row)
   {
-    const LICE_pixel* s = src->getBits() + (long)(src->isFlipped() ? sh - 1 - row : row) * span + x;
-    uint32_t* d = dst + (long)row * dstSpan + x;
-    for (int i = 0; i < w; ++i) d[i] = __builtin_bswap32(s[i]);
+    const LICE_pixel* s = src->getBits() + (long)(src->isFlipped() ? sh - 1 - row : row) * span;
+    uint32_t* d = dst + (long)row * dstSpan;
+    if (!changes)
+    {
+      k.toScreen(d + x, s + x, w);
+      continue;
+    }
+    // A column's piece of the row at a time, noting the rows it changed.
+    for (int from = x; from < x + w;)
+    {
+      const int column = from / kColumn, to = std::min(x + w, (column + 1) * kColumn);
+      if (k.toScreen(d + from, s + from, to - from))
+      {
+        int& top = changes->top[column];
+        int& bottom = changes->bottom[column];
+        if (top >= bottom) top = row;
+        bottom = row + 1;
+      }
+      from = to;
+    }
   }
 }
 

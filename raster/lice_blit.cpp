@@ -3,6 +3,7 @@
 // functor is chosen once per call.
 
 #include "lice_combine.h"
+#include "lice_simd.h"
 
 #include <cmath>
 #include <cstring>
@@ -40,6 +41,40 @@ struct _LICE_Template_Blit2
   }
 };
 
+// The combine modes that have span kernels, row by row: copy through the
+// source's alpha, and copy at a weight. False for the others.
+bool CombineRow(LICE_pixel* dest, const LICE_pixel* src, int w, int ia, int mode)
+{
+  const LICE_SpanKernels& k = LICE_Kernels();
+  switch (mode & 0x100FF)
+  {
+  case LICE_BLIT_MODE_COPY | LICE_BLIT_USE_ALPHA:
+    if (ia == 256)
+      k.sourceAlpha(dest, src, w);
+    else
+      k.sourceAlphaWeighted(dest, src, w, ia);
+    return true;
+  case LICE_BLIT_MODE_COPY:
+    // At 255 the mix moves d by (d - s) / 256 of a step less than one: it
+    // lands on s, as at 256.
+    if (ia >= 255)
+      memcpy(dest, src, (size_t)w * sizeof(LICE_pixel));
+    else
+      k.copyWeighted(dest, src, w, ia);
+    return true;
+  default:
+    return false;
+  }
+}
+
+bool BlitRowsWithKernels(LICE_pixel* dp, const LICE_pixel* sp, int w, int h, long sstride, long dstride, int ia,
+                         int mode)
+{
+  if (!CombineRow(dp, sp, w, ia, mode)) return false;
+  for (int y = 1; y < h; ++y) CombineRow(dp + y * dstride, sp + y * sstride, w, ia, mode);
+  return true;
+}
+
 // A negative destination size mirrors: the area is turned round and the
 // source start moves to the other end.
 void Mirror(int* dst, int* dstSize, float* src, float* srcSize)
@@ -69,27 +104,6 @@ void FitToSource(int step, int* icur, int* dst, int* dstSize, int srcSize)
     const long long fit = ((((long long)srcSize - 1) << 16) - *icur) / step;
     if (fit < *dstSize) *dstSize = (int)fit;
   }
-}
-
-inline LICE_pixel LinearFilterI(LICE_pixel p0, LICE_pixel p1, unsigned int frac)
-{
-  const unsigned int f0 = 0x10000 - frac;
-  auto ch = [&](int shift) { return (((p0 >> shift) & 0xff) * f0 + ((p1 >> shift) & 0xff) * frac) >> 16; };
-  return ch(0) | (ch(8) << 8) | (ch(16) << 16) | (ch(24) << 24);
-}
-
-inline LICE_pixel BilinearFilterI(const LICE_pixel* row0, const LICE_pixel* row1, unsigned int xfrac,
-                                  unsigned int yfrac)
-{
-  const unsigned int f4 = ((xfrac * yfrac) >> 16) & 0xffff;
-  const unsigned int f3 = yfrac - f4, f2 = xfrac - f4, f1 = 0x10000 - xfrac - yfrac + f4;
-  auto ch = [&](int shift)
-  {
-    return (((row0[0] >> shift) & 0xff) * f1 + ((row0[1] >> shift) & 0xff) * f2 + ((row1[0] >> shift) & 0xff) * f3 +
-            ((row1[1] >> shift) & 0xff) * f4) >>
-           16;
-  };
-  return ch(0) | (ch(8) << 8) | (ch(16) << 16) | (ch(24) << 24);
 }
 
 // The filtered pixel at (x, y) with the fractions, never reading outside
@@ -224,22 +238,94 @@ struct _LICE_Template_Scale
   }
 };
 
+// The columns i of a scaled row whose source x = (icurx + i * idx) >> 16
+// lies in lo..hi: one run, as x moves one way.
+void ColumnRun(int icurx, int idx, int w, int lo, int hi, int* i0, int* i1)
+{
+  auto inside = [&](int i)
+  {
+    const int x = (int)(((long long)icurx + (long long)i * idx) >> 16);
+    return x >= lo && x <= hi;
+  };
+  int a = 0;
+  while (a < w && !inside(a)) ++a;
+  int b = a;
+  while (b < w && inside(b)) ++b;
+  *i0 = a;
+  *i1 = b;
+}
+
 template<class FAST>
 void scaleBlitFAST(LICE_pixel* dest, const LICE_pixel* src, int w, int h, int icurx, int icury, int idx, int idy,
                    int clipright, int clipbottom, long src_span, long dest_span)
 {
+  int i0, i1;
+  ColumnRun(icurx, idx, w, 0, clipright - 1, &i0, &i1);
   for (int row = 0; row < h; ++row, icury += idy, dest += dest_span)
   {
     const int y = icury >> 16;
     if (y < 0 || y >= clipbottom) continue;
     const LICE_pixel* line = src + (long)y * src_span;
-    int cx = icurx;
-    for (int i = 0; i < w; ++i, cx += idx)
-    {
-      const int x = cx >> 16;
-      if (x >= 0 && x < clipright) FAST::doPixFAST(dest + i, line[x]);
-    }
+    int cx = icurx + i0 * idx;
+    for (int i = i0; i < i1; ++i, cx += idx) FAST::doPixFAST(dest + i, line[cx >> 16]);
   }
+}
+
+// Bilinear rows through the span kernels where a mode has them: the columns
+// whose four source pixels lie inside go to the kernel, the edge columns and
+// the last source row to the scalar filter. False for other modes.
+bool ScaleBlitBilinearKernels(LICE_pixel* dest, const LICE_pixel* src, int w, int h, int icurx, int icury, int idx,
+                              int idy, int clipright, int clipbottom, long src_span, long dest_span, int ia, int mode)
+{
+  const int combine = mode & 0x100FF;
+  if (combine != LICE_BLIT_MODE_COPY && combine != (LICE_BLIT_MODE_COPY | LICE_BLIT_USE_ALPHA)) return false;
+  int i0, i1;
+  ColumnRun(icurx, idx, w, 0, clipright - 2, &i0, &i1);
+  const LICE_SpanKernels& k = LICE_Kernels();
+  constexpr int kChunk = 256;
+  LICE_pixel filtered[kChunk];
+  LICE_WithFunctor(mode, ia,
+                   [&](auto f)
+                   {
+                     typedef decltype(f) F;
+                     auto scalarPixel = [&](LICE_pixel* d, int x, int y, int cx, int cy)
+                     {
+                       LICE_pixel p;
+                       if (x >= 0 && y >= 0 &&
+                           FilteredPixel(src, src_span, x, y, (unsigned)cx & 0xffff, (unsigned)cy & 0xffff, clipright,
+                                         clipbottom, &p))
+                         F::doPix((LICE_pixel_chan*)d, LICE_GETR(p), LICE_GETG(p), LICE_GETB(p), LICE_GETA(p), ia);
+                     };
+                     for (int row = 0; row < h; ++row, icury += idy, dest += dest_span)
+                     {
+                       const int y = icury >> 16;
+                       const bool interior = y >= 0 && y < clipbottom - 1;
+                       int cx = icurx;
+                       for (int i = 0; i < w;)
+                       {
+                         if (!interior || i < i0 || i >= i1)
+                         {
+                           scalarPixel(dest + i, cx >> 16, y, cx, icury);
+                           ++i, cx += idx;
+                           continue;
+                         }
+                         const int n = i1 - i < kChunk ? i1 - i : kChunk;
+                         const LICE_pixel* row0 = src + (long)y * src_span;
+                         if (combine == LICE_BLIT_MODE_COPY && ia >= 255) // the copy at 255 lands on the source too
+                         {
+                           k.bilinear(dest + i, row0, row0 + src_span, n, cx, idx, (unsigned)icury & 0xffff);
+                         }
+                         else
+                         {
+                           k.bilinear(filtered, row0, row0 + src_span, n, cx, idx, (unsigned)icury & 0xffff);
+                           CombineRow(dest + i, filtered, n, ia, mode);
+                         }
+                         i += n;
+                         cx += n * idx;
+                       }
+                     }
+                   });
+  return true;
 }
 } // namespace
 
@@ -305,6 +391,8 @@ void LICE_Blit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, const 
   }
   const int ia = (int)(alpha * 256.0);
   if (!ia) return;
+  // A bitmap onto itself keeps the pixel-by-pixel order of the functors.
+  if (src != dest && BlitRowsWithKernels(dp, sp, w, h, s.stride, d.stride, ia, mode)) return;
   LICE_WithFunctor(mode, ia,
                    [&](auto f) { _LICE_Template_Blit2<decltype(f)>::blit(dp, sp, w, h, s.stride, d.stride, ia); });
 }
@@ -411,6 +499,10 @@ void LICE_ScaledBlit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, 
                      });
     return;
   }
+  if (filtermode == LICE_BLIT_FILTER_BILINEAR && src != dest &&
+      ScaleBlitBilinearKernels(dp, s.first, dstw, dsth, icurx, icury, idx, idy, clipright, clipbottom, s.stride,
+                               d.stride, ia, mode))
+    return;
   LICE_WithFunctor(mode, ia,
                    [&](auto f)
                    {

@@ -31,6 +31,29 @@ static inline void _LICE_Store(LICE_pixel_chan* out, int r, int g, int b, int a)
     _LICE_MakePixelNoClamp(out, r, g, b, a);
 }
 
+// The filters of scaled blits, in 16.16 fixed point: between two pixels,
+// and among four with weights f1..f4 that sum to 65536.
+static inline LICE_pixel LinearFilterI(LICE_pixel p0, LICE_pixel p1, unsigned int frac)
+{
+  const unsigned int f0 = 0x10000 - frac;
+  auto ch = [&](int shift) { return (((p0 >> shift) & 0xff) * f0 + ((p1 >> shift) & 0xff) * frac) >> 16; };
+  return ch(0) | (ch(8) << 8) | (ch(16) << 16) | (ch(24) << 24);
+}
+
+static inline LICE_pixel BilinearFilterI(const LICE_pixel* row0, const LICE_pixel* row1, unsigned int xfrac,
+                                         unsigned int yfrac)
+{
+  const unsigned int f4 = ((xfrac * yfrac) >> 16) & 0xffff;
+  const unsigned int f3 = yfrac - f4, f2 = xfrac - f4, f1 = 0x10000 - xfrac - yfrac + f4;
+  auto ch = [&](int shift)
+  {
+    return (((row0[0] >> shift) & 0xff) * f1 + ((row0[1] >> shift) & 0xff) * f2 + ((row1[0] >> shift) & 0xff) * f3 +
+            ((row1[1] >> shift) & 0xff) * f4) >>
+           16;
+  };
+  return ch(0) | (ch(8) << 8) | (ch(16) << 16) | (ch(24) << 24);
+}
+
 #define D(c) ((int)dest[LICE_PIXEL_##c])
 
 // The source replaces the pixel, alpha included.

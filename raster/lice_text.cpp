@@ -1,5 +1,7 @@
 #include "lice_text.h"
 
+#include "lice_simd.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -240,6 +242,19 @@ void LICE_CachedFont::DrawGlyph(LICE_IBitmap* bm, unsigned short c, int xpos, in
   const unsigned char* cov = m_cachestore.Get() + ent->base_offset;
   const int ia = (int)(m_alpha * 256.0);
   const int r = LICE_GETR(m_fg), g = LICE_GETG(m_fg), b = LICE_GETB(m_fg), a = LICE_GETA(m_fg);
+  // The common case, a plain copy with no background, goes as one block.
+  if ((m_comb & 0x100FF) == LICE_BLIT_MODE_COPY && m_bgmode != 1 && ia > 0 && ia <= 256)
+  {
+    const int left = xpos - ent->left_extra;
+    const int x0 = std::max(0, clipR->left - left), x1 = std::min(ent->width, clipR->right - left);
+    const int y0 = std::max(0, clipR->top - ypos), y1 = std::min(ent->height, clipR->bottom - ypos);
+    if (x1 <= x0 || y1 <= y0) return;
+    const int first = ypos + y0;
+    LICE_pixel* row = bits + (long)(bm->isFlipped() ? bh - 1 - first : first) * span + left + x0;
+    LICE_Kernels().coverage(row, bm->isFlipped() ? -span : span, cov + y0 * ent->width + x0, ent->width, x1 - x0,
+                            y1 - y0, m_fg, ia);
+    return;
+  }
   for (int y = 0; y < ent->height; ++y)
   {
     const int py = ypos + y;

@@ -138,3 +138,33 @@ TEST(ScaledBlit, UnscaledShortcutOnlyOnTheGrid)
   // 0.2 of the way from 60 to 90, in 16-bit weights: (60 * 52429 + 90 * 13107) >> 16.
   EXPECT_EQ(LICE_GETR(LICE_GetPixel(&b, 0, 0)), 65u);
 }
+
+// The view sends only what the conversion reports as changed, so a change
+// it misses stays stale on the screen.
+TEST(ScreenFormat, ConversionReportsExactlyTheColumnsAndRowsThatChanged)
+{
+  LICE_MemBitmap bm(100, 20);
+  LICE_Clear(&bm, LICE_RGBA(10, 20, 30, 255));
+  std::vector<uint32_t> screen(100 * 20, 0);
+  LICE_ScreenChanges changes;
+  LICE_CopyToScreenFormat(screen.data(), 100, &bm, 0, 0, 100, 20, &changes);
+  ASSERT_EQ(changes.top.size(), 4u) << "columns of 32 pixels over 100";
+  for (size_t c = 0; c < 4; ++c) EXPECT_EQ(changes.bottom[c] - changes.top[c], 20) << "all new at first";
+  EXPECT_EQ(screen[5 * 100 + 99], __builtin_bswap32(LICE_RGBA(10, 20, 30, 255)));
+
+  // One pixel in column 1, two rows apart in column 3; a rectangle that
+  // reaches column 0 without changing it.
+  LICE_PutPixel(&bm, 40, 7, LICE_RGBA(255, 0, 0, 255), 1.0f, LICE_BLIT_MODE_COPY);
+  LICE_PutPixel(&bm, 97, 3, LICE_RGBA(0, 255, 0, 255), 1.0f, LICE_BLIT_MODE_COPY);
+  LICE_PutPixel(&bm, 99, 9, LICE_RGBA(0, 0, 255, 255), 1.0f, LICE_BLIT_MODE_COPY);
+  LICE_CopyToScreenFormat(screen.data(), 100, &bm, 20, 2, 80, 10, &changes);
+  EXPECT_GE(changes.top[0], changes.bottom[0]);
+  EXPECT_EQ(changes.top[1], 7);
+  EXPECT_EQ(changes.bottom[1], 8);
+  EXPECT_GE(changes.top[2], changes.bottom[2]);
+  EXPECT_EQ(changes.top[3], 3);
+  EXPECT_EQ(changes.bottom[3], 10);
+  for (int y = 0; y < 20; ++y)
+    for (int x = 0; x < 100; ++x)
+      ASSERT_EQ(screen[y * 100 + x], __builtin_bswap32(LICE_GetPixel(&bm, x, y))) << x << "," << y;
+}
