@@ -6,9 +6,12 @@
 
 #include <rtaudio/RtAudio.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 
 RtAudio* gDAC = nullptr;
 unsigned int gIOVS = 512;
@@ -27,8 +30,33 @@ namespace
 // the main thread.
 unsigned int sFlaggedCallbacks = 0;
 unsigned int sReportedCallbacks = 0;
-// The stream that InitialiseAudio last started, as the main thread knows it.
+// The stream that InitialiseAudio last started, as the main thread knows it
+// (cleared once it stops), and whether the open stream ever started.
 bool sStreamStarted = false;
+bool sOpenStreamStarted = false;
+
+// The exit's gate: once closed, callbacks no longer reach the instrument.
+// Callbacks count themselves in and out around their check of the gate, so
+// that the main thread can see the last one through it leave.
+std::atomic<bool> sGateClosed{false};
+std::atomic<int> sCallbacksInside{0};
+std::atomic<unsigned int> sCallbacksSeen{0};
+// At exit, a stream that its sound library may be closing on a thread of
+// its own: VELTRA leaves it alone to the end of the process.
+bool sLeaveStream = false;
+
+// Whether the stream still calls back: waits up to half a second (longer
+// than the largest device buffer) for one call.
+bool CallbacksFlowing()
+{
+  const unsigned int before = sCallbacksSeen.load();
+  for (int i = 0; i < 100; ++i)
+  {
+    if (sCallbacksSeen.load() != before) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return false;
+}
 
 // The largest plug-in block we run (a hand-edited settings file may ask for
 // anything; the scratch buffers and queues are sized from this).
@@ -179,7 +207,7 @@ bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, uns
 {
   if (!gDAC || !gPluginInstance) return false;
 
-  sStreamStarted = false;
+  sStreamStarted = sOpenStreamStarted = false;
   if (gDAC->isStreamOpen())
   {
     if (gDAC->isStreamRunning())
@@ -228,7 +256,7 @@ bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, uns
     gDAC->openStream(&oParams, &iParams, RTAUDIO_FLOAT64, sr, &gIOVS, &AudioCallback, nullptr, &options);
     gDAC->startStream();
     *gActiveState = *gState;
-    sStreamStarted = true;
+    sStreamStarted = sOpenStreamStarted = true;
     return true;
   }
   catch (RtAudioError& e)
@@ -240,6 +268,17 @@ bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, uns
 
 int AudioCallback(void* outputBuffer, void* inputBuffer, unsigned int nFrames, double, unsigned int status, void*)
 {
+  sCallbacksSeen.fetch_add(1, std::memory_order_relaxed);
+  struct Inside
+  {
+    Inside() { sCallbacksInside.fetch_add(1); }
+    ~Inside() { sCallbacksInside.fetch_sub(1); }
+  } inside;
+  if (sGateClosed.load())
+  {
+    memset(outputBuffer, 0, sizeof(double) * 2 * nFrames);
+    return 0;
+  }
   if (status) __atomic_add_fetch(&sFlaggedCallbacks, 1, __ATOMIC_RELAXED);
 
   double* out = (double*)outputBuffer;
@@ -299,26 +338,44 @@ void ReportStreamStatus()
 void StopAudio()
 {
   sStreamStarted = false;
-  // A stream that never started has nothing to stop, and RtAudio would only
-  // complain about it.
-  if (!gDAC || !gDAC->isStreamRunning()) return;
-  try
+  if (!gDAC) return;
+  // First no more calls into the instrument, whatever becomes of the stream.
+  sGateClosed.store(true);
+  while (sCallbacksInside.load() != 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  if (!gDAC->isStreamOpen()) return;
+  if (gDAC->isStreamRunning() && CallbacksFlowing())
   {
-    gDAC->stopStream();
+    // Aborted rather than stopped: stopping waits for the stream to play out
+    // its last buffers, which a server dying at this moment never plays. At
+    // the end the last few milliseconds of silence do not matter.
+    try
+    {
+      gDAC->abortStream();
+    }
+    catch (RtAudioError& e)
+    {
+      e.printMessage();
+    }
+    return;
   }
-  catch (RtAudioError& e)
-  {
-    e.printMessage();
-  }
+  // Stopped from the outside, or no longer called: a JACK server that went
+  // away has the sound library close the stream on a thread of its own,
+  // and closing it here as well would close it twice. Give that thread a
+  // moment; a stream still open after it is left to the end of the process.
+  // Other APIs close nothing by themselves, nor does a stream never started.
+  if (gDAC->getCurrentApi() != RtAudio::UNIX_JACK || !sOpenStreamStarted) return;
+  for (int i = 0; i < 200 && gDAC->isStreamOpen(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  sLeaveStream = gDAC->isStreamOpen();
 }
 
 void CloseAudio()
 {
-  if (gDAC && gDAC->isStreamOpen()) gDAC->closeStream();
+  if (gDAC && !sLeaveStream && gDAC->isStreamOpen()) gDAC->closeStream();
 }
 
 void DeleteAudioDriver()
 {
+  if (sLeaveStream) return; // its destructor would close the stream too
   delete gDAC;
   gDAC = nullptr;
 }

@@ -46,8 +46,9 @@ int AudioCallback(void* outputBuffer, void* inputBuffer, unsigned int nFrames, d
 // flagged since the last call. The callback itself never prints.
 void ReportStreamStatus();
 
-// Main thread, at exit: stops and closes the stream, ignoring a stream that
-// does not run.
+// Main thread, at exit: no callback reaches the instrument after StopAudio;
+// the stream is stopped, closed and deleted unless its sound library is
+// closing it itself (a JACK server gone), which is left to finish alone.
 void StopAudio();
 void CloseAudio();
 void DeleteAudioDriver();

@@ -42,6 +42,23 @@ TEST(Faults, TheSoundServerDiesWhilePlaying)
       << veltra.Output() << veltra.Errors();
 }
 
+// A session ending takes the server and VELTRA down at once: VELTRA must not
+// wait for a stream that no server will ever run again.
+TEST(Faults, VELTRAEndsWhenTheSoundServerDiesAtTheSameMoment)
+{
+  for (int trial = 0; trial < 3; ++trial)
+  {
+    PlayingVeltra run;
+    ASSERT_EQ(run.Start(), "");
+    ASSERT_TRUE(run.recorder.WaitForFrames(44100, 20.0));
+    run.recorder.Close();
+    run.server.Signal(trial == 0 ? SIGKILL : SIGTERM);
+    const int status = run.veltra.StopWith(SIGTERM, 15.0);
+    ASSERT_NE(status, -1) << "VELTRA hung at its end, trial " << trial << "\n" << run.veltra.Errors();
+    EXPECT_TRUE(WIFEXITED(status)) << run.veltra.Errors();
+  }
+}
+
 // 10000 messages a second into "To VELTRA" for VELTRA_FLOOD_SECONDS (5 by
 // default; 30 for the long run).
 TEST(Faults, AMidiFloodLeavesTheSoundRunningAndMemoryBounded)

@@ -146,6 +146,11 @@ void JackServer::Kill()
   // the next server of this name.
 }
 
+void JackServer::Signal(int sig)
+{
+  if (mPid > 0) kill(mPid, sig);
+}
+
 VeltraProcess::~VeltraProcess()
 {
   if (mPid > 0) StopWith(SIGKILL, 5.0);

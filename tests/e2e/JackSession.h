@@ -22,6 +22,8 @@ public:
   void Stop();
   // Ends the server at once, as a crash would.
   void Kill();
+  // Sends the signal and returns at once, the server still ending.
+  void Signal(int sig);
   const std::string& Name() const { return mName; }
 
 private:
