@@ -31,6 +31,8 @@ bench: deps
 	@echo "== veltra-render, 60 s of 8-note chords"
 	@$(BENCH)/bin/make_chords $(BENCH)/chords.mid
 	@$(BENCH)/bin/veltra-render $(BENCH)/chords.mid $(BENCH)/chords.wav
+	@echo "== the window's cost while a chord plays"
+	@bash scripts/window-cpu.sh $(BENCH)/bin/veltra
 
 # Each fuzz target for FUZZ_SECONDS (default 60) with libFuzzer; what they
 # find goes to build/fuzz/artifacts and belongs under tests/fuzz once fixed.

@@ -7,7 +7,7 @@ packages=(
   build-essential cmake pkg-config
   librtaudio-dev librtmidi-dev libasound2-dev
   libpng-dev zlib1g-dev
-  libgtk-3-dev
+  libgtk-3-dev libx11-dev
   libsndfile1-dev
   googletest libgtest-dev libbenchmark-dev
   clang libclang-rt-14-dev

@@ -5,8 +5,10 @@
 #include "IPlugBase.h"
 #include "swell-wnd.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <gdk/gdkx.h>
 #include <gtk/gtk.h>
 #include <string>
 #include <strings.h>
@@ -45,7 +47,7 @@ IMouseMod ModsOf(guint state, bool right)
 
 // The key codes of the engine: space 0, arrows 1-4 (up, down, left, right),
 // digits 5-14, letters 15-40 in either case; -1 for any other key.
-int KeyCode(guint keyval)
+int VirtualKeyOf(guint keyval)
 {
   switch (keyval)
   {
@@ -158,9 +160,12 @@ struct IGraphicsLinux::View
     IGraphicsLinux* g = Of(data);
     IRECT r;
     // One pixel wider and taller: DrawRect draws on R and B themselves.
-    if (g->mView && g->IsDirty(&r)) gtk_widget_queue_draw_area(g->mView, r.L, r.T, r.W() + 1, r.H() + 1);
+    if (g->mView && g->IsDirty(&r) && !g->PaintNow(IRECT(r.L, r.T, r.R + 1, r.B + 1)))
+      gtk_widget_queue_draw_area(g->mView, r.L, r.T, r.W() + 1, r.H() + 1);
     return G_SOURCE_CONTINUE;
   }
+
+  static void OnUnrealize(GtkWidget*, gpointer data) { Of(data)->DropWindowGC(); }
 
   static gboolean OnDraw(GtkWidget*, cairo_t* cr, gpointer data)
   {
@@ -256,7 +261,7 @@ struct IGraphicsLinux::View
   static gboolean OnKey(GtkWidget*, GdkEventKey* ev, gpointer data)
   {
     IGraphicsLinux* g = Of(data);
-    const int key = KeyCode(ev->keyval);
+    const int key = VirtualKeyOf(ev->keyval);
     // Keys with control or alt are the window's (menu accelerators).
     if (key < 0 || (ev->state & (GDK_CONTROL_MASK | GDK_MOD1_MASK))) return FALSE;
     return g->OnKeyDown(g->mPrevX, g->mPrevY, key) ? TRUE : FALSE;
@@ -336,7 +341,7 @@ void IGraphicsLinux::MakeScreenImage()
   mScreen = cairo_image_surface_create(CAIRO_FORMAT_RGB24, Width(), Height());
 }
 
-void IGraphicsLinux::ConvertToScreen(const IRECT& r)
+void IGraphicsLinux::ConvertToScreen(const IRECT& r, LICE_ScreenChanges* changes)
 {
   if (!mDrawBitmap) return;
   if (!mScreen || cairo_image_surface_get_width(mScreen) != Width() ||
@@ -345,18 +350,63 @@ void IGraphicsLinux::ConvertToScreen(const IRECT& r)
   cairo_surface_flush(mScreen);
   uint32_t* dst = (uint32_t*)cairo_image_surface_get_data(mScreen);
   const int span = cairo_image_surface_get_stride(mScreen) / 4;
-  LICE_CopyToScreenFormat(dst, span, mDrawBitmap, r.L, r.T, r.W(), r.H());
+  LICE_CopyToScreenFormat(dst, span, mDrawBitmap, r.L, r.T, r.W(), r.H(), changes);
   cairo_surface_mark_dirty_rectangle(mScreen, r.L, r.T, r.W(), r.H());
 }
 
 bool IGraphicsLinux::DrawScreen(IRECT* rect)
 {
   cairo_t* cr = mPaintContext;
-  if (!cr || !mDrawBitmap) return false;
+  if ((!cr && !mDirect) || !mDrawBitmap) return false;
   // Only the invalidated region is converted and painted.
   const IRECT r = rect->Intersect(IRECT(0, 0, Width(), Height()));
   if (r.Empty()) return true;
-  ConvertToScreen(r);
+  ConvertToScreen(r, mDirect ? &mChanges : nullptr);
+  if (mDirect)
+  {
+    XImage image = {};
+    image.width = cairo_image_surface_get_width(mScreen);
+    image.height = cairo_image_surface_get_height(mScreen);
+    image.format = ZPixmap;
+    image.data = (char*)cairo_image_surface_get_data(mScreen);
+    image.byte_order = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? MSBFirst : LSBFirst; // native 32-bit words
+    image.bitmap_unit = 32;
+    image.bitmap_bit_order = LSBFirst;
+    image.bitmap_pad = 32;
+    image.depth = 24;
+    image.bytes_per_line = cairo_image_surface_get_stride(mScreen);
+    image.bits_per_pixel = 32;
+    image.red_mask = 0xff0000;
+    image.green_mask = 0xff00;
+    image.blue_mask = 0xff;
+    if (!XInitImage(&image)) return false;
+    // What is on the window already equals the screen image, so only the
+    // pixels that changed go: the columns that changed, neighbours joined.
+    Display* display = (Display*)mDirect->display;
+    const std::vector<int>&top = mChanges.top, &bottom = mChanges.bottom;
+    const int columns = (int)top.size(), width = LICE_ScreenChanges::kColumn;
+    for (int c = 0; c < columns;)
+    {
+      if (top[c] >= bottom[c])
+      {
+        ++c;
+        continue;
+      }
+      int t = top[c], b = bottom[c], last = c;
+      while (last + 1 < columns && top[last + 1] < bottom[last + 1])
+      {
+        ++last;
+        t = std::min(t, top[last]);
+        b = std::max(b, bottom[last]);
+      }
+      const int x0 = std::max(r.L, c * width), x1 = std::min(r.R, (last + 1) * width);
+      XPutImage(display, mDirect->window, (GC)mGC, &image, x0, t, mDirect->x + x0, mDirect->y + t, x1 - x0, b - t);
+      c = last + 1;
+    }
+    // No flush: GDK flushes the connection as the main loop comes round,
+    // right after this timer returns.
+    return true;
+  }
   cairo_save(cr);
   cairo_set_source_surface(cr, mScreen, 0, 0);
   // On a screen of twice the density or more, each pixel is doubled rather
@@ -367,6 +417,58 @@ bool IGraphicsLinux::DrawScreen(IRECT* rect)
   cairo_fill(cr);
   cairo_restore(cr);
   return true;
+}
+
+// Each frame of a playing panel, 25 a second, goes here rather than through
+// an invalidation: GTK's frame cycle around a repaint costs many times the
+// drawing itself (layout and paint phases over the whole window, a backing
+// store, and without a window manager a round trip to the X server every
+// frame). The panel's pixels are opaque and complete, so the rectangle goes
+// straight from the screen image to the window in one request, with no
+// backing store; GTK's own repaints still go through the draw signal and
+// find the same pixels.
+bool IGraphicsLinux::PaintNow(const IRECT& rect)
+{
+  if (!mView || mTextEntry || !gtk_widget_is_drawable(mView)) return false;
+  GdkWindow* w = gtk_widget_get_window(mView);
+  if (!w || !GDK_IS_X11_DISPLAY(gdk_window_get_display(w))) return false;
+  // The view's origin in the native window that holds it; no server round
+  // trip: GDK keeps the child windows' places itself.
+  double x = 0.0, y = 0.0;
+  while (w && !gdk_window_has_native(w))
+  {
+    gdk_window_coords_to_parent(w, x, y, &x, &y);
+    w = gdk_window_get_parent(w);
+  }
+  if (!w || gdk_window_get_scale_factor(w) != 1) return false;
+  // The screen image's pixels as they are: 32 bits, 0x00RRGGBB.
+  Visual* visual = gdk_x11_visual_get_xvisual(gdk_window_get_visual(w));
+  if (gdk_visual_get_depth(gdk_window_get_visual(w)) != 24 || visual->red_mask != 0xff0000 ||
+      visual->green_mask != 0xff00 || visual->blue_mask != 0xff)
+    return false;
+  Display* display = GDK_WINDOW_XDISPLAY(w);
+  const Window xid = GDK_WINDOW_XID(w);
+  if (!mGC || mGCWindow != xid || mGCDisplay != display)
+  {
+    DropWindowGC();
+    mGC = XCreateGC(display, xid, 0, nullptr);
+    mGCWindow = xid;
+    mGCDisplay = display;
+  }
+  DirectTarget target = {display, xid, (int)x, (int)y};
+  mDirect = &target;
+  IRECT r = rect;
+  Draw(&r);
+  mDirect = nullptr;
+  return true;
+}
+
+void IGraphicsLinux::DropWindowGC()
+{
+  if (mGC) XFreeGC((Display*)mGCDisplay, (GC)mGC);
+  mGC = nullptr;
+  mGCWindow = 0;
+  mGCDisplay = nullptr;
 }
 
 void* IGraphicsLinux::OpenWindow(void* parent)
@@ -388,6 +490,7 @@ void* IGraphicsLinux::OpenWindow(void* parent)
   g_signal_connect(mView, "scroll-event", G_CALLBACK(View::OnScroll), this);
   g_signal_connect(mView, "key-press-event", G_CALLBACK(View::OnKey), this);
   g_signal_connect(mView, "destroy", G_CALLBACK(View::OnDestroy), this);
+  g_signal_connect(mView, "unrealize", G_CALLBACK(View::OnUnrealize), this);
   g_signal_connect(mView, "query-tooltip", G_CALLBACK(View::OnQueryTooltip), this);
   if (GTK_IS_FIXED(container))
     gtk_fixed_put(GTK_FIXED(container), mView, 0, 0);
@@ -408,6 +511,7 @@ void IGraphicsLinux::CloseWindow()
     mTimer = 0;
   }
   ForceEndUserEdit();
+  DropWindowGC(); // while its X window still exists
   if (mView)
   {
     GtkWidget* view = mView;

@@ -57,8 +57,9 @@ public:
   LICE_IBitmap* OSLoadBitmap(int id, const char* name) override;
 
   // The view's cost per frame, apart from the engine's drawing: puts a
-  // region of the surface into the screen image in the screen's pixel form.
-  void ConvertToScreen(const IRECT& rect);
+  // region of the surface into the screen image in the screen's pixel form,
+  // noting what changed when asked.
+  void ConvertToScreen(const IRECT& rect, LICE_ScreenChanges* changes = nullptr);
 
   // GTK signal handlers of the view; not for callers.
   struct View;
@@ -66,6 +67,12 @@ public:
 
 private:
   void MakeScreenImage();
+  // Draws the rectangle and puts it straight on the X window, outside GTK's
+  // frame cycle; false where that cannot be done (not X11, a scaled or
+  // unusual screen, not drawable, the text entry over the panel), and the
+  // caller invalidates instead.
+  bool PaintNow(const IRECT& rect);
+  void DropWindowGC();
   void EndTextEntry(bool accept);
   int ClickCount(int button, unsigned int time, double x, double y);
 
@@ -74,7 +81,20 @@ private:
   unsigned int mTimer = 0;
   WDL_String mBundleID;
   cairo_surface_t* mScreen = nullptr; // the surface in the screen's pixel form
-  cairo_t* mPaintContext = nullptr;   // only inside the view's draw signal
+  cairo_t* mPaintContext = nullptr;   // only while a frame is painted
+  // PaintNow's target while it draws: the X window holding the view and the
+  // view's place in it; its graphics context, kept for the X window.
+  struct DirectTarget
+  {
+    void* display;
+    unsigned long window;
+    int x, y;
+  };
+  DirectTarget* mDirect = nullptr;
+  LICE_ScreenChanges mChanges;
+  void* mGC = nullptr;
+  unsigned long mGCWindow = 0;
+  void* mGCDisplay = nullptr;
   GtkWidget* mTextEntry = nullptr;
   IControl* mEdControl = nullptr;
   IParam* mEdParam = nullptr;

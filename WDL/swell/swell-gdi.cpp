@@ -27,6 +27,7 @@ struct HGDIOBJ__
 {
   PangoFontDescription* desc;
   std::string family;
+  unsigned long serial; // never reused, unlike the address
 };
 
 namespace
@@ -58,18 +59,83 @@ RECT Bounds(HDC ctx)
   return b;
 }
 
-PangoLayout* MakeLayout(cairo_t* cr, HDC ctx, const char* buf, int len, int flags)
+// Laying text out is most of what drawing it costs, and a panel draws the
+// same few texts in the same fonts frame after frame: the layouts last used
+// are kept, by font and text.
+struct CachedLayout
 {
-  PangoLayout* layout = pango_cairo_create_layout(cr);
-  if (ctx->font) pango_layout_set_font_description(layout, ctx->font->desc);
+  unsigned long font;
+  std::string text;
+  PangoLayout* layout;
+  unsigned long used;
+};
+constexpr size_t kCachedLayouts = 32;
+// Never destroyed: fonts held by static caches elsewhere are deleted at exit,
+// in an order this file does not choose.
+std::vector<CachedLayout>& Layouts()
+{
+  static std::vector<CachedLayout>* layouts = new std::vector<CachedLayout>;
+  return *layouts;
+}
+unsigned long sLayoutClock = 0;
+unsigned long sFontSerial = 0;
+
+// Layouts are made for an RGB24 image surface, as every surface drawn on.
+cairo_t* LayoutContext()
+{
+  static cairo_t* cr = []
+  {
+    cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, 1, 1);
+    cairo_t* c = cairo_create(surface);
+    cairo_surface_destroy(surface);
+    return c;
+  }();
+  return cr;
+}
+
+// The layout of a text in the context's font, owned by the cache.
+PangoLayout* LayoutFor(HDC ctx, const char* buf, int len, int flags)
+{
   std::string text(buf, len < 0 ? strlen(buf) : (size_t)len);
   if (flags & DT_SINGLELINE) std::replace(text.begin(), text.end(), '\n', ' ');
   text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
   if (!g_utf8_validate(text.c_str(), (gssize)text.size(), nullptr))
     for (char& c : text) // bytes of a broken text show as blanks, not as nothing
       if ((unsigned char)c >= 0x80) c = ' ';
+  const unsigned long font = ctx->font ? ctx->font->serial : 0;
+  std::vector<CachedLayout>& layouts = Layouts();
+  for (CachedLayout& e : layouts)
+    if (e.font == font && e.text == text)
+    {
+      e.used = ++sLayoutClock;
+      return e.layout;
+    }
+  PangoLayout* layout = pango_cairo_create_layout(LayoutContext());
+  if (ctx->font) pango_layout_set_font_description(layout, ctx->font->desc);
   pango_layout_set_text(layout, text.c_str(), (int)text.size());
+  if (layouts.size() >= kCachedLayouts)
+  {
+    auto oldest = std::min_element(layouts.begin(), layouts.end(),
+                                   [](const CachedLayout& a, const CachedLayout& b) { return a.used < b.used; });
+    g_object_unref(oldest->layout);
+    layouts.erase(oldest);
+  }
+  layouts.push_back({font, std::move(text), layout, ++sLayoutClock});
   return layout;
+}
+
+// The scratch surface that text is drawn on, grown as needed.
+cairo_surface_t* Scratch(int w, int h)
+{
+  static cairo_surface_t* surface = nullptr;
+  if (!surface || cairo_image_surface_get_width(surface) < w || cairo_image_surface_get_height(surface) < h)
+  {
+    const int sw = surface ? std::max(w, cairo_image_surface_get_width(surface)) : w;
+    const int sh = surface ? std::max(h, cairo_image_surface_get_height(surface)) : h;
+    if (surface) cairo_surface_destroy(surface);
+    surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, sw, sh);
+  }
+  return surface;
 }
 } // namespace
 
@@ -98,6 +164,7 @@ HFONT CreateFont(int height, int, int, int, int weight, char italic, char, char,
                  const char* face)
 {
   HGDIOBJ__* f = new HGDIOBJ__;
+  f->serial = ++sFontSerial;
   f->family = face && *face && FamilyExists(face) ? face : "Monospace";
   f->desc = pango_font_description_new();
   pango_font_description_set_family(f->desc, f->family.c_str());
@@ -123,6 +190,13 @@ HGDIOBJ SelectObject(HDC ctx, HGDIOBJ obj)
 void DeleteObject(HGDIOBJ obj)
 {
   if (!obj) return;
+  std::vector<CachedLayout>& layouts = Layouts();
+  for (size_t i = layouts.size(); i-- > 0;)
+    if (layouts[i].font == obj->serial)
+    {
+      g_object_unref(layouts[i].layout);
+      layouts.erase(layouts.begin() + (long)i);
+    }
   pango_font_description_free(obj->desc);
   delete obj;
 }
@@ -162,22 +236,17 @@ bool GetTextMetrics(HDC ctx, TEXTMETRIC* tm)
 int SWELL_DrawText(HDC ctx, const char* buf, int len, RECT* r, int flags)
 {
   if (!ctx || !buf || !r) return 0;
-  // Measured on a scratch surface first; drawn on one that covers only the
-  // pixels the text may touch.
-  cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, 1, 1);
-  cairo_t* cr = cairo_create(surface);
-  PangoLayout* layout = MakeLayout(cr, ctx, buf, len, flags);
+  // Measured first; drawn on a scratch surface, of which only the pixels
+  // the text may touch are used.
+  PangoLayout* layout = LayoutFor(ctx, buf, len, flags);
   PangoRectangle ink, logical;
   pango_layout_get_pixel_extents(layout, &ink, &logical);
   const int tw = logical.width, th = logical.height;
-  cairo_destroy(cr);
-  cairo_surface_destroy(surface);
 
   if (flags & DT_CALCRECT)
   {
     r->right = r->left + tw;
     r->bottom = r->top + th;
-    g_object_unref(layout);
     return th;
   }
 
@@ -197,13 +266,10 @@ int SWELL_DrawText(HDC ctx, const char* buf, int len, RECT* r, int flags)
     box.bottom = std::min(box.bottom, r->bottom);
   }
   const int sw = box.right - box.left, sh = box.bottom - box.top;
-  if (sw < 1 || sh < 1)
-  {
-    g_object_unref(layout);
-    return th;
-  }
+  if (sw < 1 || sh < 1) return th;
 
-  surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, sw, sh);
+  cairo_surface_t* surface = Scratch(sw, sh);
+  cairo_surface_flush(surface);
   unsigned char* data = cairo_image_surface_get_data(surface);
   const int stride = cairo_image_surface_get_stride(surface);
   // Frame buffer to surface: colours only, as on a screen.
@@ -214,8 +280,9 @@ int SWELL_DrawText(HDC ctx, const char* buf, int len, RECT* r, int flags)
     for (int i = 0; i < sw; ++i) dst[i] = (LICE_GETR(src[i]) << 16) | (LICE_GETG(src[i]) << 8) | LICE_GETB(src[i]);
   }
   cairo_surface_mark_dirty(surface);
-  cr = cairo_create(surface);
-  pango_cairo_update_layout(cr, layout);
+  cairo_t* cr = cairo_create(surface);
+  cairo_rectangle(cr, 0, 0, sw, sh);
+  cairo_clip(cr);
   cairo_translate(cr, -box.left, -box.top);
   if (ctx->bkMode == OPAQUE)
   {
@@ -238,9 +305,7 @@ int SWELL_DrawText(HDC ctx, const char* buf, int len, RECT* r, int flags)
     for (int i = 0; i < sw; ++i)
       dst[i] = LICE_RGBA((src[i] >> 16) & 0xff, (src[i] >> 8) & 0xff, src[i] & 0xff, LICE_GETA(dst[i]));
   }
-  g_object_unref(layout);
   cairo_destroy(cr);
-  cairo_surface_destroy(surface);
   return th;
 }
 
