@@ -4,7 +4,7 @@ RELEASE := build/release
 TEST := build/test
 BENCH := build/bench
 
-.PHONY: all deps build run test bench fuzz tsan format clean
+.PHONY: all deps build run install deb test bench fuzz tsan format clean
 
 all: build
 
@@ -17,6 +17,18 @@ build: deps
 
 run: build
 	$(RELEASE)/bin/veltra
+
+# The usual layout under PREFIX: bin/, share/veltra/, share/applications/,
+# share/icons/, share/metainfo/, share/man/.
+PREFIX ?= /usr/local
+install: build
+	cmake --install $(RELEASE) --prefix $(PREFIX)
+
+# A Debian package of the same files under /usr, checked by lintian.
+deb: build
+	cd $(RELEASE) && cpack -G DEB
+	lintian $(RELEASE)/veltra_*.deb
+	@ls -l $(RELEASE)/veltra_*.deb
 
 # Tests build with AddressSanitizer and UBSan.
 test: deps

@@ -5,6 +5,7 @@
 #include "IGraphics.h"
 #include "IPlugStandalone.h"
 #include "Settings.h"
+#include "lice.h"
 #include "resource.h"
 #include "swell-menu.h"
 
@@ -107,6 +108,14 @@ void LaunchMainWindow()
     bar = SWELL_LoadMenu(SWELL_curmodule_menuresource_head, IDR_MENU1);
     SWELL_SetMenuItemAccel(bar, ID_QUIT, "<Control>q");
     SWELL_SetMenuItemAccel(bar, ID_PREFERENCES, "<Control>comma");
+  }
+  // The window's icon: the desktop's own at 48 x 48, from the resource root
+  // as the panel's images are.
+  if (SWELL_HasDisplay())
+  {
+    LICE_IBitmap* icon = LICE_LoadPNGFromNamedResource("resources/img/icon.png");
+    SWELL_SetDefaultWindowIcon(icon);
+    delete icon;
   }
   SWELL_CreateDialog(SWELL_curmodule_dialogresource_head, IDD_DIALOG_MAIN, nullptr, MainDlgProc, 0);
   if (bar && gHWND)

@@ -12,7 +12,8 @@ packages=(
   googletest libgtest-dev libbenchmark-dev
   clang libclang-rt-14-dev
   jackd2 libjack-jackd2-dev
-  xvfb xdotool imagemagick
+  xvfb xdotool imagemagick x11-utils
+  desktop-file-utils appstream lintian man-db dpkg-dev
 )
 
 missing=()

@@ -6,6 +6,9 @@
 
 #include "swell-internal.h"
 
+#include "lice.h"
+#include "swell-appmain.h"
+
 #include <cstdio>
 #include <cstring>
 
@@ -571,10 +574,31 @@ HWND SWELL_WindowFromNative(void* gtkWidget)
 
 void SWELL_SetWindowClass(const char* name, const char* iconName)
 {
-  if (name)
-  {
-    g_set_prgname(name);
-    gdk_set_program_class(name);
-  }
+  // GDK makes the class from the program name, its first letter in capital.
+  // (Setting the class itself would leak it: GDK drops it at the display's
+  // opening.)
+  if (name) g_set_prgname(name);
   if (iconName) gtk_window_set_default_icon_name(iconName);
+}
+
+void SWELL_SetDefaultWindowIcon(LICE_IBitmap* image)
+{
+  if (!image || !image->getBits() || !SWELL_HasDisplay()) return;
+  const int w = image->getWidth(), h = image->getHeight();
+  GdkPixbuf* pixbuf = gdk_pixbuf_new(GDK_COLORSPACE_RGB, TRUE, 8, w, h);
+  if (!pixbuf) return;
+  guchar* data = gdk_pixbuf_get_pixels(pixbuf);
+  const int stride = gdk_pixbuf_get_rowstride(pixbuf);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x)
+    {
+      const LICE_pixel p = LICE_GetPixel(image, x, y);
+      guchar* out = data + (long)y * stride + 4 * x;
+      out[0] = (guchar)LICE_GETR(p);
+      out[1] = (guchar)LICE_GETG(p);
+      out[2] = (guchar)LICE_GETB(p);
+      out[3] = (guchar)LICE_GETA(p);
+    }
+  gtk_window_set_default_icon(pixbuf);
+  g_object_unref(pixbuf);
 }

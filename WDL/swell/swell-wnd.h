@@ -7,6 +7,8 @@
 
 #include "wdltypes.h"
 
+class LICE_IBitmap;
+
 #include <cstdint>
 
 typedef intptr_t WPARAM;
@@ -147,6 +149,10 @@ void* SWELL_GetNativeWindow(HWND hwnd);
 // The window that holds a native widget, or null.
 HWND SWELL_WindowFromNative(void* gtkWidget);
 
-// The top-level windows' class (WM_CLASS) and icon name, set before any
-// window opens.
+// The top-level windows' class (WM_CLASS: instance name, class Name with
+// its first letter in capital) and themed icon name (null: none), set
+// before the window system starts.
 void SWELL_SetWindowClass(const char* name, const char* iconName);
+// Every top-level window's icon from an image (alpha kept); null does
+// nothing. After the window system started.
+void SWELL_SetDefaultWindowIcon(LICE_IBitmap* image);

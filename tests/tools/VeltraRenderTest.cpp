@@ -332,7 +332,7 @@ TEST_F(VeltraRender, ProgramsBanksAndTheParameterList)
   EXPECT_NE(list.out.find("Filter Cutoff"), std::string::npos);
   EXPECT_NE(list.out.find("0.01 .. 0.99"), std::string::npos) << list.out;
   EXPECT_EQ(list.out.find("\n   26 "), std::string::npos) << "meters are no settings";
-  EXPECT_EQ(Render({"--version"}).out, "v1.1.3\n");
+  EXPECT_EQ(Render({"--version"}).out, "veltra-render v1.1.3\n");
 
   // A bank whose programs are silent, and a program that is not: the
   // program, loaded after the bank, plays over its current program.

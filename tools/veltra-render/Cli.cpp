@@ -242,7 +242,7 @@ Options ParseOptions(int argc, char** argv)
     {
       char v[32];
       GetVersionStr(kVeltraVersion, v);
-      printf("%s\n", v);
+      printf("veltra-render %s\n", v);
       exit(0);
     }
     case ':':

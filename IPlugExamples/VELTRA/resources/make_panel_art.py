@@ -594,8 +594,50 @@ def background(tables):
     return s
 
 
+def draw_icon(c):
+    """The application's icon on a 48 x 48 grid: one of the panel's knobs,
+    its ring lit, on a rounded piece of the panel."""
+    r, x0, y0, x1, y1 = 9, 2, 2, 46, 46
+    c.new_sub_path()
+    c.arc(x1 - r, y0 + r, r, -math.pi / 2, 0)
+    c.arc(x1 - r, y1 - r, r, 0, math.pi / 2)
+    c.arc(x0 + r, y1 - r, r, math.pi / 2, math.pi)
+    c.arc(x0 + r, y0 + r, r, math.pi, 3 * math.pi / 2)
+    c.close_path()
+    g = cairo.LinearGradient(0, y0, 0, y1)
+    g.add_color_stop_rgb(0, *SECTION_FILL)
+    g.add_color_stop_rgb(1, *PANEL_BOTTOM)
+    c.set_source(g)
+    c.fill_preserve()
+    c.set_line_width(1.5)
+    c.set_source_rgb(*SECTION_EDGE)
+    c.stroke()
+    # The panel's knob, enlarged to the icon.
+    c.save()
+    c.translate(24, 25)
+    c.scale(1.3, 1.3)
+    c.translate(-KNOB / 2, -KNOB / 2)
+    cx = cy = KNOB / 2
+    knob_body(c, cx, cy)
+    value_ring(c, cx, cy, 0.7)
+    pointer(c, cx, cy, START + SWEEP * 0.7)
+    c.restore()
+
+
+def icons():
+    """The icon as a 48 x 48 image (the window's, and the desktop's at that
+    size) and as SVG for every other size."""
+    png = cairo.ImageSurface(cairo.FORMAT_ARGB32, 48, 48)
+    draw_icon(cairo.Context(png))
+    png.write_to_png(os.path.join(OUT, "icon.png"))
+    svg = cairo.SVGSurface(os.path.join(HERE, "icon.svg"), 48, 48)
+    draw_icon(cairo.Context(svg))
+    svg.finish()
+
+
 def main():
     os.makedirs(OUT, exist_ok=True)
+    icons()
     tables = wave_tables()
     art = {
         "bg.png": background(tables),
