@@ -89,6 +89,28 @@ const ControlPlace kControls[kNumParams] = {
 // The x offset within an octave of each note's key, C upward: white keys 20
 // pixels apart, black keys 12 wide.
 const int kKeyCoords[12] = {0, 12, 21, 36, 42, 65, 72, 85, 95, 111, 118, 132};
+
+// The image strips: file and number of frames.
+struct StripFile
+{
+  EBitmap id;
+  const char* file;
+  int frames;
+};
+const StripFile kStrips[] = {
+    {kKnob, "resources/img/knob.png", 60},        {kWaveKnob, "resources/img/knobn.png", 9},
+    {kOctaveKnob, "resources/img/knobf.png", 5},  {kSwitch, "resources/img/switch.png", 2},
+    {kMeterLED, "resources/img/fadeled.png", 30}, {kFaderHandle, "resources/img/fader.png", 1},
+    {kWhiteKeys, "resources/img/wk.png", 6},      {kBlackKey, "resources/img/bk.png", 1},
+};
+
+// A strip by its id; the engine's cache loads each file once.
+IBitmap LoadStrip(IGraphics* panel, EBitmap id)
+{
+  for (const StripFile& s : kStrips)
+    if (s.id == id) return panel->LoadIBitmap(s.id, s.file, s.frames);
+  return IBitmap();
+}
 } // namespace
 
 IGraphics* MakeGraphics(IPlugStandalone* plug, int w, int h, int fps)
@@ -102,35 +124,10 @@ void VELTRA::MakePanel()
 {
   mPanel = MakeGraphics(this, kPanelWidth, kPanelHeight, 0);
   mPanel->AttachBackground(kBackground, "resources/img/bg.png");
-  const IBitmap knob = mPanel->LoadIBitmap(kKnob, "resources/img/knob.png", 60);
-  const IBitmap waveKnob = mPanel->LoadIBitmap(kWaveKnob, "resources/img/knobn.png", 9);
-  const IBitmap octaveKnob = mPanel->LoadIBitmap(kOctaveKnob, "resources/img/knobf.png", 5);
-  const IBitmap twoWay = mPanel->LoadIBitmap(kSwitch, "resources/img/switch.png", 2);
-  const IBitmap led = mPanel->LoadIBitmap(kMeterLED, "resources/img/fadeled.png", 30);
-  const IBitmap handle = mPanel->LoadIBitmap(kFaderHandle, "resources/img/fader.png", 1);
-  auto bitmapOf = [&](EBitmap id) -> const IBitmap&
-  {
-    switch (id)
-    {
-    case kWaveKnob:
-      return waveKnob;
-    case kOctaveKnob:
-      return octaveKnob;
-    case kSwitch:
-      return twoWay;
-    case kMeterLED:
-      return led;
-    case kFaderHandle:
-      return handle;
-    default:
-      return knob;
-    }
-  };
-
   for (int param = 0; param < kNumParams; ++param)
   {
     const ControlPlace& c = kControls[param];
-    const IBitmap& bitmap = bitmapOf(c.bitmap);
+    const IBitmap bitmap = LoadStrip(mPanel, c.bitmap);
     switch (c.kind)
     {
     case kSwitchControl:
@@ -156,12 +153,9 @@ void VELTRA::MakePanel()
   style.mColor = IColor(255, 85, 174, 255);
   mPresetName = new ITextControl(this, IRECT(295, 215, 410, 255), &style, "No sound loaded.");
   mPanel->AttachControl(mPresetName);
-
-  const IBitmap whiteKeys = mPanel->LoadIBitmap(kWhiteKeys, "resources/img/wk.png", 6);
-  const IBitmap blackKey = mPanel->LoadIBitmap(kBlackKey, "resources/img/bk.png", 1);
-  mKeyboard = new IKeyboardControl(this, 180, 269, 48, 4, whiteKeys, blackKey, kKeyCoords);
+  mKeyboard = new IKeyboardControl(this, 180, 269, 48, 4, LoadStrip(mPanel, kWhiteKeys), LoadStrip(mPanel, kBlackKey),
+                                   kKeyCoords);
   mPanel->AttachControl(mKeyboard);
-
   mPanel->AttachControl(new PresetFunctionsMenu(this, IRECT(410, 210, 490, 250), mPresetName));
   AttachGraphics(mPanel);
 }

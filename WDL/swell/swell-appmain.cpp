@@ -3,6 +3,8 @@
 #include "swell-gdi.h"
 
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <glib-unix.h>
 #include <gtk/gtk.h>
 
@@ -44,6 +46,12 @@ int SWELL_ApplicationMain(int argc, char** argv, SWELLAppMainProc appMain)
   sAppMain = appMain;
   sQuitGranted = false;
   sHasDisplay = gtk_init_check(&argc, &argv);
+  // A display that was asked for but could not be opened is worth saying:
+  // VELTRA goes on without its window, which is easy to miss.
+  const char* display = getenv("WAYLAND_DISPLAY");
+  if (!display || !*display) display = getenv("DISPLAY");
+  if (!sHasDisplay && display && *display)
+    fprintf(stderr, "cannot open display %s: running without a window\n", display);
   SWELL_InstallGfxBackend(); // text in bitmaps, with or without a display
 
   // GTK dispatches its events from the default main context, so one GLib

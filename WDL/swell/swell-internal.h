@@ -62,6 +62,7 @@ struct HWND__
   GMainLoop* loop = nullptr;
   bool destroying = false;       // WM_DESTROY has been sent
   bool inDestroyMessage = false; // while it is being handled
+  guint showSource = 0;          // a first showing waiting for the loop
 };
 
 // The menu as a GTK menu bar of the window, with its accelerators.

@@ -384,6 +384,7 @@ void DestroyWindow(HWND hwnd)
     delete c;
   }
   hwnd->children.clear();
+  if (hwnd->showSource) g_source_remove(hwnd->showSource);
   if (hwnd->widget)
   {
     g_signal_handlers_disconnect_by_data(hwnd->widget, hwnd);
@@ -409,10 +410,31 @@ HWND GetDlgItem(HWND hwnd, int id)
   return nullptr;
 }
 
+namespace
+{
+gboolean ShowPendingWindow(gpointer data)
+{
+  HWND hwnd = (HWND)data;
+  hwnd->showSource = 0;
+  gtk_widget_show(hwnd->widget);
+  return G_SOURCE_REMOVE;
+}
+} // namespace
+
 void ShowWindow(HWND hwnd, int cmd)
 {
   if (!hwnd || !hwnd->widget) return;
-  if (cmd)
+  if (hwnd->showSource)
+  {
+    g_source_remove(hwnd->showSource);
+    hwnd->showSource = 0;
+  }
+  // A window's first showing waits until its creator's code has run to the
+  // loop: a menu bar set right after is then part of the first frame, and
+  // the window appears once, at its final size and place.
+  if (cmd && hwnd->kind == kWndWindow && !gtk_widget_get_realized(hwnd->widget))
+    hwnd->showSource = g_idle_add_full(G_PRIORITY_HIGH_IDLE, ShowPendingWindow, hwnd, nullptr);
+  else if (cmd)
     gtk_widget_show(hwnd->widget);
   else
     gtk_widget_hide(hwnd->widget);

@@ -303,7 +303,7 @@ TEST(Graphics, PromptsOfferAMenuForListsAndAFilteredEntryForNumbers)
   rig.Attach();
 
   // A list parameter: a menu over the control with the current entry ticked.
-  rig.gui->mMenuAnswers.push_back({2});
+  rig.gui->mMenuAnswers.push_back(2);
   mode->PromptUserInput();
   ASSERT_EQ(rig.gui->mMenusShown.size(), 1u);
   EXPECT_EQ(rig.gui->mMenusShown[0], (std::vector<std::string>{"Saw", "Square", "Sine"}));

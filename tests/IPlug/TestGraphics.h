@@ -21,16 +21,10 @@ class TestGraphics : public IGraphics
 public:
   TestGraphics(IPlugBase* plug, int w, int h) : IGraphics(plug, w, h, 0) {}
 
-  // Scripts: the next menu choice (-1 dismisses; an entry of a submenu is
-  // reached with submenuItem), the next file dialog's answer ("" cancels).
-  struct MenuAnswer
-  {
-    int item;
-    int submenuItem = -1;
-  };
-  std::deque<MenuAnswer> mMenuAnswers;
+  // Scripts: the next menu choice (-1 dismisses), the next file dialog's
+  // answer ("" cancels).
+  std::deque<int> mMenuAnswers;
   std::deque<std::string> mFileAnswers;
-  int mMessageBoxAnswer = 1;
 
   // What the engine asked of the platform.
   int mScreenDraws = 0;
@@ -80,7 +74,7 @@ public:
     mEdParam = nullptr;
     mEdText.clear();
   }
-  int ShowMessageBox(const char*, const char*, int) override { return mMessageBoxAnswer; }
+  int ShowMessageBox(const char*, const char*, int) override { return 1; }
   IPopupMenu* CreateIPopupMenu(IPopupMenu* menu, IRECT* rect) override
   {
     ReleaseMouseCapture();
@@ -94,16 +88,11 @@ public:
     }
     mMenusShown.push_back(shown);
     if (mMenuAnswers.empty()) return nullptr;
-    const MenuAnswer a = mMenuAnswers.front();
+    const int a = mMenuAnswers.front();
     mMenuAnswers.pop_front();
-    IPopupMenuItem* item = menu->GetItem(a.item);
+    IPopupMenuItem* item = menu->GetItem(a);
     if (!item || item->GetIsSeparator() || !item->GetEnabled()) return nullptr;
-    if (IPopupMenu* sub = item->GetSubmenu())
-    {
-      sub->SetChosenItemIdx(a.submenuItem);
-      return sub;
-    }
-    menu->SetChosenItemIdx(a.item);
+    menu->SetChosenItemIdx(a);
     return menu;
   }
   void CreateTextEntry(IControl* control, IText*, IRECT* rect, const char* str = "", IParam* param = nullptr) override

@@ -168,7 +168,7 @@ TEST(PresetMenu, SavesAndLoadsProgramsAndShowsTheFileName)
   EXPECT_TRUE(menu->IsDirty());
 
   const std::string path = rig.gui->mFolder.File("lead.fxp");
-  rig.gui->mMenuAnswers.push_back({0});
+  rig.gui->mMenuAnswers.push_back(0);
   rig.gui->mFileAnswers.push_back(path);
   rig.plug.GetParam(GuiPlug::kLevel)->Set(0.9);
   rig.gui->OnMouseDown(450, 230, &left);
@@ -181,13 +181,13 @@ TEST(PresetMenu, SavesAndLoadsProgramsAndShowsTheFileName)
 
   // A cancelled load: the display goes blank, the program stays.
   rig.plug.GetParam(GuiPlug::kLevel)->Set(0.1);
-  rig.gui->mMenuAnswers.push_back({2});
+  rig.gui->mMenuAnswers.push_back(2);
   rig.gui->mFileAnswers.push_back("");
   rig.gui->OnMouseDown(450, 230, &left);
   EXPECT_STREQ(display->GetTextString(), "");
   EXPECT_DOUBLE_EQ(rig.Param(GuiPlug::kLevel), 0.1);
 
-  rig.gui->mMenuAnswers.push_back({2});
+  rig.gui->mMenuAnswers.push_back(2);
   rig.gui->mFileAnswers.push_back(path);
   rig.gui->OnMouseDown(450, 230, &left);
   EXPECT_NEAR(rig.Param(GuiPlug::kLevel), 0.9, 1e-6) << "the saved program came back";

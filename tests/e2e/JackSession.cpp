@@ -115,32 +115,22 @@ bool JackServer::StartOnce(std::string* error)
     Sleep(0.05);
   }
   *error = "jackd did not come up in time: " + ReadFile(log);
-  kill(mPid, SIGKILL);
-  WaitFor(mPid, 5.0);
+  StopProcess(mPid, SIGKILL, 5.0);
   mPid = -1;
   return false;
 }
 
 void JackServer::Stop()
 {
-  if (mPid > 0)
-  {
-    kill(mPid, SIGTERM);
-    if (WaitFor(mPid, 10.0) == -1)
-    {
-      kill(mPid, SIGKILL);
-      WaitFor(mPid, 5.0);
-    }
-    mPid = -1;
-  }
+  if (mPid > 0) StopProcess(mPid, SIGTERM, 10.0);
+  mPid = -1;
   ReleaseName();
 }
 
 void JackServer::Kill()
 {
   if (mPid <= 0) return;
-  kill(mPid, SIGKILL);
-  WaitFor(mPid, 5.0);
+  StopProcess(mPid, SIGKILL, 5.0);
   mPid = -1;
   // The name stays held until Stop: the dead server's place is reclaimed by
   // the next server of this name.
@@ -176,13 +166,7 @@ bool VeltraProcess::Start(const std::string& exe, const std::string& jackServer,
 int VeltraProcess::StopWith(int sig, double timeoutSec)
 {
   if (mPid <= 0) return -1;
-  kill(mPid, sig);
-  const int status = WaitFor(mPid, timeoutSec);
-  if (status == -1)
-  {
-    kill(mPid, SIGKILL);
-    WaitFor(mPid, 5.0);
-  }
+  const int status = StopProcess(mPid, sig, timeoutSec);
   mPid = -1;
   return status;
 }

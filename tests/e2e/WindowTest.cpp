@@ -79,29 +79,24 @@ TEST(Window, AboutShowsTheMakerAndTheBuildDate)
 }
 
 // Quit from the menu, Ctrl+Q and the window manager's close all end VELTRA
-// through its clean-up, with status 0.
-TEST(Window, FileQuitEndsVeltra)
+// through its clean-up, with status 0, its stream closed.
+TEST(Window, QuitCtrlQAndClosingTheWindowEachEndVeltra)
 {
-  VeltraOnScreen s;
-  ASSERT_EQ(s.Start(), "");
-  s.ChooseMenuItem("File", 1);
-  ExpectCleanExit(s.WaitForExit(15.0), s.run.veltra);
-  EXPECT_FALSE(s.run.recorder.PortsExist("VELTRA:")) << "the stream closed";
-}
-
-TEST(Window, CtrlQEndsVeltra)
-{
-  VeltraOnScreen s;
-  ASSERT_EQ(s.Start(), "");
-  s.xserver.Move(s.ScreenX(460), s.ScreenY(200));
-  s.xserver.Key("ctrl+q");
-  ExpectCleanExit(s.WaitForExit(15.0), s.run.veltra);
-}
-
-TEST(Window, ClosingTheWindowEndsVeltra)
-{
-  VeltraOnScreen s;
-  ASSERT_EQ(s.Start(), "");
-  ASSERT_TRUE(s.xserver.CloseWindow(s.window));
-  ExpectCleanExit(s.WaitForExit(15.0), s.run.veltra);
+  for (const char* way : {"File > Quit", "Ctrl+Q", "close"})
+  {
+    SCOPED_TRACE(way);
+    VeltraOnScreen s;
+    ASSERT_EQ(s.Start(), "");
+    if (way[0] == 'F')
+      s.ChooseMenuItem("File", 1);
+    else if (way[0] == 'C')
+    {
+      s.xserver.Move(s.ScreenX(460), s.ScreenY(200));
+      s.xserver.Key("ctrl+q");
+    }
+    else
+      ASSERT_TRUE(s.xserver.CloseWindow(s.window));
+    ExpectCleanExit(s.WaitForExit(15.0), s.run.veltra);
+    EXPECT_FALSE(s.run.recorder.PortsExist("VELTRA:")) << "the stream closed";
+  }
 }

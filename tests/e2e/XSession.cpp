@@ -7,19 +7,10 @@
 #include <X11/Xlib.h>
 #include <csignal>
 #include <cstdio>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace
 {
-bool Exists(const std::string& path)
-{
-  struct stat st;
-  return !stat(path.c_str(), &st);
-}
-
 std::string Trim(std::string s)
 {
   while (!s.empty() && (s.back() == '\n' || s.back() == ' ')) s.pop_back();
@@ -31,64 +22,38 @@ XServer::~XServer() { Stop(); }
 
 bool XServer::Start(std::string* error)
 {
-  // A display number nobody uses, held by a lock file while our server runs.
-  for (int n = 90; n < 190 && mLock < 0; ++n)
+  // Xvfb picks a free display itself and writes its number to the pipe.
+  int fds[2];
+  if (pipe(fds))
   {
-    const int fd = open(("/tmp/veltra-e2e-x-" + std::to_string(n) + ".lock").c_str(), O_RDWR | O_CREAT, 0666);
-    if (fd < 0) continue;
-    if (flock(fd, LOCK_EX | LOCK_NB) || Exists("/tmp/.X" + std::to_string(n) + "-lock") ||
-        Exists("/tmp/.X11-unix/X" + std::to_string(n)))
-    {
-      close(fd);
-      continue;
-    }
-    mLock = fd;
-    mNumber = n;
-  }
-  if (mLock < 0)
-  {
-    *error = "no free X display number";
+    *error = "no pipe";
     return false;
   }
-  mDisplay = ":" + std::to_string(mNumber);
-  const std::string log = "/tmp/veltra-e2e-xvfb-" + std::to_string(mNumber) + ".log";
+  const std::string log = "/tmp/veltra-e2e-xvfb-" + std::to_string(getpid()) + ".log";
   mPid =
-      Spawn({"/usr/bin/Xvfb", mDisplay, "-screen", "0", "1280x800x24", "-nolisten", "tcp"}, MakeEnv({}, {}), log, log);
-  const double start = Now();
-  while (SecondsSince(start) < 15.0)
+      Spawn({"/usr/bin/Xvfb", "-displayfd", std::to_string(fds[1]), "-screen", "0", "1280x800x24", "-nolisten", "tcp"},
+            MakeEnv({}, {}), log, log);
+  close(fds[1]);
+  std::string number;
+  char c;
+  while (read(fds[0], &c, 1) == 1 && c != '\n') number += c;
+  close(fds[0]);
+  if (number.empty())
   {
-    if (::Display* d = XOpenDisplay(mDisplay.c_str()))
-    {
-      XCloseDisplay(d);
-      unlink(log.c_str());
-      return true;
-    }
-    if (WaitFor(mPid, 0.0) != -1)
-    {
-      mPid = -1;
-      *error = "Xvfb ended at start: " + ReadWholeFile(log);
-      return false;
-    }
-    Sleep(0.05);
+    *error = "Xvfb did not start: " + ReadWholeFile(log);
+    unlink(log.c_str());
+    Stop();
+    return false;
   }
-  *error = "Xvfb did not come up: " + ReadWholeFile(log);
-  return false;
+  unlink(log.c_str());
+  mDisplay = ":" + number;
+  return true;
 }
 
 void XServer::Stop()
 {
-  if (mPid > 0)
-  {
-    kill(mPid, SIGTERM);
-    if (WaitFor(mPid, 10.0) == -1)
-    {
-      kill(mPid, SIGKILL);
-      WaitFor(mPid, 5.0);
-    }
-    mPid = -1;
-  }
-  if (mLock >= 0) close(mLock);
-  mLock = -1;
+  if (mPid > 0) StopProcess(mPid, SIGTERM, 10.0);
+  mPid = -1;
 }
 
 std::vector<std::string> XServer::Env() const { return {"DISPLAY=" + mDisplay, "GDK_BACKEND=x11", "NO_AT_BRIDGE=1"}; }

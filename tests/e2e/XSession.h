@@ -48,7 +48,5 @@ public:
 
 private:
   std::string mDisplay;
-  int mNumber = -1;
-  int mLock = -1;
   pid_t mPid = -1;
 };

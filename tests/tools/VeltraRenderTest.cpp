@@ -1,6 +1,7 @@
 // veltra-render run as a user runs it: real MIDI files in, real WAV and FLAC
 // files out, read back with libsndfile.
 
+#include "Process.h"
 #include "Signal.h"
 #include "TempDir.h"
 #include "VELTRA.h"
@@ -81,30 +82,17 @@ protected:
   }
   static std::string Read(const std::string& path) { return ReadWholeFile(path); }
 
-  pid_t Spawn(std::vector<std::string> args)
+  pid_t Start(std::vector<std::string> args)
   {
     args.insert(args.begin(), VELTRA_RENDER_EXE);
-    std::vector<char*> argv;
-    for (std::string& a : args) argv.push_back(&a[0]);
-    argv.push_back(nullptr);
-    const std::string err = Path("stderr"), out = Path("stdout");
-    const pid_t pid = fork();
-    if (pid == 0)
-    {
-      dup2(open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 2);
-      dup2(open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 1);
-      execv(argv[0], argv.data());
-      _exit(127);
-    }
-    return pid;
+    return Spawn(args, MakeEnv({}, {}), Path("stdout"), Path("stderr"));
   }
   Outcome Wait(pid_t pid)
   {
-    int status = 0;
-    waitpid(pid, &status, 0);
+    const int status = WaitFor(pid, 600.0);
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Read(Path("stderr")), Read(Path("stdout"))};
   }
-  Outcome Render(const std::vector<std::string>& args) { return Wait(Spawn(args)); }
+  Outcome Render(const std::vector<std::string>& args) { return Wait(Start(args)); }
 
   // Samples as libsndfile reads them: floats, or the integers a file holds.
   template<typename T>
@@ -252,7 +240,7 @@ TEST_F(VeltraRender, NothingTheUserOwnsIsLost)
 
   // A signal ends a long render at once and leaves nothing behind.
   const std::vector<std::string> before = Files();
-  const pid_t pid = Spawn({"-q", "-t", "3000", mid, Path("long.wav")});
+  const pid_t pid = Start({"-q", "-t", "3000", mid, Path("long.wav")});
   usleep(300000);
   kill(pid, SIGTERM);
   r = Wait(pid);

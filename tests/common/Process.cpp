@@ -1,5 +1,6 @@
 #include "Process.h"
 
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -70,4 +71,16 @@ int WaitFor(pid_t pid, double timeoutSec)
     if (SecondsSince(start) > timeoutSec) return -1;
     Sleep(0.01);
   }
+}
+
+int StopProcess(pid_t pid, int sig, double timeoutSec)
+{
+  kill(pid, sig);
+  const int status = WaitFor(pid, timeoutSec);
+  if (status == -1)
+  {
+    kill(pid, SIGKILL);
+    WaitFor(pid, 5.0);
+  }
+  return status;
 }

@@ -1,5 +1,5 @@
 #pragma once
-// Child processes for the end-to-end tests: an environment to give them,
+// Child processes for the tests that run programs: an environment to give them,
 // starting them with their output in files, and waiting for them.
 
 #include <string>
@@ -18,3 +18,6 @@ pid_t Spawn(const std::vector<std::string>& args, const std::vector<std::string>
             const std::string& err);
 // Waits up to timeoutSec for pid; the wait status, or -1 on time-out.
 int WaitFor(pid_t pid, double timeoutSec);
+// Sends sig and waits up to timeoutSec; a process still there is killed.
+// The wait status, or -1 when it had to be killed.
+int StopProcess(pid_t pid, int sig, double timeoutSec);
