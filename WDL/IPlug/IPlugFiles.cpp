@@ -40,7 +40,7 @@ void PutBEFloat(ByteChunk& c, double v)
 void PutName(ByteChunk& c, const char* name)
 {
   char field[kNameSize] = {};
-  snprintf(field, sizeof(field), "%s", name);
+  memcpy(field, name, strnlen(name, kNameSize - 1));
   c.PutBytes(field, kNameSize);
 }
 
