@@ -8,6 +8,18 @@
 
 #include <cstring>
 
+namespace
+{
+// A text equal to the current one changes nothing; another marks the
+// control for redrawing without sending anything back to the plug-in.
+void SetChangedText(IControl* control, WDL_String* current, const char* str)
+{
+  if (!strcmp(current->Get(), str ? str : "")) return;
+  control->SetDirty(false);
+  current->Set(str);
+}
+} // namespace
+
 IPanelControl::IPanelControl(IPlugBase* plug, IRECT rect, const IColor* color)
     : IControl(plug, rect, -1), mColor(*color)
 {
@@ -21,12 +33,7 @@ ITextControl::ITextControl(IPlugBase* plug, IRECT rect, const IText* text, const
   if (text) mText = *text;
 }
 
-void ITextControl::SetTextFromPlug(const char* str)
-{
-  if (!strcmp(mStr.Get(), str ? str : "")) return;
-  SetDirty(false);
-  mStr.Set(str);
-}
+void ITextControl::SetTextFromPlug(const char* str) { SetChangedText(this, &mStr, str); }
 
 bool ITextControl::Draw(IGraphics* graphics)
 {
@@ -74,12 +81,7 @@ IBitmapTextControl::IBitmapTextControl(IPlugBase* plug, IRECT rect, const IBitma
   if (text) mText = *text;
 }
 
-void IBitmapTextControl::SetTextFromPlug(const char* str)
-{
-  if (!strcmp(mStr.Get(), str ? str : "")) return;
-  SetDirty(false);
-  mStr.Set(str);
-}
+void IBitmapTextControl::SetTextFromPlug(const char* str) { SetChangedText(this, &mStr, str); }
 
 bool IBitmapTextControl::Draw(IGraphics* graphics)
 {

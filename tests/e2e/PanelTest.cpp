@@ -83,6 +83,19 @@ bool WaitForFile(const std::string& path, double timeoutSec)
 }
 
 // Knob centres on the panel, by their control's place.
+// Types a path into the file dialog titled as given (after the key that
+// selects its name field) and confirms it; false unless it came and went.
+bool AnswerFileDialog(VeltraOnScreen& s, const char* title, const char* fieldKey, const std::string& path)
+{
+  const unsigned long dialog = s.xserver.WaitForWindow(title, 20.0);
+  if (!dialog) return false;
+  s.xserver.Focus(dialog);
+  s.xserver.Key(fieldKey);
+  s.xserver.Type(path);
+  s.xserver.Key("Return");
+  return s.xserver.WaitForWindowGone(dialog, 20.0);
+}
+
 const int kCutoffX = 588, kCutoffY = 68;  // Filter Cutoff at (570, 50)
 const int kMasterX = 831, kMasterY = 298; // Master Volume at (813, 280)
 } // namespace
@@ -163,14 +176,8 @@ TEST(Panel, ProgramsSaveAndLoadThroughTheFileDialogs)
   std::unique_ptr<LICE_IBitmap> before(s.PanelShot("before.png"));
   const std::string saved = s.run.home.File("mine.fxp");
   s.ChoosePopupItem(450, 240, 0); // Save Program...
-  const unsigned long save = s.xserver.WaitForWindow("^Save$", 20.0);
-  ASSERT_NE(save, 0u) << "the save dialog";
-  s.xserver.Focus(save);
-  s.xserver.Key("ctrl+a");
-  s.xserver.Type(saved);
-  s.xserver.Key("Return");
+  ASSERT_TRUE(AnswerFileDialog(s, "^Save$", "ctrl+a", saved)) << "the save dialog";
   ASSERT_TRUE(WaitForFile(saved, 20.0));
-  ASSERT_TRUE(s.xserver.WaitForWindowGone(save, 10.0));
   Sleep(0.3);
   const std::vector<float> values = ProgramValues(saved);
   ASSERT_EQ(values.size(), (size_t)kNumParams);
@@ -193,13 +200,7 @@ TEST(Panel, ProgramsSaveAndLoadThroughTheFileDialogs)
   midi.Send({0x90, 69, 120});
   const auto playing = Listen(s, 1.0);
   s.ChoosePopupItem(450, 240, 1); // Load Program...
-  const unsigned long open = s.xserver.WaitForWindow("^Open$", 20.0);
-  ASSERT_NE(open, 0u) << "the open dialog";
-  s.xserver.Focus(open);
-  s.xserver.Key("ctrl+l");
-  s.xserver.Type(other);
-  s.xserver.Key("Return");
-  ASSERT_TRUE(s.xserver.WaitForWindowGone(open, 10.0));
+  ASSERT_TRUE(AnswerFileDialog(s, "^Open$", "ctrl+l", other)) << "the open dialog";
   Listen(s, 0.3);
   const auto loaded = Listen(s, 1.0);
   EXPECT_LT(LevelOf(s, loaded), 0.5 * LevelOf(s, playing)) << "the program's volume is heard";
