@@ -4,6 +4,7 @@
 #include "AudioEngine.h"
 #include "IGraphics.h"
 #include "IPlugStandalone.h"
+#include "VELTRA.h"
 #include "Settings.h"
 #include "lice.h"
 #include "resource.h"
@@ -61,7 +62,9 @@ void OnCommand(HWND hwnd, int id)
 
 bool AttachGUI()
 {
-  IGraphics* gui = gPluginInstance ? gPluginInstance->GetGUI() : nullptr;
+  // The panel is made the first time a window can show it: without a display
+  // the instrument plays with none.
+  IGraphics* gui = gPluginInstance && gHWND ? MakePlugGUI(gPluginInstance) : nullptr;
   if (!gui || !gui->OpenWindow(gHWND)) return false;
   gPluginInstance->OnGUIOpen();
   return true;

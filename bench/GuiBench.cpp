@@ -33,7 +33,7 @@ struct Panel
     SWELL_InstallGfxBackend();
     plug.reset((VELTRA*)MakePlug(nullptr, nullptr));
     plug->RestorePreset(0);
-    gui = plug->GetGUI();
+    gui = MakePlugGUI(plug.get());
     // A chord held from MIDI: the keyboard shows its keys.
     for (int note : {48, 52, 55, 60, 64, 67, 72, 76})
     {
@@ -102,7 +102,7 @@ void BM_NoteFrame(benchmark::State& state)
           []
           {
             P().MoveMeters();
-            P().plug->mKeyboard->SetDirty(false);
+            P().plug->mKeyboard->KeyTableChanged();
             P().Tick();
           });
 }

@@ -6,8 +6,9 @@
 // paints only the keys that are down.
 
 #include "IControl.h"
+#include "VELTRA.h"
 
-class IKeyboardControl : public IControl
+class IKeyboardControl : public IControl, public IScreenKeyboard
 {
 public:
   // keyCoords: the x offset within an octave of each of the 12 notes; only
@@ -16,9 +17,11 @@ public:
                    const IBitmap& sharpKey, const int* keyCoords);
 
   // Audio thread, one word each, without a lock.
-  int GetKey() const { return mKey; }
+  int GetKey() const override { return mKey; }
   // 1 at the top of a key, 127 at its bottom.
-  int GetVelocity() const { return 1 + (int)(mVelocity * 126.0 + 0.5); }
+  int GetVelocity() const override { return 1 + (int)(mVelocity * 126.0 + 0.5); }
+  // MIDI thread: the keys held by MIDI are drawn at the next frame.
+  void KeyTableChanged() override { SetDirty(false); }
 
   // GUI thread. The key under a point (0 from the lowest key; the top key
   // is mNumKeys), or -1; sets the velocity from the press height.

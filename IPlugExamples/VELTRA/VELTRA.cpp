@@ -4,16 +4,16 @@
 
 #include "VELTRA.h"
 
-#include "IGraphics.h"
+#include <initializer_list>
 
 VELTRA::VELTRA(IPlugInstanceInfo instanceInfo)
-    : IPlugStandalone(instanceInfo, kNumParams, "0-1 0-2", kVeltraPrograms, "VELTRA", "", "QuillmoorInstruments",
+    : IPlug(instanceInfo, kNumParams, "0-1 0-2", kVeltraPrograms, "VELTRA", "", "QuillmoorInstruments",
                       kVeltraVersion, kVeltraUniqueID, kVeltraMfrID, 0, true, false, true, 0),
       mMidiQueue(1024)
 {
   InitParams();
-  MakePanel();
-  // The start values of the members are not the parameters': restoring a
+  // The panel comes only when a program asks for it (MakePlugGUI): the sound
+  // needs none. The start values of the members are not the parameters': restoring a
   // program, which the application does before its stream starts, puts
   // these in force through OnParamChange.
   MakeDefaultPreset("-", kVeltraPrograms);
@@ -41,6 +41,50 @@ void VELTRA::PresetsChangedByHost()
   if (GetGUI()) GetGUI()->SetAllControlsDirty();
 }
 
+void VELTRA::OnActivate(bool active)
+{
+  IMutexLock lock(this);
+  if (!active) return;
+  for (int n = 0; n < kNumOscillators; ++n)
+  {
+    // What the parameters put in the oscillators stays; the rest is as a
+    // new object has it. A voice's gain is its volume until a note comes.
+    VLTOscillator& o = mOsc[n];
+    o.mTargetIncrement = o.mIncrement = o.mPhase = 0.0;
+    o.mPulseWidth = 32767.0;
+    o.mLevel = o.mEnvelope = 0.0;
+    o.mDecaying = o.mGate = false;
+    o.mKey = 0;
+    o.mVelocityGain = GetParam(n % 2 ? kOP2Volume : kOP1Volume)->Value();
+  }
+  // The rings empty; their parameters (feedback, mix, depth, the drawn
+  // chorus bounds) stay in force.
+  for (VLTReverb* r : {&mReverbL, &mReverbR})
+  {
+    const double feedback = r->mFeedback, mix = r->mMix;
+    r->clear();
+    r->mFeedback = feedback;
+    r->mMix = mix;
+  }
+  for (VLTChorus* c : {&mChorusL, &mChorusR})
+  {
+    const int maxLength = c->mMaxLength;
+    c->clear();
+    c->mMaxLength = maxLength;
+  }
+  mTickCounter = 0;
+  mCutoffNow = mFilterVelocity = mFilterPosition = 0.0;
+  mAREnvelope = mLFOLevel = mPWMPosition = 0.0;
+  mLFORising = mPWMRising = true;
+  mScreenKey = -1;
+  mNumKeys = 0;
+  for (bool& k : mKeyStatus) k = false;
+  mPitchBend = GetParam(kPitchBend)->Value();
+  mSample = 0.0;
+  while (!mMidiQueue.Empty()) mMidiQueue.Remove();
+  mMidiQueue.Flush(0);
+}
+
 void VELTRA::Reset()
 {
   IMutexLock lock(this);
@@ -48,6 +92,7 @@ void VELTRA::Reset()
   mMidiQueue.Resize(GetBlockSize());
 }
 
+#ifndef LV2_API
 void* MakePlug(void* midiOut, unsigned short* midiOutChan)
 {
   static WDL_Mutex sMutex;
@@ -58,3 +103,4 @@ void* MakePlug(void* midiOut, unsigned short* midiOutChan)
   info.mMidiOutChan = midiOutChan;
   return new VELTRA(info);
 }
+#endif

@@ -4,14 +4,29 @@
 // One object for the whole run, made by MakePlug.
 
 #include "IMidiQueue.h"
-#include "IPlugStandalone.h"
+#include "IPlugAdapter.h"
 #include "VLTChorus.h"
 #include "VLTOscillator.h"
+#include "VLTRandom.h"
 #include "VLTReverb.h"
 
 class IGraphics;
-class IKeyboardControl;
 class ITextControl;
+
+// The panel's keyboard as the sound sees it; the keyboard control implements
+// it, and without a panel there is none.
+class IScreenKeyboard
+{
+public:
+  virtual ~IScreenKeyboard() {}
+  // Audio thread, once a block, without a lock: the key held with the mouse
+  // (-1 for none) and its velocity.
+  virtual int GetKey() const = 0;
+  virtual int GetVelocity() const = 0;
+  // MIDI thread, under the plug-in's mutex: the key table changed, the
+  // keyboard is drawn again.
+  virtual void KeyTableChanged() = 0;
+};
 
 // The application's reverse-domain identifier, shared by the plug-in object
 // and its panel.
@@ -97,6 +112,9 @@ enum
   kNumVoices = 8,
   kNumOscillators = 2 * kNumVoices,
   kNumKeys = 128,
+  // Control i of the panel stands for parameter i - 1 (control 0 is the
+  // background).
+  kFirstParamControl = 1,
   kControlTickSamples = 44,
   // At most this many MIDI messages wait for the render loop (128 KiB); a
   // block of 8192 frames at the densest MIDI stream stays far below it.
@@ -116,7 +134,7 @@ double midi2CPS(double note);
 // per-tick step.
 double mapRate(double v);
 
-class VELTRA : public IPlugStandalone
+class VELTRA : public IPlug
 {
 public:
   explicit VELTRA(IPlugInstanceInfo instanceInfo);
@@ -139,6 +157,14 @@ public:
   // MIDI thread; takes the mutex. Note-on, note-off and pitch wheel act;
   // everything else is dropped.
   void ProcessMidiMsg(IMidiMsg* msg) override;
+  // Host's thread, while no audio runs; takes the mutex. Activation starts
+  // from silence: voices, envelopes, LFO, pulse-width sweep, filter, chorus
+  // and reverb as a new object has them, the parameters in force untouched.
+  void OnActivate(bool active) override;
+
+  // GUI thread: makes the panel and attaches it, once; only programs that
+  // show a panel link it (MakePlugGUI).
+  void MakePanel();
 
   // Any thread; take the mutex. The key table follows MIDI input only.
   int GetNumKeys();
@@ -148,7 +174,7 @@ public:
   void NoteOnOff(IMidiMsg* msg);
 
   IGraphics* mPanel = nullptr;           // owned by the framework once attached
-  IKeyboardControl* mKeyboard = nullptr; // the panel's, polled by the render loop
+  IScreenKeyboard* mKeyboard = nullptr; // the panel's, polled by the render loop
   IMidiQueue mMidiQueue;
   ITextControl* mPresetName = nullptr; // the panel's display of the program's file
   VLTOscillator mOsc[kNumOscillators];
@@ -189,11 +215,16 @@ public:
   bool mSmoothingOn = false;
   double mSample = 0.0;
   double mSampleRate = 44100.0;
+  // The chorus bounds' random draws: this object's own generator, so that
+  // two instruments in one process never disturb each other.
+  VLTRandom mRandom;
+  // MIDI messages refused because the queue was full; only the thread that
+  // holds the mutex counts.
+  int mDroppedMidiMessages = 0;
 
 private:
-  // Construction: names, kinds and ranges of the 44 slots; the panel.
+  // Construction: names, kinds and ranges of the 44 slots.
   void InitParams();
-  void MakePanel();
   // Puts a real parameter value in force: the mapping from each of the 44
   // slots to the fields that the render loop reads. Caller holds the mutex.
   void ApplyParam(int paramIdx, double value);
@@ -210,9 +241,16 @@ private:
 };
 
 // The panel's engine for this platform, with the application's identifier.
-IGraphics* MakeGraphics(IPlugStandalone* plug, int w, int h, int fps);
+IGraphics* MakeGraphics(IPlugBase* plug, int w, int h, int fps);
 
+#ifndef LV2_API
 // The one place where the instrument is made; serialised by a static mutex
 // so that two callers cannot make two objects side by side. The caller owns
-// the result and deletes it through its virtual destructor.
+// the result and deletes it through its virtual destructor. It has no panel
+// until MakePlugGUI.
 void* MakePlug(void* midiOut, unsigned short* midiOutChan);
+#endif
+
+// GUI thread: the instrument's panel, made on the first call; the plug-in
+// owns it.
+IGraphics* MakePlugGUI(void* plug);

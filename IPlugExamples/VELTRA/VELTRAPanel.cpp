@@ -113,7 +113,7 @@ IBitmap LoadStrip(IGraphics* panel, EBitmap id)
 }
 } // namespace
 
-IGraphics* MakeGraphics(IPlugStandalone* plug, int w, int h, int fps)
+IGraphics* MakeGraphics(IPlugBase* plug, int w, int h, int fps)
 {
   IGraphicsLinux* graphics = new IGraphicsLinux(plug, w, h, fps);
   graphics->SetBundleID(kVeltraBundleID);
@@ -122,25 +122,26 @@ IGraphics* MakeGraphics(IPlugStandalone* plug, int w, int h, int fps)
 
 void VELTRA::MakePanel()
 {
-  mPanel = MakeGraphics(this, kPanelWidth, kPanelHeight, 0);
-  mPanel->AttachBackground(kBackground, "resources/img/bg.png");
+  if (mPanel) return;
+  IGraphics* panel = MakeGraphics(this, kPanelWidth, kPanelHeight, 0);
+  panel->AttachBackground(kBackground, "resources/img/bg.png");
   for (int param = 0; param < kNumParams; ++param)
   {
     const ControlPlace& c = kControls[param];
-    const IBitmap bitmap = LoadStrip(mPanel, c.bitmap);
+    const IBitmap bitmap = LoadStrip(panel, c.bitmap);
     switch (c.kind)
     {
     case kSwitchControl:
-      mPanel->AttachControl(new ISwitchControl(this, c.x, c.y, param, bitmap, IChannelBlend::kBlendOver));
+      panel->AttachControl(new ISwitchControl(this, c.x, c.y, param, bitmap, IChannelBlend::kBlendOver));
       break;
     case kFaderControl:
-      mPanel->AttachControl(new IFaderControl(this, c.x, c.y, 100, param, bitmap, kVertical, false));
+      panel->AttachControl(new IFaderControl(this, c.x, c.y, 100, param, bitmap, kVertical, false));
       break;
     case kKnobControl:
     case kMeterControl:
     {
       IControl* control = new IKnobMultiControl(this, c.x, c.y, param, bitmap, kVertical, 4.0);
-      mPanel->AttachControl(control);
+      panel->AttachControl(control);
       // The meters show the render loop's values and take no mouse input.
       if (c.kind == kMeterControl) control->SetTargetArea(IRECT());
       break;
@@ -151,17 +152,24 @@ void VELTRA::MakePanel()
   IText style(14, nullptr, nullptr, IText::kStylePlain, IText::kAlignCentre, 0, IText::kQualitySystem);
   style.mSize = 12;
   style.mColor = IColor(255, 85, 174, 255);
-  mPresetName = new ITextControl(this, IRECT(295, 215, 410, 255), &style, "No sound loaded.");
-  mPanel->AttachControl(mPresetName);
-  mKeyboard = new IKeyboardControl(this, 180, 269, 48, 4, LoadStrip(mPanel, kWhiteKeys), LoadStrip(mPanel, kBlackKey),
-                                   kKeyCoords);
-  mPanel->AttachControl(mKeyboard);
-  mPanel->AttachControl(new PresetFunctionsMenu(this, IRECT(410, 210, 490, 250), mPresetName));
-  AttachGraphics(mPanel);
+  ITextControl* presetName = new ITextControl(this, IRECT(295, 215, 410, 255), &style, "No sound loaded.");
+  panel->AttachControl(presetName);
+  IKeyboardControl* keyboard = new IKeyboardControl(this, 180, 269, 48, 4, LoadStrip(panel, kWhiteKeys),
+                                                    LoadStrip(panel, kBlackKey), kKeyCoords);
+  panel->AttachControl(keyboard);
+  panel->AttachControl(new PresetFunctionsMenu(this, IRECT(410, 210, 490, 250), presetName));
+  // The sound may be playing already: the render loop and the MIDI thread
+  // see the panel's keyboard only together with the rest, under the mutex.
+  IMutexLock lock(this);
+  mPanel = panel;
+  mPresetName = presetName;
+  mKeyboard = keyboard;
+  AttachGraphics(panel);
 }
 
-void VELTRA::SetMeter(int controlIdx, double value)
+IGraphics* MakePlugGUI(void* plug)
 {
-  // Audio thread: the value crosses to the GUI thread one word at a time.
-  if (IControl* meter = mPanel ? mPanel->GetControl(controlIdx) : nullptr) meter->SetValueFromPlug(value);
+  VELTRA* veltra = (VELTRA*)plug;
+  veltra->MakePanel();
+  return veltra->mPanel;
 }

@@ -14,9 +14,10 @@ namespace
 bool AsBool(double v) { return v >= 0.5; }
 int AsInt(double v) { return (int)v; }
 
-// The chorus bound is drawn anew at every change: rand() % 10 - 5 lies in
-// -5..+4. The generator is the C library's, unseeded, as it always was.
-int ChorusBound(double speed) { return (int)(speed + (double)(rand() % 10 - 5)); }
+// The chorus bound is drawn anew at every change: a draw % 10 - 5 lies in
+// -5..+4. The draws are the C library's unseeded rand() sequence, as they
+// always were, from the instrument's own generator.
+int ChorusBound(double speed, VLTRandom* random) { return (int)(speed + (double)(random->Next() % 10 - 5)); }
 
 // Parameters whose real value, or the falling per-tick step that mapRate
 // makes of it, goes into one field as it is.
@@ -180,8 +181,8 @@ void VELTRA::ApplyParam(int paramIdx, double value)
     mChorusL.mDepth = mChorusR.mDepth = value;
     break;
   case kChorusSpeed:
-    mChorusL.mMaxLength = ChorusBound(value);
-    mChorusR.mMaxLength = ChorusBound(value);
+    mChorusL.mMaxLength = ChorusBound(value, &mRandom);
+    mChorusR.mMaxLength = ChorusBound(value, &mRandom);
     break;
   case kReverbDepth:
     mReverbL.mMix = mReverbR.mMix = value;

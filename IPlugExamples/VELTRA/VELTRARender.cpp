@@ -107,6 +107,14 @@ void VELTRA::ControlTick()
   }
 }
 
+void VELTRA::SetMeter(int controlIdx, double value)
+{
+  // The value crosses to the GUI thread one word at a time; a host that
+  // shows meters gets it too.
+  if (mGraphics) mGraphics->SetControlFromPlug(controlIdx, value);
+  SetMeterForHost(controlIdx - kFirstParamControl, value);
+}
+
 void VELTRA::ProcessDoubleReplacing(double**, double** outputs, int nFrames)
 {
   PollScreenKeyboard();

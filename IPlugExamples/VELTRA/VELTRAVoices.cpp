@@ -3,8 +3,6 @@
 
 #include "VELTRA.h"
 
-#include "IKeyboardControl.h"
-
 #include <cmath>
 
 double midi2CPS(double note) { return 440.0 * pow(2.0, (note + 3.0) / 12.0); }
@@ -45,7 +43,7 @@ void VELTRA::ProcessMidiMsg(IMidiMsg* msg)
   default:
     return;
   }
-  if (mKeyboard) mKeyboard->SetDirty(false); // the keyboard shows the key table
+  if (mKeyboard) mKeyboard->KeyTableChanged(); // the keyboard shows the key table
   mMidiQueue.Add(msg);
 }
 

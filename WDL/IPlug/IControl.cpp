@@ -13,7 +13,8 @@ IControl::IControl(IPlugBase* plug, IRECT rect, int paramIdx, IChannelBlend blen
 {
 }
 
-IGraphics* IControl::GetGUI() const { return mPlug ? mPlug->GetGUI() : nullptr; }
+// The engine is the only implementation of the plug-in's GUI interface.
+IGraphics* IControl::GetGUI() const { return mPlug ? static_cast<IGraphics*>(mPlug->GetGUI()) : nullptr; }
 
 IParam* IControl::GetParam() const { return mPlug ? mPlug->GetParam(mParamIdx) : nullptr; }
 

@@ -11,6 +11,7 @@
 // SetParameterFromGUI of the plug-in takes the plug-in's mutex.
 
 #include "IControl.h"
+#include "IPlugGUI.h"
 #include "IPopupMenu.h"
 
 #include "../ptrlist.h"
@@ -20,13 +21,13 @@ class IParam;
 class IPlugBase;
 class LICE_IFont;
 
-class IGraphics
+class IGraphics : public IPlugGUI
 {
 public:
   // fps below 1 runs the panel at 25 frames a second.
   IGraphics(IPlugBase* plug, int w, int h, int fps = 0);
   // Deletes the key catcher, the controls, then the surfaces.
-  virtual ~IGraphics();
+  ~IGraphics() override;
   IGraphics(const IGraphics&) = delete;
   IGraphics& operator=(const IGraphics&) = delete;
 
@@ -82,7 +83,7 @@ public:
 
   // Makes the surfaces. The plug-in calls it once it has pushed every
   // parameter's value to the controls.
-  void PrepDraw();
+  void PrepDraw() override;
   // Appends; returns the new index. Later controls lie on top.
   int AttachControl(IControl* control);
   // A one-frame bitmap at (0, 0), copied, inserted below everything.
@@ -94,13 +95,13 @@ public:
   int GetNControls() const { return mControls.GetSize(); }
 
   // Fan-outs, in index order through all controls.
-  void SetParameterFromPlug(int paramIdx, double value, bool normalized);
-  void SetControlFromPlug(int controlIdx, double normalizedValue);
+  void SetParameterFromPlug(int paramIdx, double value, bool normalized) override;
+  void SetControlFromPlug(int controlIdx, double normalizedValue) override;
   void SetParameterFromGUI(int paramIdx, double normalizedValue);
   void HideControl(int paramIdx, bool hide);
   void GrayOutControl(int paramIdx, bool gray);
   void ClampControl(int paramIdx, double lo, double hi, bool normalized);
-  void SetAllControlsDirty();
+  void SetAllControlsDirty() override;
   void AssignParamNameToolTips();
   void SetStrictDrawing(bool strict);
   void OnGUIIdle();

@@ -1,6 +1,5 @@
 #include "IPlugBase.h"
 
-#include "IGraphics.h"
 
 #include <cassert>
 #include <cmath>
@@ -135,6 +134,8 @@ const char* IPlugBase::GetAPIString()
     return "AAX";
   case kAPISA:
     return "Standalone";
+  case kAPILV2:
+    return "LV2";
   default:
     return "";
   }
@@ -356,7 +357,7 @@ bool IPlugBase::SendMidiMsgs(WDL_TypedBuf<IMidiMsg>* msgs)
   return ok;
 }
 
-void IPlugBase::AttachGraphics(IGraphics* graphics)
+void IPlugBase::AttachGraphics(IPlugGUI* graphics)
 {
   if (!graphics) return;
   IMutexLock lock(this);

@@ -6,12 +6,18 @@
 
 #include "Hosts.h"
 #include "IParam.h"
+#include "IPlugGUI.h"
 #include "IPlugStructs.h"
 
 #include "../mutex.h"
 #include "../ptrlist.h"
 
-class IGraphics;
+// What a host adapter does to every sample the instrument renders, and the
+// largest block it hands over: the application's audio engine, the offline
+// renderer and the plug-in alike, so that an instrument is equally loud
+// everywhere.
+constexpr double kStandaloneOutputGain = 0.25;
+constexpr int kMaxSignalVectorSize = 8192;
 
 enum EAPI
 {
@@ -20,7 +26,8 @@ enum EAPI
   kAPIAU = 2,
   kAPIRTAS = 3,
   kAPIAAX = 4,
-  kAPISA = 5
+  kAPISA = 5,
+  kAPILV2 = 6
 };
 
 class IPlugBase
@@ -79,7 +86,7 @@ public:
   virtual void ResizeGraphics(int w, int h) = 0;
   virtual void HostSpecificInit() {}
   // GUI thread. Takes the mutex; the plug-in owns the GUI from here on.
-  virtual void AttachGraphics(IGraphics* graphics);
+  virtual void AttachGraphics(IPlugGUI* graphics);
   virtual void SetLatency(int samples);
   virtual bool SendMidiMsg(IMidiMsg* msg) = 0;
   virtual bool SendSysEx(ISysEx*) { return false; }
@@ -90,11 +97,15 @@ public:
   // Main thread, while no stream runs. Resizes and zeroes the scratch
   // buffers; the audio layer never asks for more frames in one call.
   virtual void SetBlockSize(int blockSize);
+  // Audio thread, under the mutex: the value that a meter parameter (one of
+  // kind none) shows now. The GUI's meters are fed by the instrument itself;
+  // an adapter whose host shows meters passes the value on.
+  virtual void SetMeterForHost(int, double) {}
 
   // Reads.
   int NInChannels() const { return mInChannels.GetSize(); }
   int NOutChannels() const { return mOutChannels.GetSize(); }
-  IGraphics* GetGUI() const { return mGraphics; }
+  IPlugGUI* GetGUI() const { return mGraphics; }
   bool DoesMIDI() const { return mDoesMIDI; }
   bool DoesStateChunks() const { return mStateChunks; }
   bool IsInst() const { return mIsInst; }
@@ -233,7 +244,7 @@ protected:
   int mTailSize = 0;
   NChanDelayLine* mDelay = nullptr;
   WDL_PtrList<const char> mParamGroups;
-  IGraphics* mGraphics = nullptr;
+  IPlugGUI* mGraphics = nullptr;
   WDL_PtrList<IParam> mParams;
   WDL_PtrList<IPreset> mPresets;
   WDL_TypedBuf<double*> mInData;

@@ -1,7 +1,5 @@
 #include "IPlugStandalone.h"
 
-#include "IGraphics.h"
-
 #include <vector>
 
 IPlugStandalone::MidiSendFunc IPlugStandalone::sMidiSend = nullptr;

@@ -11,12 +11,6 @@
 // hook that the host installs knows what it is.
 struct IMidiOutPort;
 
-// What a standalone host does to every sample the instrument renders, and
-// the largest block it hands over: the application's audio engine and the
-// offline renderer alike.
-constexpr double kStandaloneOutputGain = 0.25;
-constexpr int kMaxSignalVectorSize = 8192;
-
 struct IPlugInstanceInfo
 {
   WDL_String mBundleID;

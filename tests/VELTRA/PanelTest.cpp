@@ -16,7 +16,7 @@ bool Overlap(const IRECT& a, const IRECT& b) { return a.L < b.R && b.L < a.R && 
 
 struct Keys
 {
-  Keys() : rig(), keyboard(rig.mPlug->mKeyboard), r(keyboard->GetRECT()) {}
+  Keys() : rig(), keyboard(PanelKeyboard(rig.mPlug.get())), r(keyboard->GetRECT()) {}
   // A point of the white key w (0 upward) at height y below the top.
   int WhiteX(int w) const { return r.L + w * 20 + 10; }
   VeltraRig rig;
@@ -28,7 +28,7 @@ struct Keys
 TEST(Panel, ArtAndControlsFitThePanelWithoutOverlaps)
 {
   VeltraRig rig;
-  IGraphics* gui = rig.mPlug->GetGUI();
+  IGraphics* gui = MakePlugGUI(rig.mPlug.get());
   ASSERT_EQ(gui->GetNControls(), 48);
   EXPECT_EQ(gui->Width(), 920);
   EXPECT_EQ(gui->Height(), 400);
@@ -68,7 +68,7 @@ TEST(Panel, ArtAndControlsFitThePanelWithoutOverlaps)
 TEST(Panel, TheMetersFollowTheRenderLoop)
 {
   VeltraRig rig;
-  IGraphics* gui = rig.mPlug->GetGUI();
+  IGraphics* gui = MakePlugGUI(rig.mPlug.get());
   rig.Set(kLFORate, 0.01);
   rig.Render(44 * 50); // 50 ticks of 0.01
   EXPECT_NEAR(gui->GetControl(kLFOMeterControl)->GetValue(), 0.5, 1e-9);
@@ -103,7 +103,7 @@ TEST(Keyboard, KeysUnderThePointerWithTheirVelocity)
 TEST(Keyboard, TheMouseHoldsOneKeyAndLeavesMidiKeysAlone)
 {
   Keys k;
-  IGraphics* gui = k.rig.mPlug->GetGUI();
+  IGraphics* gui = MakePlugGUI(k.rig.mPlug.get());
   IMouseMod left = Left(), right(false, true);
   const int y = k.r.B - 5;
   gui->OnMouseDown(k.WhiteX(0), y, &right);
@@ -128,7 +128,7 @@ TEST(Keyboard, TheMouseHoldsOneKeyAndLeavesMidiKeysAlone)
 TEST(Keyboard, DrawsOnlyTheKeysThatAreDown)
 {
   Keys k;
-  IGraphics* gui = k.rig.mPlug->GetGUI();
+  IGraphics* gui = MakePlugGUI(k.rig.mPlug.get());
   IRECT all(0, 0, 920, 400);
   gui->Draw(&all);
   LICE_MemBitmap before;

@@ -1,10 +1,18 @@
 #pragma once
 // A VELTRA made as the application makes it, with helpers to play and render.
 
+#include "IKeyboardControl.h"
 #include "VELTRA.h"
 
 #include <memory>
 #include <vector>
+
+// The panel's keyboard control, the panel made first.
+inline IKeyboardControl* PanelKeyboard(VELTRA* plug)
+{
+  MakePlugGUI(plug);
+  return static_cast<IKeyboardControl*>(plug->mKeyboard);
+}
 
 class VeltraRig
 {

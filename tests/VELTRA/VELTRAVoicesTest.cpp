@@ -144,8 +144,8 @@ TEST(VELTRAVoices, TheScreenKeyboardPlaysThroughTheQueue)
 {
   VeltraRig rig;
   rig.PlainSine();
-  IGraphics* gui = rig.mPlug->GetGUI();
-  const IRECT keys = rig.mPlug->mKeyboard->GetRECT();
+  IGraphics* gui = MakePlugGUI(rig.mPlug.get());
+  const IRECT keys = PanelKeyboard(rig.mPlug.get())->GetRECT();
   IMouseMod left(true);
   // A of the second octave (note 69), then a glissando to its B (71): white
   // keys of 20 pixels, pressed low on the key. Pitches are quantised to whole

@@ -27,8 +27,8 @@ TEST(Threads, AudioGuiAndMidiMeetInTheInstrument)
   plug->RestorePreset(0);
   plug->SetBlockSize(32);
   plug->Reset();
-  IGraphics* gui = plug->GetGUI();
-  const IRECT keys = plug->mKeyboard->GetRECT();
+  IGraphics* gui = MakePlugGUI(plug.get());
+  const IRECT keys = static_cast<IKeyboardControl*>(plug->mKeyboard)->GetRECT();
   gPluginInstance = plug.get();
   gSigVS = 32;
   gBufIndex = 0;

@@ -41,7 +41,7 @@ TEST(Window, ShowsThePanelBelowItsMenuBarExactlyAsTheEngineDrawsIt)
   SWELL_InstallGfxBackend();
   std::unique_ptr<VELTRA> plug((VELTRA*)MakePlug(nullptr, nullptr));
   plug->RestorePreset(0);
-  IGraphics* gui = plug->GetGUI();
+  IGraphics* gui = MakePlugGUI(plug.get());
   IRECT all(0, 0, 920, 400);
   gui->Draw(&all);
   // The first frames arrive once the window is mapped: look until they have.
