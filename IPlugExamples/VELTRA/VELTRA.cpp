@@ -89,7 +89,9 @@ void VELTRA::Reset()
 {
   IMutexLock lock(this);
   mSampleRate = GetSampleRate();
-  mMidiQueue.Resize(GetBlockSize());
+  // In a plug-in MIDI arrives on the audio thread, where the queue must not
+  // grow: it takes its full size here, and beyond it messages are dropped.
+  mMidiQueue.Resize(GetAPI() == kAPILV2 ? kMaxQueuedMidiMessages : GetBlockSize());
 }
 
 #ifndef LV2_API
@@ -103,4 +105,10 @@ void* MakePlug(void* midiOut, unsigned short* midiOutChan)
   info.mMidiOutChan = midiOutChan;
   return new VELTRA(info);
 }
+#else
+#include "IPlugLV2Instrument.h"
+
+const char* LV2PluginURI() { return kVeltraLV2URI; }
+
+IPlugLV2* MakeLV2Plug(IPlugInstanceInfo instanceInfo) { return new VELTRA(instanceInfo); }
 #endif

@@ -37,6 +37,8 @@ constexpr int kVeltraVersion = 0x10103;
 constexpr int kVeltraUniqueID = ('V' << 24) | ('L' << 16) | ('T' << 8) | '1';
 constexpr int kVeltraMfrID = ('Q' << 24) | ('l' << 16) | ('m' << 8) | 'r';
 constexpr int kVeltraPrograms = 8;
+// The LV2 plug-in and its panel.
+constexpr const char* kVeltraLV2URI = "https://quillmoorinstruments.com/plugins/veltra";
 constexpr int kPanelWidth = 920;
 constexpr int kPanelHeight = 400;
 

@@ -19,7 +19,11 @@ void VELTRA::ProcessMidiMsg(IMidiMsg* msg)
   // With no audio running nothing empties the queue, and a flood would grow
   // it without end: beyond this many waiting messages new ones are dropped
   // whole, key table included, so that the table matches what will play.
-  if (mMidiQueue.GetSize() >= kMaxQueuedMidiMessages) return;
+  if (mMidiQueue.GetSize() >= kMaxQueuedMidiMessages)
+  {
+    ++mDroppedMidiMessages;
+    return;
+  }
   const IMidiMsg::EStatusMsg status = msg->StatusMsg();
   const int velocity = msg->Velocity();
   switch (status)

@@ -172,6 +172,11 @@ public:
   bool SaveBankAsFXB(WDL_String* fileName);
   bool LoadProgramFromFXP(WDL_String* fileName);
   bool LoadBankFromFXB(WDL_String* fileName);
+  // The same in memory. Any thread: the parameter form of a program, from the
+  // current parameters or from one real value per parameter.
+  void MakeProgramFXP(ByteChunk* chunk, const char* name, const double* values = nullptr);
+  // As LoadProgramFromFXP, from a file's bytes.
+  bool LoadProgramFromChunk(ByteChunk* chunk);
 
   // The preset bank.
   void MakeDefaultPreset(const char* name, int nPresets);

@@ -145,12 +145,21 @@ bool IPlugBase::SaveProgramAsFXP(WDL_String* fileName)
   }
   else
   {
-    PutHead(c, 0, kFxCk, 1, GetUniqueID(), GetEffectVersion(true));
-    PutBE(c, NParams());
-    PutName(c, name);
-    for (int i = 0; i < NParams(); ++i) PutBEFloat(c, GetParam(i)->GetNormalized());
+    MakeProgramFXP(&c, name);
   }
   return WriteFile(fileName, c);
+}
+
+void IPlugBase::MakeProgramFXP(ByteChunk* chunk, const char* name, const double* values)
+{
+  PutHead(*chunk, 0, kFxCk, 1, GetUniqueID(), GetEffectVersion(true));
+  PutBE(*chunk, NParams());
+  PutName(*chunk, name);
+  for (int i = 0; i < NParams(); ++i)
+  {
+    const IParam* p = GetParam(i);
+    PutBEFloat(*chunk, values ? p->GetNormalized(values[i]) : p->GetNormalized());
+  }
 }
 
 bool IPlugBase::SaveBankAsFXB(WDL_String* fileName)
@@ -198,8 +207,12 @@ bool IPlugBase::SaveBankAsFXB(WDL_String* fileName)
 bool IPlugBase::LoadProgramFromFXP(WDL_String* fileName)
 {
   ByteChunk c;
-  if (!ReadFile(fileName, &c)) return false;
+  return ReadFile(fileName, &c) && LoadProgramFromChunk(&c);
+}
 
+bool IPlugBase::LoadProgramFromChunk(ByteChunk* chunk)
+{
+  ByteChunk& c = *chunk;
   Head h;
   char name[kNameSize];
   int pos = GetHead(c, &h, 0);

@@ -3,6 +3,7 @@
 // tempo changes honoured, running status. Refuses malformed files with a
 // reason instead of guessing.
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -19,3 +20,10 @@ struct MidiFileEvent
 // Fills events with every channel message, in time order (file order for
 // equal times: track by track). False with a reason on a malformed file.
 bool ReadMidiFile(const unsigned char* data, size_t size, std::vector<MidiFileEvent>* events, std::string* error);
+
+// The sample at which an event sounds: its time at the sample rate, rounded
+// half up. The renderer and every host of the plug-in in the tests use it.
+inline long long MidiEventSample(const MidiFileEvent& e, double rate)
+{
+  return (long long)std::floor(e.mSeconds * rate + 0.5);
+}

@@ -163,7 +163,7 @@ int main(int argc, char** argv)
   SoundOutput out(target, o.rate, format);
   const long long total = (long long)std::floor((lastEvent + o.tail) * o.rate + 0.5);
   std::vector<long long> sampleOf(events.size());
-  for (size_t k = 0; k < events.size(); ++k) sampleOf[k] = (long long)std::floor(events[k].mSeconds * o.rate + 0.5);
+  for (size_t k = 0; k < events.size(); ++k) sampleOf[k] = MidiEventSample(events[k], o.rate);
   auto plays = [&](const MidiFileEvent& e) { return !o.channel || (e.mStatus & 0x0F) + 1 == o.channel; };
 
   // Frames gather here and go to the file in large writes.

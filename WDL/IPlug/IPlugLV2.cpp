@@ -1,0 +1,184 @@
+#include "IPlugLV2.h"
+
+#include "IPlugLV2Ports.h"
+
+#include <lv2/atom/util.h>
+#include <lv2/midi/midi.h>
+
+#include <cmath>
+#include <thread>
+
+IPlugLV2::IPlugLV2(IPlugInstanceInfo instanceInfo, int nParams, const char* channelIOStr, int nPresets,
+                   const char* effectName, const char* productName, const char* mfrName, int vendorVersion,
+                   int uniqueID, int mfrID, int latency, bool plugDoesMidi, bool plugDoesChunks, bool plugIsInst, int)
+    : IPlugBase(nParams, channelIOStr, nPresets, effectName, productName, mfrName, vendorVersion, uniqueID, mfrID,
+                latency, plugDoesMidi, plugDoesChunks, plugIsInst, kAPILV2),
+      mInfo(instanceInfo), mControlPorts(new float*[(size_t)nParams]()), mPortShadow(new float[(size_t)nParams]()),
+      mMeterValues(new double[(size_t)nParams]()), mPublished(new std::atomic<double>[(size_t)nParams])
+{
+  SetInputChannelConnections(0, NInChannels(), true);
+  SetOutputChannelConnections(0, NOutChannels(), true);
+  // LV2 gives no host's name: the host stays unknown.
+  SetHost("", 0);
+}
+
+void IPlugLV2::InitLV2()
+{
+  RestorePreset(0);
+  SetBlockSize(mInfo.mMaxBlockSize);
+  SetSampleRate(mInfo.mSampleRate);
+  Reset();
+  ResetPortShadow();
+  PublishValues();
+}
+
+void IPlugLV2::ResetPortShadow()
+{
+  for (int i = 0; i < NParams(); ++i) mPortShadow[(size_t)i] = (float)GetParam(i)->Value();
+}
+
+void IPlugLV2::ConnectPort(uint32_t port, void* data)
+{
+  if (port == (uint32_t)kLV2MidiInPort)
+  {
+    mMidiIn = data;
+    return;
+  }
+  const int out = (int)port - kLV2FirstAudioOutPort;
+  if (out >= 0 && out < NOutChannels() && out < 2)
+  {
+    mAudioOut[out] = (float*)data;
+    return;
+  }
+  const int param = (int)port - LV2ParamPort(0, NOutChannels());
+  if (param >= 0 && param < NParams()) mControlPorts[(size_t)param] = (float*)data;
+}
+
+void IPlugLV2::SetMeterForHost(int paramIdx, double value)
+{
+  if (paramIdx >= 0 && paramIdx < NParams()) mMeterValues[(size_t)paramIdx] = value;
+}
+
+void IPlugLV2::PublishValues()
+{
+  // A sequence lock with one writer at a time (the mutex holder): an odd
+  // count says a write is under way.
+  const uint32_t seq = mPublishedSeq.load(std::memory_order_relaxed);
+  mPublishedSeq.store(seq + 1, std::memory_order_relaxed);
+  std::atomic_thread_fence(std::memory_order_release);
+  for (int i = 0; i < NParams(); ++i) mPublished[(size_t)i].store(GetParam(i)->Value(), std::memory_order_relaxed);
+  mPublishedSeq.store(seq + 2, std::memory_order_release);
+}
+
+void IPlugLV2::ApplyChangedControlPorts()
+{
+  bool changed = false;
+  for (int i = 0; i < NParams(); ++i)
+  {
+    const float* port = mControlPorts[(size_t)i];
+    IParam* param = GetParam(i);
+    if (!port || LV2IsMeter(param)) continue;
+    const float v = *port;
+    if (mAdoptPorts)
+    {
+      mPortShadow[(size_t)i] = v;
+      continue;
+    }
+    if (v == mPortShadow[(size_t)i] || std::isnan(v)) continue;
+    mPortShadow[(size_t)i] = v;
+    // A host may send anything: the parameter keeps to its range.
+    double lo, hi;
+    param->GetBounds(&lo, &hi);
+    param->Set(std::min(hi, std::max(lo, (double)v)));
+    OnParamChange(i);
+    changed = true;
+  }
+  mAdoptPorts = false;
+  if (changed) PublishValues();
+}
+
+void IPlugLV2::RenderFrames(uint32_t start, uint32_t end)
+{
+  // Blocks no longer than the scratch buffers, written out with the fixed
+  // gain that every host adapter applies.
+  for (uint32_t pos = start; pos < end;)
+  {
+    const uint32_t n = std::min<uint32_t>(end - pos, (uint32_t)GetBlockSize());
+    double* outs[2] = {mOutChannels.Get(0)->mScratchBuf.Get(), mOutChannels.Get(1)->mScratchBuf.Get()};
+    ProcessDoubleReplacing(nullptr, outs, (int)n);
+    for (int c = 0; c < 2; ++c)
+      if (float* out = mAudioOut[c])
+        for (uint32_t i = 0; i < n; ++i) out[pos + i] = (float)(outs[c][i] * kStandaloneOutputGain);
+    pos += n;
+  }
+}
+
+void IPlugLV2::RunLV2(uint32_t nFrames)
+{
+  IMutexLock lock(this);
+  ApplyChangedControlPorts();
+
+  // Every MIDI event reaches the instrument at its frame. The instrument
+  // retunes at a pitch-wheel message as it arrives, so the block ends before
+  // one: the sound is the same whatever blocks the host runs.
+  uint32_t pos = 0;
+  const LV2_Atom_Sequence* midiIn = (const LV2_Atom_Sequence*)mMidiIn;
+  if (midiIn && midiIn->atom.type == mInfo.mSequenceURID)
+  {
+    LV2_ATOM_SEQUENCE_FOREACH(midiIn, ev)
+    {
+      if (ev->body.type != mInfo.mMidiEventURID || ev->body.size == 0 || ev->body.size > 3) continue;
+      const uint8_t* bytes = (const uint8_t*)LV2_ATOM_BODY_CONST(&ev->body);
+      if (bytes[0] < 0x80 || bytes[0] >= 0xF0) continue; // channel messages only
+      ++mMidiEventsSeen;
+      // Frames out of order or beyond the block are taken as late as allowed.
+      uint32_t frame = ev->time.frames < 0 ? 0 : (uint32_t)ev->time.frames;
+      frame = std::max(pos, std::min(frame, nFrames ? nFrames - 1 : 0));
+      if ((bytes[0] & 0xF0) == 0xE0 && frame > pos)
+      {
+        RenderFrames(pos, frame);
+        pos = frame;
+      }
+      IMidiMsg msg((int)(frame - pos), bytes[0], ev->body.size > 1 ? bytes[1] : 0, ev->body.size > 2 ? bytes[2] : 0);
+      ProcessMidiMsg(&msg);
+    }
+  }
+  // A run of nothing leaves its events waiting in the queue for the next.
+  RenderFrames(pos, nFrames);
+
+  for (int i = 0; i < NParams(); ++i)
+    if (float* port = mControlPorts[(size_t)i])
+      if (LV2IsMeter(GetParam(i))) *port = (float)mMeterValues[(size_t)i];
+}
+
+void IPlugLV2::SaveProgramChunk(ByteChunk* chunk)
+{
+  std::unique_ptr<double[]> values(new double[(size_t)NParams()]);
+  for (;;)
+  {
+    const uint32_t before = mPublishedSeq.load(std::memory_order_acquire);
+    if (before & 1)
+    {
+      std::this_thread::yield();
+      continue;
+    }
+    for (int i = 0; i < NParams(); ++i) values[(size_t)i] = mPublished[(size_t)i].load(std::memory_order_relaxed);
+    std::atomic_thread_fence(std::memory_order_acquire);
+    if (mPublishedSeq.load(std::memory_order_relaxed) == before) break;
+  }
+  MakeProgramFXP(chunk, GetPresetName(GetCurrentPresetIdx()), values.get());
+}
+
+bool IPlugLV2::RestoreProgramChunk(const unsigned char* data, int size)
+{
+  ByteChunk c;
+  if (size < 0 || c.PutBytes(data, size) != size) return false;
+  IMutexLock lock(this);
+  if (!LoadProgramFromChunk(&c)) return false;
+  // Whatever the ports hold at the next run stands for the restored program
+  // (a host sets them with the state, before or after it); only later moves
+  // of a port are changes.
+  mAdoptPorts = true;
+  PublishValues();
+  return true;
+}

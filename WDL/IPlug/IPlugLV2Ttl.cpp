@@ -1,0 +1,194 @@
+#include "IPlugLV2Ttl.h"
+
+#include "Base64.h"
+#include "IPlugLV2Ports.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+namespace
+{
+const char* const kPrefixes = "@prefix atom: <http://lv2plug.in/ns/ext/atom#> .\n"
+                              "@prefix bufsz: <http://lv2plug.in/ns/ext/buf-size#> .\n"
+                              "@prefix doap: <http://usefulinc.com/ns/doap#> .\n"
+                              "@prefix foaf: <http://xmlns.com/foaf/0.1/> .\n"
+                              "@prefix log: <http://lv2plug.in/ns/ext/log#> .\n"
+                              "@prefix lv2: <http://lv2plug.in/ns/lv2core#> .\n"
+                              "@prefix midi: <http://lv2plug.in/ns/ext/midi#> .\n"
+                              "@prefix opts: <http://lv2plug.in/ns/ext/options#> .\n"
+                              "@prefix pg: <http://lv2plug.in/ns/ext/port-groups#> .\n"
+                              "@prefix pset: <http://lv2plug.in/ns/ext/presets#> .\n"
+                              "@prefix rdfs: <http://www.w3.org/2000/01/rdf-schema#> .\n"
+                              "@prefix state: <http://lv2plug.in/ns/ext/state#> .\n"
+                              "@prefix units: <http://lv2plug.in/ns/extensions/units#> .\n"
+                              "@prefix urid: <http://lv2plug.in/ns/ext/urid#> .\n"
+                              "@prefix xsd: <http://www.w3.org/2001/XMLSchema#> .\n\n";
+
+// A number as Turtle reads it, in the C locale's notation, exact to a float:
+// a port holds a float.
+std::string Number(double v)
+{
+  char buf[40];
+  snprintf(buf, sizeof(buf), "%.9g", v);
+  std::string s = buf;
+  // Turtle's decimals and doubles both need digits on each side of a point.
+  if (s.find_first_of(".e") == std::string::npos) s += ".0";
+  return s;
+}
+
+// A Turtle string literal.
+std::string Quoted(const char* text)
+{
+  std::string s = "\"";
+  for (const char* c = text; *c; ++c)
+  {
+    if (*c == '"' || *c == '\\') s += '\\';
+    s += *c;
+  }
+  return s + "\"";
+}
+
+// The LV2 unit of a parameter's label, where one fits.
+const char* Unit(const char* label)
+{
+  static const char* const kUnits[][2] = {{"Hz", "hz"}, {"dB", "db"},   {"%", "pc"},
+                                          {"ms", "ms"}, {"s", "s"},     {"cents", "cent"},
+                                          {"st", "semitone12TET"}};
+  for (const auto& u : kUnits)
+    if (!strcmp(label, u[0])) return u[1];
+  return nullptr;
+}
+
+std::string ControlPort(IPlugBase* plug, int i, const LV2BundleDescription& desc)
+{
+  const IParam* p = plug->GetParam(i);
+  const int index = LV2ParamPort(i, plug->NOutChannels());
+  std::string t = "  [\n";
+  if (LV2IsMeter(p))
+  {
+    const char* name = desc.mMeterNames && desc.mMeterNames[i] ? desc.mMeterNames[i] : "Meter";
+    t += "    a lv2:OutputPort , lv2:ControlPort ;\n";
+    t += "    lv2:index " + std::to_string(index) + " ;\n";
+    t += "    lv2:symbol " + Quoted(LV2PortSymbol(name).c_str()) + " ;\n";
+    t += "    lv2:name " + Quoted(name) + " ;\n";
+    t += "    lv2:minimum 0.0 ;\n    lv2:maximum 1.0 ;\n";
+    return t + "  ]";
+  }
+  double lo, hi;
+  p->GetBounds(&lo, &hi);
+  t += "    a lv2:InputPort , lv2:ControlPort ;\n";
+  t += "    lv2:index " + std::to_string(index) + " ;\n";
+  t += "    lv2:symbol " + Quoted(LV2PortSymbol(p->GetNameForHost()).c_str()) + " ;\n";
+  t += "    lv2:name " + Quoted(p->GetNameForHost()) + " ;\n";
+  t += "    lv2:default " + Number(p->GetDefault()) + " ;\n";
+  t += "    lv2:minimum " + Number(lo) + " ;\n";
+  t += "    lv2:maximum " + Number(hi);
+  std::vector<const char*> props;
+  if (p->Type() == IParam::kTypeBool) props.push_back("lv2:toggled");
+  if (p->Type() == IParam::kTypeInt || p->Type() == IParam::kTypeEnum) props.push_back("lv2:integer");
+  if (p->GetNDisplayTexts() > 0) props.push_back("lv2:enumeration");
+  for (size_t k = 0; k < props.size(); ++k) t += (k ? " , " : " ;\n    lv2:portProperty ") + std::string(props[k]);
+  for (int k = 0; k < p->GetNDisplayTexts(); ++k)
+  {
+    int value = 0;
+    const char* text = p->GetDisplayTextAtIdx(k, &value);
+    t += (k ? " , [\n" : " ;\n    lv2:scalePoint [\n");
+    t += "      rdfs:label " + Quoted(text) + " ;\n      rdf:value " + Number(value) + "\n    ]";
+  }
+  if (const char* unit = Unit(p->GetLabelForHost())) t += " ;\n    units:unit units:" + std::string(unit);
+  return t + "\n  ]";
+}
+
+std::string PluginTtl(IPlugBase* plug, const LV2BundleDescription& d)
+{
+  const std::string uri = d.mURI;
+  int major, minor, micro;
+  GetVersionParts(plug->GetEffectVersion(false), &major, &minor, &micro);
+  std::string t = kPrefixes;
+  t.insert(t.find("@prefix rdfs:"), "@prefix rdf: <http://www.w3.org/1999/02/22-rdf-syntax-ns#> .\n");
+  t += "<" + uri + "#program>\n  a rdf:Property ;\n  rdfs:label \"Program\" ;\n"
+       "  rdfs:comment \"The sound as the program form of an FXP file.\" ;\n  rdfs:range atom:Chunk .\n\n";
+  t += "<" + uri + "#out>\n  a pg:StereoGroup , pg:OutputGroup ;\n  lv2:symbol \"out\" ;\n  rdfs:label \"Output\" .\n\n";
+  t += "<" + uri + ">\n  a lv2:Plugin , lv2:InstrumentPlugin , doap:Project ;\n";
+  t += "  doap:name " + Quoted(d.mName) + " ;\n";
+  t += "  doap:maintainer [\n    foaf:name " + Quoted(plug->GetMfrName()) + " ;\n    foaf:homepage <" +
+       d.mHomepage + ">\n  ] ;\n";
+  t += "  lv2:minorVersion " + std::to_string(minor) + " ;\n  lv2:microVersion " + std::to_string(micro) + " ;\n";
+  t += "  lv2:requiredFeature urid:map , opts:options ;\n";
+  t += "  lv2:optionalFeature lv2:hardRTCapable , bufsz:boundedBlockLength , log:log ;\n";
+  t += "  opts:supportedOption bufsz:maxBlockLength ;\n";
+  t += "  lv2:extensionData state:interface ;\n";
+  t += "  lv2:port [\n    a lv2:InputPort , atom:AtomPort ;\n    atom:bufferType atom:Sequence ;\n"
+       "    atom:supports midi:MidiEvent ;\n    lv2:designation lv2:control ;\n    lv2:index " +
+       std::to_string(kLV2MidiInPort) + " ;\n    lv2:symbol \"midi_in\" ;\n    lv2:name \"MIDI In\"\n  ]";
+  const char* const outs[2][3] = {{"out_l", "Left", "pg:left"}, {"out_r", "Right", "pg:right"}};
+  for (int c = 0; c < plug->NOutChannels() && c < 2; ++c)
+    t += " , [\n    a lv2:OutputPort , lv2:AudioPort ;\n    lv2:index " + std::to_string(kLV2FirstAudioOutPort + c) +
+         " ;\n    lv2:symbol \"" + outs[c][0] + "\" ;\n    lv2:name \"" + outs[c][1] + "\" ;\n    pg:group <" + uri +
+         "#out> ;\n    lv2:designation " + outs[c][2] + "\n  ]";
+  for (int i = 0; i < plug->NParams(); ++i) t += " , " + ControlPort(plug, i, d).substr(2);
+  return t + " .\n";
+}
+
+std::string PresetsTtl(IPlugBase* plug, const LV2BundleDescription& d)
+{
+  std::string t = kPrefixes;
+  const std::string key = std::string(d.mURI) + "#program";
+  for (int n = 0; n < plug->NPresets(); ++n)
+  {
+    // The values that the program gives when loaded from its file form, so
+    // that the preset sounds exactly as the program file does.
+    plug->RestorePreset(n);
+    ByteChunk program;
+    const std::string name = plug->GetPresetName(n);
+    plug->MakeProgramFXP(&program, name.c_str());
+    plug->LoadProgramFromChunk(&program);
+    std::vector<char> encoded((size_t)program.Size() * 4 / 3 + 8);
+    base64encode(program.GetBytes(), encoded.data(), program.Size());
+
+    t += "<" + std::string(d.mURI) + "#preset" + std::to_string(n + 1) + ">\n  a pset:Preset ;\n";
+    t += "  lv2:appliesTo <" + std::string(d.mURI) + "> ;\n";
+    t += "  rdfs:label " + Quoted(name.c_str()) + " ;\n";
+    t += "  state:state [\n    <" + key + "> \"" + encoded.data() + "\"^^xsd:base64Binary\n  ]";
+    for (int i = 0; i < plug->NParams(); ++i)
+    {
+      const IParam* p = plug->GetParam(i);
+      if (LV2IsMeter(p)) continue;
+      t += " ;\n  lv2:port [\n    lv2:symbol " + Quoted(LV2PortSymbol(p->GetNameForHost()).c_str()) +
+           " ;\n    pset:value " + Number(p->Value()) + "\n  ]";
+    }
+    t += " .\n\n";
+  }
+  return t;
+}
+
+std::string ManifestTtl(IPlugBase* plug, const LV2BundleDescription& d)
+{
+  std::string t = kPrefixes;
+  t += "<" + std::string(d.mURI) + ">\n  a lv2:Plugin , lv2:InstrumentPlugin ;\n  lv2:binary <" + d.mBinary +
+       "> ;\n  rdfs:seeAlso <" + d.mTtlName + "> .\n\n";
+  for (int n = 0; n < plug->NPresets(); ++n)
+    t += "<" + std::string(d.mURI) + "#preset" + std::to_string(n + 1) + ">\n  a pset:Preset ;\n  lv2:appliesTo <" +
+         d.mURI + "> ;\n  rdfs:seeAlso <presets.ttl> .\n\n";
+  return t;
+}
+
+bool WriteText(const std::string& path, const std::string& text, std::string* error)
+{
+  FILE* f = fopen(path.c_str(), "w");
+  bool ok = f && fwrite(text.data(), 1, text.size(), f) == text.size();
+  if (f) ok = fclose(f) == 0 && ok;
+  if (!ok) *error = path + ": " + strerror(errno);
+  return ok;
+}
+} // namespace
+
+bool WriteLV2Bundle(IPlugBase* plug, const LV2BundleDescription& desc, const std::string& folder, std::string* error)
+{
+  const std::string presets = PresetsTtl(plug, desc);
+  return WriteText(folder + "/manifest.ttl", ManifestTtl(plug, desc), error) &&
+         WriteText(folder + "/" + desc.mTtlName, PluginTtl(plug, desc), error) &&
+         WriteText(folder + "/presets.ttl", presets, error);
+}

@@ -1,0 +1,24 @@
+#pragma once
+// Writes the description of an LV2 bundle from a plug-in's parameter table
+// and preset bank, at build time: manifest.ttl, the plug-in's own .ttl and
+// presets.ttl. One source of truth: nothing in the bundle's text is kept by
+// hand.
+
+#include "IPlugBase.h"
+
+#include <string>
+
+struct LV2BundleDescription
+{
+  const char* mURI;         // the plug-in's URI
+  const char* mName;        // its name in hosts
+  const char* mTtlName;     // the plug-in's .ttl, "veltra.ttl"
+  const char* mBinary;      // the DSP binary, "veltra_dsp.so"
+  const char* mHomepage;    // the maker's home page
+  const char* const* mMeterNames; // names of the meter ports, by parameter index (null where none)
+};
+
+// Writes the three files into folder (which must exist). Programs of the bank
+// become presets with the values that loading them as program files gives,
+// the program's bytes as their state. False with a reason on a write error.
+bool WriteLV2Bundle(IPlugBase* plug, const LV2BundleDescription& desc, const std::string& folder, std::string* error);

@@ -1,0 +1,318 @@
+// The LV2 plug-in in a real host library (lilv), loaded from the built bundle
+// as a DAW loads it: its ports against the parameter table, its sound against
+// veltra-render's bit for bit at any block sizes, its state and presets, two
+// instances side by side, and a MIDI flood without one allocation.
+
+#include "IPlugLV2Ports.h"
+#include "Lv2Host.h"
+#include "MidiFile.h"
+#include "Process.h"
+#include "TempDir.h"
+#include "VELTRA.h"
+
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <random>
+#include <sndfile.h>
+#include <sys/wait.h>
+#include <thread>
+
+// The sanitizers' allocator calls a hook on every allocation of the process:
+// the way to count them without replacing malloc under the sanitizer.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*mallocHook)(const volatile void*, size_t),
+                                                         void (*freeHook)(const volatile void*));
+#define VELTRA_COUNT_ALLOCATIONS 1
+#endif
+
+namespace
+{
+constexpr double kRate = 44100.0;
+constexpr double kTail = 1.0;
+
+struct Phrase
+{
+  std::vector<MidiAt> events;
+  long long total = 0;
+};
+
+Phrase LoadPhrase(const std::string& name)
+{
+  const std::string path = std::string(VELTRA_SOURCE_DIR) + "/tests/renders/" + name;
+  std::ifstream f(path, std::ios::binary);
+  const std::vector<unsigned char> data((std::istreambuf_iterator<char>(f)), {});
+  std::vector<MidiFileEvent> events;
+  std::string why;
+  EXPECT_TRUE(ReadMidiFile(data.data(), data.size(), &events, &why)) << path << ": " << why;
+  Phrase p;
+  for (const MidiFileEvent& e : events)
+    p.events.push_back({MidiEventSample(e, kRate), {e.mStatus, e.mData1, e.mData2}, 3});
+  const double last = events.empty() ? 0.0 : events.back().mSeconds;
+  p.total = (long long)std::floor((last + kTail) * kRate + 0.5);
+  return p;
+}
+
+// What veltra-render makes of the phrase with the options, as float WAV.
+StereoRender Reference(const TempDir& dir, const std::string& midi, std::vector<std::string> options)
+{
+  const std::string out = dir.File("reference.wav");
+  std::vector<std::string> args = {VELTRA_RENDER_EXE, "-q", "-t", "1", "--format", "float"};
+  args.insert(args.end(), options.begin(), options.end());
+  args.push_back(std::string(VELTRA_SOURCE_DIR) + "/tests/renders/" + midi);
+  args.push_back(out);
+  const int status = WaitFor(Spawn(args, MakeEnv({}, {}), dir.File("out"), dir.File("err")), 60.0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << ReadWholeFile(dir.File("err"));
+  SF_INFO info = {};
+  SNDFILE* sf = sf_open(out.c_str(), SFM_READ, &info);
+  StereoRender r;
+  if (!sf) return r;
+  std::vector<float> frames((size_t)info.frames * 2);
+  sf_readf_float(sf, frames.data(), info.frames);
+  sf_close(sf);
+  for (size_t i = 0; i < (size_t)info.frames; ++i)
+    r.mLeft.push_back(frames[2 * i]), r.mRight.push_back(frames[2 * i + 1]);
+  return r;
+}
+
+// The first frame where two renders differ, or -1.
+long long FirstDifference(const StereoRender& a, const StereoRender& b)
+{
+  if (a.mLeft.size() != b.mLeft.size()) return 0;
+  for (size_t i = 0; i < a.mLeft.size(); ++i)
+    if (memcmp(&a.mLeft[i], &b.mLeft[i], 4) || memcmp(&a.mRight[i], &b.mRight[i], 4)) return (long long)i;
+  return -1;
+}
+
+double Peak(const StereoRender& r)
+{
+  double peak = 0.0;
+  for (float v : r.mLeft) peak = std::max(peak, (double)std::fabs(v));
+  return peak;
+}
+
+std::function<int()> Fixed(int n)
+{
+  return [n] { return n; };
+}
+
+class LV2Plugin : public ::testing::Test
+{
+protected:
+  static void SetUpTestSuite()
+  {
+    setenv("LV2_PATH", VELTRA_LV2_DIR, 1);
+    sHost = new Lv2Host(kVeltraLV2URI);
+  }
+  static void TearDownTestSuite()
+  {
+    delete sHost;
+    sHost = nullptr;
+  }
+  static Lv2Host* sHost;
+  TempDir dir;
+};
+Lv2Host* LV2Plugin::sHost = nullptr;
+
+TEST_F(LV2Plugin, PortsFollowTheParameterTable)
+{
+  ASSERT_TRUE(sHost->Found()) << "no plug-in under " << VELTRA_LV2_DIR;
+  std::unique_ptr<VELTRA> plug((VELTRA*)MakePlug(nullptr, nullptr));
+  ASSERT_EQ(sHost->NumPorts(), 3 + kNumParams);
+  EXPECT_EQ(sHost->PortSymbol(0), "midi_in");
+  EXPECT_EQ(sHost->PortSymbol(1), "out_l");
+  EXPECT_EQ(sHost->PortSymbol(2), "out_r");
+  EXPECT_EQ(sHost->PortSymbol(3 + kOP1Attack), "op1_attack");
+  EXPECT_EQ(sHost->PortSymbol(3 + kARDepth), "ar_env_depth");
+  std::set<std::string> symbols;
+  for (int i = 0; i < kNumParams; ++i)
+  {
+    const IParam* p = plug->GetParam(i);
+    const int port = 3 + i;
+    EXPECT_TRUE(symbols.insert(sHost->PortSymbol(port)).second) << "symbol used twice: " << sHost->PortSymbol(port);
+    if (LV2IsMeter(p)) continue;
+    EXPECT_EQ(sHost->PortName(port), p->GetNameForHost());
+    EXPECT_EQ(sHost->PortSymbol(port), LV2PortSymbol(p->GetNameForHost()));
+    float def, lo, hi;
+    ASSERT_TRUE(sHost->PortRange(port, &def, &lo, &hi)) << p->GetNameForHost();
+    double plo, phi;
+    p->GetBounds(&plo, &phi);
+    EXPECT_EQ(def, (float)p->GetDefault()) << p->GetNameForHost();
+    EXPECT_EQ(lo, (float)plo) << p->GetNameForHost();
+    EXPECT_EQ(hi, (float)phi) << p->GetNameForHost();
+  }
+  EXPECT_EQ(sHost->PresetURIs().size(), (size_t)kVeltraPrograms);
+}
+
+// Every block size a host may use, and a seeded mix of them with runs of
+// nothing between, sound as veltra-render does, bit for bit.
+TEST_F(LV2Plugin, RendersEqualVeltraRenderAtEveryBlockSize)
+{
+  struct Case
+  {
+    const char* midi;
+    std::vector<std::pair<const char*, const char*>> sets;
+  };
+  const Case cases[] = {
+      {"voices.mid", {{"Synth Mode", "0"}, {"PWM on off", "1"}, {"PWM Depth", "0.75"}, {"Chorus Depth", "0.25"},
+                      {"Chorus Speed", "400"}}},
+      {"bends.mid", {{"Portamento on off", "1"}, {"Portamento", "0.0625"}, {"Reverb Depth", "0.5"}}},
+      {"tempo.mid", {{"Crusher Destruction", "0.5"}, {"Crusher Mix", "0.75"}, {"Smoothing on off", "1"}}},
+  };
+  for (const Case& c : cases)
+  {
+    std::vector<std::string> options;
+    for (const auto& s : c.sets) options.insert(options.end(), {"-s", std::string(s.first) + "=" + s.second});
+    const StereoRender reference = Reference(dir, c.midi, options);
+    ASSERT_GT(Peak(reference), 0.01) << c.midi;
+    const Phrase phrase = LoadPhrase(c.midi);
+    ASSERT_EQ((long long)reference.mLeft.size(), phrase.total);
+
+    std::mt19937 random(7);
+    std::uniform_int_distribution<int> size(0, 700);
+    const std::vector<std::pair<std::string, std::function<int()>>> blockings = {
+        {"1", Fixed(1)},       {"31", Fixed(31)},     {"32", Fixed(32)},     {"33", Fixed(33)},
+        {"64", Fixed(64)},     {"4096", Fixed(4096)}, {"8192", Fixed(8192)},
+        {"mixed", [&] { return size(random) < 40 ? 0 : size(random) % 600 + 1; }}};
+    for (const auto& b : blockings)
+    {
+      std::unique_ptr<Lv2Host::Instance> in = sHost->Instantiate(kRate, 8192);
+      ASSERT_TRUE(in);
+      for (const auto& s : c.sets) in->SetControl(LV2PortSymbol(s.first), std::stof(s.second));
+      const long long diff = FirstDifference(in->Render(phrase.events, phrase.total, b.second), reference);
+      EXPECT_EQ(diff, -1) << c.midi << " in blocks of " << b.first << " differs from frame " << diff;
+    }
+  }
+}
+
+// A host saves the ports and the state and restores both, in either order,
+// or the state alone: each new instance plays the program that veltra-render
+// plays from the same bytes, and saves those bytes again. A state of another
+// kind changes nothing and says so in the host's log.
+TEST_F(LV2Plugin, StateCarriesTheProgramToANewInstance)
+{
+  const Phrase phrase = LoadPhrase("voices.mid");
+  std::unique_ptr<VELTRA> table((VELTRA*)MakePlug(nullptr, nullptr));
+  std::vector<std::string> symbols;
+  for (int i = 0; i < kNumParams; ++i)
+    if (!LV2IsMeter(table->GetParam(i))) symbols.push_back(LV2PortSymbol(table->GetParam(i)->GetNameForHost()));
+
+  std::unique_ptr<Lv2Host::Instance> a = sHost->Instantiate(kRate);
+  const std::pair<const char*, float> sets[] = {{"synth_mode", 0.0f},   {"op2_waveform", 3.0f},  {"op1_octave", 3.0f},
+                                                {"chorus_depth", 0.3f}, {"chorus_speed", 450.0f}, {"reverb_depth", 0.55f},
+                                                {"filter_cutoff", 0.3f}};
+  for (const auto& s : sets) a->SetControl(s.first, s.second);
+  a->RunOnce(0, {}, 0);
+  std::vector<uint8_t> state;
+  ASSERT_TRUE(a->SaveState(&state));
+  ASSERT_EQ(state.size(), 56u + 4u * kNumParams);
+  std::vector<float> ports;
+  for (const std::string& s : symbols) ports.push_back(a->Control(s));
+  auto setPorts = [&](Lv2Host::Instance* in)
+  {
+    for (size_t k = 0; k < symbols.size(); ++k) in->SetControl(symbols[k], ports[k]);
+  };
+  const std::string fxp = dir.File("state.fxp");
+  std::ofstream(fxp, std::ios::binary).write((const char*)state.data(), (std::streamsize)state.size());
+  const StereoRender program = Reference(dir, "voices.mid", {"-p", fxp});
+
+  std::unique_ptr<Lv2Host::Instance> after = sHost->Instantiate(kRate);
+  ASSERT_TRUE(after->RestoreState(state));
+  setPorts(after.get());
+  EXPECT_EQ(FirstDifference(after->Render(phrase.events, phrase.total, Fixed(100)), program), -1) << "ports after";
+  std::vector<uint8_t> again;
+  ASSERT_TRUE(after->SaveState(&again));
+  EXPECT_TRUE(again == state) << "a restored state saves the same bytes";
+
+  std::unique_ptr<Lv2Host::Instance> before = sHost->Instantiate(kRate);
+  setPorts(before.get());
+  ASSERT_TRUE(before->RestoreState(state));
+  EXPECT_EQ(FirstDifference(before->Render(phrase.events, phrase.total, Fixed(333)), program), -1) << "ports before";
+
+  std::unique_ptr<Lv2Host::Instance> alone = sHost->Instantiate(kRate);
+  ASSERT_TRUE(alone->RestoreState(state));
+  EXPECT_EQ(FirstDifference(alone->Render(phrase.events, phrase.total, Fixed(64)), program), -1) << "state alone";
+
+  std::vector<uint8_t> foreign = state;
+  foreign[16] ^= 0xFF; // another instrument's id
+  alone->Activate();
+  EXPECT_FALSE(alone->RestoreState(foreign));
+  EXPECT_NE(alone->Log().find("unchanged"), std::string::npos) << alone->Log();
+  EXPECT_EQ(std::count(alone->Log().begin(), alone->Log().end(), '\n'), 1) << alone->Log();
+  EXPECT_EQ(FirstDifference(alone->Render(phrase.events, phrase.total, Fixed(512)), program), -1);
+  // A port moved after the restore is heard.
+  alone->SetControl("filter_cutoff", 0.9f);
+  alone->Activate();
+  EXPECT_NE(FirstDifference(alone->Render(phrase.events, phrase.total, Fixed(512)), program), -1);
+}
+
+TEST_F(LV2Plugin, EveryPresetSoundsAsItsProgramFile)
+{
+  const Phrase phrase = LoadPhrase("voices.mid");
+  for (const std::string& uri : sHost->PresetURIs())
+  {
+    std::unique_ptr<Lv2Host::Instance> in = sHost->Instantiate(kRate);
+    ASSERT_TRUE(in->ApplyPreset(uri)) << uri;
+    std::vector<uint8_t> program;
+    ASSERT_TRUE(in->SaveState(&program));
+    const std::string fxp = dir.File("preset.fxp");
+    std::ofstream(fxp, std::ios::binary).write((const char*)program.data(), (std::streamsize)program.size());
+    const StereoRender render = in->Render(phrase.events, phrase.total, Fixed(64));
+    EXPECT_EQ(FirstDifference(render, Reference(dir, "voices.mid", {"-p", fxp})), -1) << uri;
+  }
+}
+
+TEST_F(LV2Plugin, TwoInstancesOnTwoThreadsRenderAlike)
+{
+  const Phrase phrase = LoadPhrase("bends.mid");
+  const StereoRender reference = Reference(dir, "bends.mid", {"-s", "Chorus Depth=0.5"});
+  StereoRender renders[2];
+  std::unique_ptr<Lv2Host::Instance> instances[2] = {sHost->Instantiate(kRate), sHost->Instantiate(kRate)};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 2; ++t)
+    threads.emplace_back(
+        [&, t]
+        {
+          instances[t]->SetControl("chorus_depth", 0.5f);
+          renders[t] = instances[t]->Render(phrase.events, phrase.total, Fixed(t ? 57 : 128));
+        });
+  for (std::thread& t : threads) t.join();
+  EXPECT_EQ(FirstDifference(renders[0], reference), -1);
+  EXPECT_EQ(FirstDifference(renders[1], reference), -1);
+}
+
+#ifdef VELTRA_COUNT_ALLOCATIONS
+std::atomic<bool> sCounting{false};
+std::atomic<int> sAllocations{0};
+void OnMalloc(const volatile void*, size_t)
+{
+  if (sCounting) ++sAllocations;
+}
+void OnFree(const volatile void*) {}
+
+// More MIDI in one run than the queue holds: the rest is dropped, nothing
+// grows, and the plug-in plays on.
+TEST_F(LV2Plugin, RunAllocatesNothingUnderAMidiFlood)
+{
+  std::unique_ptr<Lv2Host::Instance> in = sHost->Instantiate(kRate, 4096);
+  std::vector<MidiAt> flood;
+  for (int k = 0; k < 20000; ++k)
+  {
+    const uint8_t note = (uint8_t)(36 + k % 48);
+    flood.push_back({k / 5, {(uint8_t)(k % 2 ? 0x80 : 0x90), note, 100}, 3});
+  }
+  for (int k = 0; k < 200; ++k) flood.push_back({4000 + k / 20, {0xE0, (uint8_t)k, 64}, 3});
+  std::sort(flood.begin(), flood.end(), [](const MidiAt& a, const MidiAt& b) { return a.mSample < b.mSample; });
+  ASSERT_EQ(__sanitizer_install_malloc_and_free_hooks(OnMalloc, OnFree), 1);
+  in->SetControl("chorus_speed", 500.0f);
+  in->SetControl("filter_cutoff", 0.5f);
+  sCounting = true;
+  in->RunOnce(4096, flood, 0);
+  in->RunOnce(4096, {}, 4096);
+  in->RunOnce(0, {}, 8192);
+  sCounting = false;
+  EXPECT_EQ(sAllocations.load(), 0);
+}
+#endif
+} // namespace
