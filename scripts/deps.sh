@@ -13,6 +13,7 @@ packages=(
   clang libclang-rt-14-dev
   jackd2 libjack-jackd2-dev
   xvfb xdotool imagemagick x11-utils
+  lv2-dev liblilv-dev lilv-utils sordi jalv
   desktop-file-utils appstream lintian man-db dpkg-dev
 )
 

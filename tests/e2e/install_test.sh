@@ -46,9 +46,15 @@ dpkg-deb -x "$deb" "$root"
 for f in usr/bin/veltra usr/bin/veltra-render usr/share/applications/veltra.desktop \
   usr/share/icons/hicolor/48x48/apps/veltra.png usr/share/icons/hicolor/scalable/apps/veltra.svg \
   usr/share/man/man1/veltra.1.gz usr/share/man/man1/veltra-render.1.gz usr/share/veltra/resources/img/bg.png \
-  usr/share/metainfo/com.quillmoorinstruments.veltra.metainfo.xml usr/share/doc/veltra/copyright; do
+  usr/share/metainfo/com.quillmoorinstruments.veltra.metainfo.xml usr/share/doc/veltra/copyright \
+  usr/lib/lv2/veltra.lv2/manifest.ttl usr/lib/lv2/veltra.lv2/veltra.ttl usr/lib/lv2/veltra.lv2/presets.ttl \
+  usr/lib/lv2/veltra.lv2/veltra_dsp.so; do
   [ -e "$root/$f" ] || fail "the package lacks $f"
 done
+
+echo "== the LV2 plug-in, found where the package puts it"
+LV2_PATH=$root/usr/lib/lv2 lv2info https://quillmoorinstruments.com/plugins/veltra | grep -q "Symbol: *midi_in" ||
+  fail "lv2info does not find the packaged plug-in"
 
 echo "== the command line"
 unset VELTRA_RESOURCES
