@@ -72,9 +72,10 @@ fuzz: deps
 TSAN := build/tsan
 tsan: deps
 	cmake -S . -B $(TSAN) -DCMAKE_BUILD_TYPE=Debug -DVELTRA_TSAN=ON
-	cmake --build $(TSAN) -j$(JOBS) --target app_tests veltra_tests
+	cmake --build $(TSAN) -j$(JOBS) --target app_tests veltra_tests lv2_tests
 	TSAN_OPTIONS=halt_on_error=1:suppressions=$(CURDIR)/tests/common/tsan.supp $(TSAN)/bin/app_tests --gtest_filter='Threads.*:MidiCallback.*'
 	TSAN_OPTIONS=halt_on_error=1:suppressions=$(CURDIR)/tests/common/tsan.supp $(TSAN)/bin/veltra_tests --gtest_filter='VELTRAVoices.*'
+	TSAN_OPTIONS=halt_on_error=1:suppressions=$(CURDIR)/tests/common/tsan.supp $(TSAN)/bin/lv2_tests --gtest_filter='LV2Plugin.TwoInstances*'
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

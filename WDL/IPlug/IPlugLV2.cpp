@@ -6,6 +6,7 @@
 #include <lv2/midi/midi.h>
 
 #include <cmath>
+#include <cstring>
 #include <thread>
 
 IPlugLV2::IPlugLV2(IPlugInstanceInfo instanceInfo, int nParams, const char* channelIOStr, int nPresets,
@@ -125,21 +126,31 @@ void IPlugLV2::RunLV2(uint32_t nFrames)
   const LV2_Atom_Sequence* midiIn = (const LV2_Atom_Sequence*)mMidiIn;
   if (midiIn && midiIn->atom.type == mInfo.mSequenceURID)
   {
-    LV2_ATOM_SEQUENCE_FOREACH(midiIn, ev)
+    // Events are read with copies, not through the event struct: some hosts
+    // hand over sequences aligned to 4 bytes only.
+    const uint8_t* ev = (const uint8_t*)(midiIn + 1);
+    const uint8_t* end = (const uint8_t*)&midiIn->body + midiIn->atom.size;
+    while (ev + sizeof(LV2_Atom_Event) <= end)
     {
-      if (ev->body.type != mInfo.mMidiEventURID || ev->body.size == 0 || ev->body.size > 3) continue;
-      const uint8_t* bytes = (const uint8_t*)LV2_ATOM_BODY_CONST(&ev->body);
+      int64_t time;
+      LV2_Atom body;
+      memcpy(&time, ev, sizeof(time));
+      memcpy(&body, ev + sizeof(time), sizeof(body));
+      const uint8_t* bytes = ev + sizeof(LV2_Atom_Event);
+      ev += sizeof(LV2_Atom_Event) + lv2_atom_pad_size(body.size);
+      if (bytes + body.size > end) break;
+      if (body.type != mInfo.mMidiEventURID || body.size == 0 || body.size > 3) continue;
       if (bytes[0] < 0x80 || bytes[0] >= 0xF0) continue; // channel messages only
       ++mMidiEventsSeen;
       // Frames out of order or beyond the block are taken as late as allowed.
-      uint32_t frame = ev->time.frames < 0 ? 0 : (uint32_t)ev->time.frames;
+      uint32_t frame = time < 0 ? 0 : time > (int64_t)nFrames ? nFrames : (uint32_t)time;
       frame = std::max(pos, std::min(frame, nFrames ? nFrames - 1 : 0));
       if ((bytes[0] & 0xF0) == 0xE0 && frame > pos)
       {
         RenderFrames(pos, frame);
         pos = frame;
       }
-      IMidiMsg msg((int)(frame - pos), bytes[0], ev->body.size > 1 ? bytes[1] : 0, ev->body.size > 2 ? bytes[2] : 0);
+      IMidiMsg msg((int)(frame - pos), bytes[0], body.size > 1 ? bytes[1] : 0, body.size > 2 ? bytes[2] : 0);
       ProcessMidiMsg(&msg);
     }
   }

@@ -226,10 +226,12 @@ bool JackRecorder::PortsExist(const std::string& prefix) const
   return any;
 }
 
-bool JackRecorder::ConnectTo(const std::string& prefix, double timeoutSec)
+bool JackRecorder::ConnectTo(const std::string& prefix, double timeoutSec, const std::string& left,
+                             const std::string& right)
 {
+  const std::string names[2] = {prefix + left, prefix + right};
   const double start = Now();
-  while (!(PortsExist(prefix + "0") && PortsExist(prefix + "1")))
+  while (!(PortsExist(names[0]) && PortsExist(names[1])))
   {
     if (SecondsSince(start) > timeoutSec) return false;
     Sleep(0.02);
@@ -247,7 +249,7 @@ bool JackRecorder::ConnectTo(const std::string& prefix, double timeoutSec)
     for (int ch = 0; ch < 2; ++ch)
     {
       if (connected[ch]) continue;
-      const char** ports = jack_get_ports(mClient, ("^" + prefix + std::to_string(ch)).c_str(), nullptr, 0);
+      const char** ports = jack_get_ports(mClient, ("^" + names[ch]).c_str(), nullptr, 0);
       if (ports && ports[0])
       {
         const int r = jack_connect(mClient, ports[0], jack_port_name(mIn[ch]));

@@ -69,7 +69,8 @@ public:
   bool Open(const std::string& server, std::string* error);
   // Waits for ports whose names start with prefix + "0" and prefix + "1" and
   // connects them to the recorder's left and right inputs.
-  bool ConnectTo(const std::string& prefix, double timeoutSec);
+  bool ConnectTo(const std::string& prefix, double timeoutSec, const std::string& left = "0",
+                 const std::string& right = "1");
   // Waits until at least n frames were recorded.
   bool WaitForFrames(size_t n, double timeoutSec) const;
   bool PortsExist(const std::string& prefix) const;
