@@ -53,8 +53,8 @@ for f in usr/bin/veltra usr/bin/veltra-render usr/share/applications/veltra.desk
 done
 
 echo "== the LV2 plug-in, found where the package puts it"
-LV2_PATH=$root/usr/lib/lv2 lv2info https://quillmoorinstruments.com/plugins/veltra | grep -q "Symbol: *midi_in" ||
-  fail "lv2info does not find the packaged plug-in"
+info=$(LV2_PATH=$root/usr/lib/lv2 lv2info https://quillmoorinstruments.com/plugins/veltra 2>&1) || true
+grep -q "Symbol: *midi_in" <<<"$info" || fail "lv2info does not find the packaged plug-in: $info"
 
 echo "== the command line"
 unset VELTRA_RESOURCES
