@@ -16,11 +16,11 @@
 namespace
 {
 const std::pair<const char*, double> kSettings[] = {
-    {"synth_mode", 1.0},        {"pwm_on_off", 1.0},         {"pwm_depth", 0.7},      {"pwm_rate", 200.0},
-    {"smoothing_on_off", 1.0},  {"crusher_mix", 0.3},        {"crusher_destruction", 0.5},
-    {"filter_cutoff", 0.4},     {"filter_resonance", 0.9},   {"lfo_depth", 0.5},      {"lfo_rate", 0.005},
-    {"ar_env_depth", 0.4},      {"chorus_depth", 0.4},       {"reverb_depth", 0.5},   {"reverb_length", 0.9},
-    {"op1_waveform", 2},        {"op2_waveform", 4}};
+    {"synth_mode", 1.0},       {"pwm_on_off", 1.0},   {"pwm_depth", 0.7},           {"pwm_rate", 200.0},
+    {"smoothing_on_off", 1.0}, {"crusher_mix", 0.3},  {"crusher_destruction", 0.5}, {"filter_cutoff", 0.4},
+    {"filter_resonance", 0.9}, {"lfo_depth", 0.5},    {"lfo_rate", 0.005},          {"ar_env_depth", 0.4},
+    {"chorus_depth", 0.4},     {"reverb_depth", 0.5}, {"reverb_length", 0.9},       {"op1_waveform", 2},
+    {"op2_waveform", 4}};
 
 std::vector<MidiAt> Chord(long long at)
 {

@@ -7,8 +7,8 @@
 #include <initializer_list>
 
 VELTRA::VELTRA(IPlugInstanceInfo instanceInfo)
-    : IPlug(instanceInfo, kNumParams, "0-1 0-2", kVeltraPrograms, "VELTRA", "", "QuillmoorInstruments",
-                      kVeltraVersion, kVeltraUniqueID, kVeltraMfrID, 0, true, false, true, 0),
+    : IPlug(instanceInfo, kNumParams, "0-1 0-2", kVeltraPrograms, "VELTRA", "", "QuillmoorInstruments", kVeltraVersion,
+            kVeltraUniqueID, kVeltraMfrID, 0, true, false, true, 0),
       mMidiQueue(1024)
 {
   InitParams();

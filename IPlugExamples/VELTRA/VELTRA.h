@@ -175,7 +175,7 @@ public:
   // Audio thread, from the render loop only.
   void NoteOnOff(IMidiMsg* msg);
 
-  IGraphics* mPanel = nullptr;           // owned by the framework once attached
+  IGraphics* mPanel = nullptr;          // owned by the framework once attached
   IScreenKeyboard* mKeyboard = nullptr; // the panel's, polled by the render loop
   IMidiQueue mMidiQueue;
   ITextControl* mPresetName = nullptr; // the panel's display of the program's file

@@ -1,6 +1,5 @@
 #include "IPlugBase.h"
 
-
 #include <cassert>
 #include <cmath>
 #include <cstdio>

@@ -3,8 +3,8 @@
 #include "IPlugLV2Ports.h"
 
 #include <lv2/atom/util.h>
-#include <lv2/midi/midi.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <thread>
@@ -141,10 +141,8 @@ void IPlugLV2::RunLV2(uint32_t nFrames)
       if (bytes + body.size > end) break;
       if (body.type != mInfo.mMidiEventURID || body.size == 0 || body.size > 3) continue;
       if (bytes[0] < 0x80 || bytes[0] >= 0xF0) continue; // channel messages only
-      ++mMidiEventsSeen;
       // Frames out of order or beyond the block are taken as late as allowed.
-      uint32_t frame = time < 0 ? 0 : time > (int64_t)nFrames ? nFrames : (uint32_t)time;
-      frame = std::max(pos, std::min(frame, nFrames ? nFrames - 1 : 0));
+      const uint32_t frame = (uint32_t)std::clamp<int64_t>(time, pos, nFrames ? nFrames - 1 : 0);
       if ((bytes[0] & 0xF0) == 0xE0 && frame > pos)
       {
         RenderFrames(pos, frame);

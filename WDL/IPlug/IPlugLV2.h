@@ -62,10 +62,6 @@ public:
   // loads; false, and nothing changed, when the instrument refuses them.
   bool RestoreProgramChunk(const unsigned char* data, int size);
 
-  // MIDI events that arrived at run, and those that the instrument refused
-  // because its queue was full.
-  int64_t GetMidiEventsSeen() const { return mMidiEventsSeen; }
-
 private:
   void ApplyChangedControlPorts();
   void PublishValues();
@@ -88,5 +84,4 @@ private:
   // audio thread writes them, so a reader retries rather than tear them.
   std::unique_ptr<std::atomic<double>[]> mPublished;
   std::atomic<uint32_t> mPublishedSeq{0};
-  int64_t mMidiEventsSeen = 0;
 };

@@ -118,7 +118,7 @@ const void* ExtensionData(const char* uri)
 
 extern "C" LV2_SYMBOL_EXPORT const LV2_Descriptor* lv2_descriptor(uint32_t index)
 {
-  static const LV2_Descriptor descriptor = {LV2PluginURI(), Instantiate, ConnectPort, Activate,
-                                            Run,            Deactivate,  Cleanup,     ExtensionData};
+  static const LV2_Descriptor descriptor = {LV2PluginURI(), Instantiate, ConnectPort,  Activate, Run,
+                                            Deactivate,     Cleanup,     ExtensionData};
   return index == 0 ? &descriptor : nullptr;
 }

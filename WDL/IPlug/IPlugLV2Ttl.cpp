@@ -53,9 +53,8 @@ std::string Quoted(const char* text)
 // The LV2 unit of a parameter's label, where one fits.
 const char* Unit(const char* label)
 {
-  static const char* const kUnits[][2] = {{"Hz", "hz"}, {"dB", "db"},   {"%", "pc"},
-                                          {"ms", "ms"}, {"s", "s"},     {"cents", "cent"},
-                                          {"st", "semitone12TET"}};
+  static const char* const kUnits[][2] = {
+      {"Hz", "hz"}, {"dB", "db"}, {"%", "pc"}, {"ms", "ms"}, {"s", "s"}, {"cents", "cent"}, {"st", "semitone12TET"}};
   for (const auto& u : kUnits)
     if (!strcmp(label, u[0])) return u[1];
   return nullptr;
@@ -108,13 +107,15 @@ std::string PluginTtl(IPlugBase* plug, const LV2BundleDescription& d)
   GetVersionParts(plug->GetEffectVersion(false), &major, &minor, &micro);
   std::string t = kPrefixes;
   t.insert(t.find("@prefix rdfs:"), "@prefix rdf: <http://www.w3.org/1999/02/22-rdf-syntax-ns#> .\n");
-  t += "<" + uri + "#program>\n  a rdf:Property ;\n  rdfs:label \"Program\" ;\n"
+  t += "<" + uri +
+       "#program>\n  a rdf:Property ;\n  rdfs:label \"Program\" ;\n"
        "  rdfs:comment \"The sound as the program form of an FXP file.\" ;\n  rdfs:range atom:Chunk .\n\n";
-  t += "<" + uri + "#out>\n  a pg:StereoGroup , pg:OutputGroup ;\n  lv2:symbol \"out\" ;\n  rdfs:label \"Output\" .\n\n";
+  t +=
+      "<" + uri + "#out>\n  a pg:StereoGroup , pg:OutputGroup ;\n  lv2:symbol \"out\" ;\n  rdfs:label \"Output\" .\n\n";
   t += "<" + uri + ">\n  a lv2:Plugin , lv2:InstrumentPlugin , doap:Project ;\n";
   t += "  doap:name " + Quoted(d.mName) + " ;\n";
-  t += "  doap:maintainer [\n    foaf:name " + Quoted(plug->GetMfrName()) + " ;\n    foaf:homepage <" +
-       d.mHomepage + ">\n  ] ;\n";
+  t += "  doap:maintainer [\n    foaf:name " + Quoted(plug->GetMfrName()) + " ;\n    foaf:homepage <" + d.mHomepage +
+       ">\n  ] ;\n";
   t += "  lv2:minorVersion " + std::to_string(minor) + " ;\n  lv2:microVersion " + std::to_string(micro) + " ;\n";
   t += "  lv2:requiredFeature urid:map , opts:options ;\n";
   t += "  lv2:optionalFeature lv2:hardRTCapable , bufsz:boundedBlockLength , log:log ;\n";

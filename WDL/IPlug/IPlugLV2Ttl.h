@@ -10,11 +10,11 @@
 
 struct LV2BundleDescription
 {
-  const char* mURI;         // the plug-in's URI
-  const char* mName;        // its name in hosts
-  const char* mTtlName;     // the plug-in's .ttl, "veltra.ttl"
-  const char* mBinary;      // the DSP binary, "veltra_dsp.so"
-  const char* mHomepage;    // the maker's home page
+  const char* mURI;               // the plug-in's URI
+  const char* mName;              // its name in hosts
+  const char* mTtlName;           // the plug-in's .ttl, "veltra.ttl"
+  const char* mBinary;            // the DSP binary, "veltra_dsp.so"
+  const char* mHomepage;          // the maker's home page
   const char* const* mMeterNames; // names of the meter ports, by parameter index (null where none)
 };
 

@@ -155,8 +155,12 @@ TEST_F(LV2Plugin, RendersEqualVeltraRenderAtEveryBlockSize)
     std::vector<std::pair<const char*, const char*>> sets;
   };
   const Case cases[] = {
-      {"voices.mid", {{"Synth Mode", "0"}, {"PWM on off", "1"}, {"PWM Depth", "0.75"}, {"Chorus Depth", "0.25"},
-                      {"Chorus Speed", "400"}}},
+      {"voices.mid",
+       {{"Synth Mode", "0"},
+        {"PWM on off", "1"},
+        {"PWM Depth", "0.75"},
+        {"Chorus Depth", "0.25"},
+        {"Chorus Speed", "400"}}},
       {"bends.mid", {{"Portamento on off", "1"}, {"Portamento", "0.0625"}, {"Reverb Depth", "0.5"}}},
       {"tempo.mid", {{"Crusher Destruction", "0.5"}, {"Crusher Mix", "0.75"}, {"Smoothing on off", "1"}}},
   };
@@ -172,9 +176,10 @@ TEST_F(LV2Plugin, RendersEqualVeltraRenderAtEveryBlockSize)
     std::mt19937 random(7);
     std::uniform_int_distribution<int> size(0, 700);
     const std::vector<std::pair<std::string, std::function<int()>>> blockings = {
-        {"1", Fixed(1)},       {"31", Fixed(31)},     {"32", Fixed(32)},     {"33", Fixed(33)},
-        {"64", Fixed(64)},     {"4096", Fixed(4096)}, {"8192", Fixed(8192)},
-        {"mixed", [&] { return size(random) < 40 ? 0 : size(random) % 600 + 1; }}};
+        {"1", Fixed(1)},       {"31", Fixed(31)},
+        {"32", Fixed(32)},     {"33", Fixed(33)},
+        {"64", Fixed(64)},     {"4096", Fixed(4096)},
+        {"8192", Fixed(8192)}, {"mixed", [&] { return size(random) < 40 ? 0 : size(random) % 600 + 1; }}};
     for (const auto& b : blockings)
     {
       std::unique_ptr<Lv2Host::Instance> in = sHost->Instantiate(kRate, 8192);
@@ -199,9 +204,9 @@ TEST_F(LV2Plugin, StateCarriesTheProgramToANewInstance)
     if (!LV2IsMeter(table->GetParam(i))) symbols.push_back(LV2PortSymbol(table->GetParam(i)->GetNameForHost()));
 
   std::unique_ptr<Lv2Host::Instance> a = sHost->Instantiate(kRate);
-  const std::pair<const char*, float> sets[] = {{"synth_mode", 0.0f},   {"op2_waveform", 3.0f},  {"op1_octave", 3.0f},
-                                                {"chorus_depth", 0.3f}, {"chorus_speed", 450.0f}, {"reverb_depth", 0.55f},
-                                                {"filter_cutoff", 0.3f}};
+  const std::pair<const char*, float> sets[] = {
+      {"synth_mode", 0.0f},     {"op2_waveform", 3.0f},  {"op1_octave", 3.0f},   {"chorus_depth", 0.3f},
+      {"chorus_speed", 450.0f}, {"reverb_depth", 0.55f}, {"filter_cutoff", 0.3f}};
   for (const auto& s : sets) a->SetControl(s.first, s.second);
   a->RunOnce(0, {}, 0);
   std::vector<uint8_t> state;

@@ -108,17 +108,6 @@ std::vector<std::string> Lv2Host::PresetURIs() const
   return uris;
 }
 
-std::string Lv2Host::PresetLabel(const std::string& uri) const
-{
-  LilvNode* preset = lilv_new_uri(mWorld->world, uri.c_str());
-  lilv_world_load_resource(mWorld->world, preset);
-  LilvNode* label = lilv_new_uri(mWorld->world, LILV_NS_RDFS "label");
-  LilvNode* value = lilv_world_get(mWorld->world, preset, label, nullptr);
-  std::string s = value ? lilv_node_as_string(value) : "";
-  lilv_node_free(value), lilv_node_free(label), lilv_node_free(preset);
-  return s;
-}
-
 struct Lv2Host::Instance::Impl
 {
   World* world = nullptr;
@@ -165,8 +154,8 @@ std::unique_ptr<Lv2Host::Instance> Lv2Host::Instantiate(double rate, int maxBloc
   m.world = mWorld.get();
   m.maxBlock = maxBlock;
   if (maxBlock > 0)
-    m.options[0] = {LV2_OPTIONS_INSTANCE, 0, U(LV2_BUF_SIZE__maxBlockLength), sizeof(int32_t), U(LV2_ATOM__Int),
-                    &m.maxBlock};
+    m.options[0] = {LV2_OPTIONS_INSTANCE, 0,          U(LV2_BUF_SIZE__maxBlockLength), sizeof(int32_t),
+                    U(LV2_ATOM__Int),     &m.maxBlock};
   m.log = {&in->mLog, LogPrintf, LogVprintf};
   m.instance = lilv_plugin_instantiate(mWorld->plugin, rate, m.features);
   if (!m.instance) return nullptr;
@@ -214,10 +203,7 @@ void Lv2Host::Instance::SetControl(const std::string& symbol, float value)
   mImpl->controls[mImpl->symbols.at(symbol)] = value;
 }
 
-float Lv2Host::Instance::Control(const std::string& symbol) const
-{
-  return mImpl->controls[mImpl->symbols.at(symbol)];
-}
+float Lv2Host::Instance::Control(const std::string& symbol) const { return mImpl->controls[mImpl->symbols.at(symbol)]; }
 
 void Lv2Host::Instance::RunOnce(uint32_t nFrames, const std::vector<MidiAt>& events, long long blockStart)
 {
@@ -301,8 +287,8 @@ bool Lv2Host::Instance::SaveState(std::vector<uint8_t>* bytes)
   const LV2_State_Interface* iface =
       (const LV2_State_Interface*)lilv_instance_get_extension_data(mImpl->instance, LV2_STATE__interface);
   StateStore s{bytes};
-  return iface && iface->save(lilv_instance_get_handle(mImpl->instance), Store, &s, 0, mImpl->features) ==
-                      LV2_STATE_SUCCESS;
+  return iface &&
+         iface->save(lilv_instance_get_handle(mImpl->instance), Store, &s, 0, mImpl->features) == LV2_STATE_SUCCESS;
 }
 
 bool Lv2Host::Instance::RestoreState(const std::vector<uint8_t>& bytes)

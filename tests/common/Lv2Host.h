@@ -39,7 +39,6 @@ public:
   // Default, minimum and maximum; false for a port without them.
   bool PortRange(int index, float* def, float* min, float* max) const;
   std::vector<std::string> PresetURIs() const;
-  std::string PresetLabel(const std::string& uri) const;
 
   class Instance;
   // A new instance at the rate, with maxBlock in its options (none when 0),

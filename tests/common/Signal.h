@@ -42,3 +42,12 @@ double Rms(const std::vector<T>& v, size_t from, size_t to, size_t step = 1)
   for (size_t i = from; i < to; ++i) sum += (double)v[i * step] * v[i * step];
   return to > from ? std::sqrt(sum / (double)(to - from)) : 0.0;
 }
+
+// The first sample from `from` on that is not silent, or `to`.
+template<class T>
+size_t FirstSound(const std::vector<T>& v, size_t from, size_t to)
+{
+  for (size_t i = from; i < to; ++i)
+    if (std::fabs((double)v[i]) > 1e-6) return i;
+  return to;
+}

@@ -3,8 +3,8 @@
 // into its MIDI input, and its outputs are recorded. The note sounds at its
 // pitch and as loud as the offline render of the same note.
 
-#include "JackSession.h"
 #include "Lv2Host.h"
+#include "JackSession.h"
 #include "Signal.h"
 #include "VELTRA.h"
 
@@ -12,10 +12,10 @@
 #include <cmath>
 #include <csignal>
 #include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <gtest/gtest.h>
 #include <jack/midiport.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -71,13 +71,6 @@ private:
   std::atomic<int> mQueued{0};
   int mSent = 0;
 };
-
-size_t FirstSound(const std::vector<float>& v, size_t from, size_t to)
-{
-  for (size_t i = from; i < to; ++i)
-    if (std::fabs(v[i]) > 1e-6f) return i;
-  return to;
-}
 } // namespace
 
 TEST(LV2Host, JalvPlaysANoteAtItsPitchAsTheOfflineRender)
@@ -129,8 +122,7 @@ TEST(LV2Host, JalvPlaysANoteAtItsPitchAsTheOfflineRender)
   setenv("LV2_PATH", VELTRA_LV2_DIR, 1);
   Lv2Host host(kVeltraLV2URI);
   std::unique_ptr<Lv2Host::Instance> offline = host.Instantiate((double)kRate);
-  const StereoRender r =
-      offline->Render({{0, {0x90, 69, 100}, 3}}, (long long)kRate * 2, [] { return 512; });
+  const StereoRender r = offline->Render({{0, {0x90, 69, 100}, 3}}, (long long)kRate * 2, [] { return 512; });
   const size_t offOnset = FirstSound(r.mLeft, 0, r.mLeft.size());
   const double live = Rms(out, from, to), reference = Rms(r.mLeft, offOnset + kRate / 10, offOnset + kRate);
   EXPECT_GT(live, 0.01);

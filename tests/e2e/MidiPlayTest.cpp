@@ -12,18 +12,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace
-{
-
-size_t FirstSound(const std::vector<float>& v, size_t from, size_t to)
-{
-  for (size_t i = from; i < to; ++i)
-    if (std::fabs(v[i]) > 1e-6f) return i;
-  return to;
-}
-
-} // namespace
-
 TEST(MidiPlay, NoteThroughTheVirtualPortSoundsAndOtherChannelsAreIgnored)
 {
   PlayingVeltra run;

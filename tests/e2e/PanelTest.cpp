@@ -115,8 +115,7 @@ TEST(Panel, AClickedKeySoundsAtItsPitchUntilReleased)
   const auto after = Listen(s, 1.5);
 
   const std::vector<float>& out = s.run.recorder.Left();
-  size_t onset = pressed;
-  while (onset < held.second && std::fabs(out[onset]) < 1e-6f) ++onset;
+  const size_t onset = FirstSound(out, pressed, held.second);
   ASSERT_LT(onset, held.second) << "the key made no sound";
   // Note 60 lasts 169 whole samples a cycle: 260.9 Hz.
   EXPECT_NEAR(Fundamental(out, onset + kRate / 10, held.second, (double)kRate), 44100.0 / 169.0, 1.0);
