@@ -113,6 +113,10 @@ private:
 // it registers itself, and tests may too. Main thread.
 struct LICE_GfxBackend
 {
+  // A font by the Win32 rule for height (below 0 the character height in
+  // pixels, above 0 the cell height); weight 400 plain, 700 bold. A face
+  // the machine lacks falls back to a monospace one.
+  HFONT (*CreateFont)(int height, int weight, bool italic, const char* face);
   HDC (*CreateMemContext)(HDC hdc, int w, int h);
   void (*DeleteGfxContext)(HDC ctx);
   void* (*GetCtxFrameBuffer)(HDC ctx);

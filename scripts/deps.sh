@@ -7,13 +7,13 @@ packages=(
   build-essential cmake pkg-config
   librtaudio-dev librtmidi-dev libasound2-dev
   libpng-dev zlib1g-dev
-  libgtk-3-dev libx11-dev
+  libgtk-3-dev libx11-dev libxext-dev libfreetype-dev libfontconfig-dev
   libsndfile1-dev
   googletest libgtest-dev libbenchmark-dev
   clang libclang-rt-14-dev
   jackd2 libjack-jackd2-dev
   xvfb xdotool imagemagick x11-utils
-  lv2-dev liblilv-dev lilv-utils sordi jalv
+  lv2-dev liblilv-dev lilv-utils sordi jalv libqt5x11extras5 zenity
   desktop-file-utils appstream lintian man-db dpkg-dev
 )
 

@@ -26,10 +26,20 @@ void PresetFunctionsMenu::doPopupMenu()
 {
   IGraphics* gui = GetGUI();
   if (!gui) return;
+  // Where no file dialog can be offered, the two items are greyed and a
+  // line below says why.
+  WDL_String why;
+  const bool files = gui->CanPromptForFile(&why);
+  const int flags = files ? IPopupMenuItem::kNoFlags : IPopupMenuItem::kDisabled;
   IPopupMenu menu;
-  menu.AddItem("Save Program...");
+  menu.AddItem("Save Program...", -1, flags);
   menu.AddSeparator();
-  menu.AddItem("Load Program...");
+  menu.AddItem("Load Program...", -1, flags);
+  if (!files)
+  {
+    menu.AddSeparator();
+    menu.AddItem(why.Get(), -1, IPopupMenuItem::kTitle);
+  }
   if (!gui->CreateIPopupMenu(&menu, &mRECT)) return;
 
   // The display shows the file part of whatever the dialog returned, also

@@ -94,7 +94,7 @@ void VELTRA::Reset()
   mMidiQueue.Resize(GetAPI() == kAPILV2 ? kMaxQueuedMidiMessages : GetBlockSize());
 }
 
-#ifndef LV2_API
+#if !defined(LV2_API) && !defined(LV2_UI_API)
 void* MakePlug(void* midiOut, unsigned short* midiOutChan)
 {
   static WDL_Mutex sMutex;
@@ -105,10 +105,4 @@ void* MakePlug(void* midiOut, unsigned short* midiOutChan)
   info.mMidiOutChan = midiOutChan;
   return new VELTRA(info);
 }
-#else
-#include "IPlugLV2Instrument.h"
-
-const char* LV2PluginURI() { return kVeltraLV2URI; }
-
-IPlugLV2* MakeLV2Plug(IPlugInstanceInfo instanceInfo) { return new VELTRA(instanceInfo); }
 #endif

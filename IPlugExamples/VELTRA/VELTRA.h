@@ -168,6 +168,17 @@ public:
   // show a panel link it (MakePlugGUI).
   void MakePanel();
 
+#if defined(LV2_API)
+  // Audio thread, under the mutex: the key table for the plug-in's panel.
+  void GetHeldNotes(uint8_t* bits) override;
+#elif defined(LV2_UI_API)
+  // The plug-in's panel: the notes its sound's MIDI holds light the keys,
+  // and the key held with the mouse goes to the sound as MIDI.
+  void SetHeldNotes(const uint8_t* bits) override;
+  void OnIdle() override;
+  int mSentKey = -1;
+#endif
+
   // Any thread; take the mutex. The key table follows MIDI input only.
   int GetNumKeys();
   bool GetKeyStatus(int key);
@@ -245,7 +256,7 @@ private:
 // The panel's engine for this platform, with the application's identifier.
 IGraphics* MakeGraphics(IPlugBase* plug, int w, int h, int fps);
 
-#ifndef LV2_API
+#if !defined(LV2_API) && !defined(LV2_UI_API)
 // The one place where the instrument is made; serialised by a static mutex
 // so that two callers cannot make two objects side by side. The caller owns
 // the result and deletes it through its virtual destructor. It has no panel

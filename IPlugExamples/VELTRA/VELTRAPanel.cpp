@@ -5,7 +5,7 @@
 
 #include "VELTRA.h"
 
-#include "IGraphicsLinux.h"
+#include "IGraphics.h"
 #include "IKeyboardControl.h"
 #include "PresetFunctionsMenu.h"
 
@@ -112,13 +112,6 @@ IBitmap LoadStrip(IGraphics* panel, EBitmap id)
   return IBitmap();
 }
 } // namespace
-
-IGraphics* MakeGraphics(IPlugBase* plug, int w, int h, int fps)
-{
-  IGraphicsLinux* graphics = new IGraphicsLinux(plug, w, h, fps);
-  graphics->SetBundleID(kVeltraBundleID);
-  return graphics;
-}
 
 void VELTRA::MakePanel()
 {

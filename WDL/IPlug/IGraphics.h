@@ -63,6 +63,9 @@ public:
   // "~/Desktop", which it is then set to), the chosen file's folder out.
   virtual void PromptForFile(WDL_String* fileName, EFileAction action = kFileOpen, WDL_String* dir = nullptr,
                              const char* extensions = "") = 0;
+  // Whether PromptForFile can offer a dialog here; when not, why, in words
+  // for the user.
+  virtual bool CanPromptForFile(WDL_String*) { return true; }
   virtual bool PromptForColor(IColor* color, const char* prompt = "") = 0;
   virtual bool OpenURL(const char* url, const char* windowTitle = nullptr, const char* confirmMsg = nullptr,
                        const char* errMsgOnFailure = nullptr) = 0;

@@ -5,7 +5,6 @@
 #include "IGraphics.h"
 
 #include "lice_text.h"
-#include "swell-gdi.h"
 
 #include "../mutex.h"
 
@@ -376,16 +375,14 @@ LICE_IFont* IGraphics::CacheFont(IText* text)
   }
   LICE_CachedFont* font = new LICE_CachedFont;
   int height = text->mSize;
-  const int esc = text->mOrientation * 10;
   const int weight = text->mStyle == IText::kStyleBold ? 700 : 400;
   const char italic = text->mStyle == IText::kStyleItalic;
-  const char quality = text->mQuality == IText::kQualitySystem ? 0 : text->mQuality == IText::kQualityPlain ? 3 : 4;
   // A second pass corrects the height once, so that the line height comes
   // close to the size asked for.
   for (int pass = 0; pass < 2; ++pass)
   {
     if (height < 2) height = 2;
-    HFONT hf = CreateFont(height, 0, esc, esc, weight, italic, 0, 0, 0, 0, 0, quality, 0, text->mFont);
+    HFONT hf = LICE_GetGfxBackend()->CreateFont(height, weight, italic, text->mFont);
     if (!hf)
     {
       delete font;

@@ -1,5 +1,7 @@
 #include "IGraphicsLinux.h"
 
+#include "IGraphicsXlib.h"
+
 #include "IControl.h"
 #include "IParam.h"
 #include "IPlugBase.h"
@@ -36,39 +38,6 @@ std::string ExpandHome(const std::string& path)
   if (path == "~") return Home();
   if (path.compare(0, 2, "~/") == 0) return Home() + path.substr(1);
   return path;
-}
-
-IMouseMod ModsOf(guint state, bool right)
-{
-  // A right press is the secondary press; this desktop has no command key
-  // that would stand for it.
-  return IMouseMod(!right, right, state & GDK_SHIFT_MASK, state & GDK_CONTROL_MASK, state & GDK_MOD1_MASK);
-}
-
-// The key codes of the engine: space 0, arrows 1-4 (up, down, left, right),
-// digits 5-14, letters 15-40 in either case; -1 for any other key.
-int VirtualKeyOf(guint keyval)
-{
-  switch (keyval)
-  {
-  case GDK_KEY_space:
-    return 0;
-  case GDK_KEY_Up:
-    return 1;
-  case GDK_KEY_Down:
-    return 2;
-  case GDK_KEY_Left:
-    return 3;
-  case GDK_KEY_Right:
-    return 4;
-  default:
-    break;
-  }
-  const gunichar c = gdk_keyval_to_unicode(keyval);
-  if (c >= '0' && c <= '9') return 5 + (int)(c - '0');
-  if (c >= 'a' && c <= 'z') return 15 + (int)(c - 'a');
-  if (c >= 'A' && c <= 'Z') return 15 + (int)(c - 'A');
-  return -1;
 }
 
 struct MenuRun
@@ -189,10 +158,10 @@ struct IGraphicsLinux::View
     const int x = (int)ev->x, y = (int)ev->y;
     g->mPrevX = x;
     g->mPrevY = y;
-    const int clicks = g->ClickCount((int)ev->button, ev->time, ev->x, ev->y);
+    const int clicks = g->ClickCount((int)ev->button, ev->time, x, y);
     if (ev->button == 1)
     {
-      IMouseMod mod = ModsOf(ev->state, false);
+      IMouseMod mod = XModsOf(ev->state, false);
       if (clicks >= 2)
         g->OnMouseDblClick(x, y, &mod);
       else
@@ -200,7 +169,7 @@ struct IGraphicsLinux::View
     }
     else if (ev->button == 3)
     {
-      IMouseMod mod = ModsOf(ev->state, true);
+      IMouseMod mod = XModsOf(ev->state, true);
       g->OnMouseDown(x, y, &mod);
     }
     return TRUE;
@@ -213,7 +182,7 @@ struct IGraphicsLinux::View
     const int x = (int)ev->x, y = (int)ev->y;
     g->mPrevX = x;
     g->mPrevY = y;
-    IMouseMod mod = ModsOf(ev->state, ev->button == 3);
+    IMouseMod mod = XModsOf(ev->state, ev->button == 3);
     g->OnMouseUp(x, y, &mod);
     return TRUE;
   }
@@ -225,7 +194,7 @@ struct IGraphicsLinux::View
     g->mPrevX = x;
     g->mPrevY = y;
     const bool left = ev->state & GDK_BUTTON1_MASK, right = ev->state & GDK_BUTTON3_MASK;
-    IMouseMod mod = ModsOf(ev->state, right && !left);
+    IMouseMod mod = XModsOf(ev->state, right && !left);
     if (left || right)
     {
       if (!g->mTextEntry) g->OnMouseDrag(x, y, &mod);
@@ -253,7 +222,7 @@ struct IGraphicsLinux::View
       d = (int)-ev->delta_y; // whole notches, upward positive
     if (g->mTextEntry) g->ForceEndUserEdit();
     if (!d) return TRUE;
-    IMouseMod mod = ModsOf(ev->state, false);
+    IMouseMod mod = XModsOf(ev->state, false);
     g->OnMouseWheel((int)ev->x, (int)ev->y, &mod, d);
     return TRUE;
   }
@@ -261,7 +230,7 @@ struct IGraphicsLinux::View
   static gboolean OnKey(GtkWidget*, GdkEventKey* ev, gpointer data)
   {
     IGraphicsLinux* g = Of(data);
-    const int key = VirtualKeyOf(ev->keyval);
+    const int key = XVirtualKeyOf(ev->keyval);
     // Keys with control or alt are the window's (menu accelerators).
     if (key < 0 || (ev->state & (GDK_CONTROL_MASK | GDK_MOD1_MASK))) return FALSE;
     return g->OnKeyDown(g->mPrevX, g->mPrevY, key) ? TRUE : FALSE;
@@ -320,19 +289,12 @@ IGraphicsLinux::~IGraphicsLinux()
   if (mScreen) cairo_surface_destroy(mScreen);
 }
 
-int IGraphicsLinux::ClickCount(int button, unsigned int time, double x, double y)
+int IGraphicsLinux::ClickCount(int button, unsigned int time, int x, int y)
 {
   int interval = 400, distance = 5;
   if (GtkSettings* s = gtk_settings_get_default())
     g_object_get(s, "gtk-double-click-time", &interval, "gtk-double-click-distance", &distance, nullptr);
-  const bool again = button == mLastButton && mLastClickCount == 1 && time - mLastClickTime <= (unsigned)interval &&
-                     fabs(x - mLastClickX) <= distance && fabs(y - mLastClickY) <= distance;
-  mLastButton = button;
-  mLastClickCount = again ? 2 : 1;
-  mLastClickTime = time;
-  mLastClickX = x;
-  mLastClickY = y;
-  return mLastClickCount;
+  return mClicks.Count(button, time, x, y, interval, distance);
 }
 
 void IGraphicsLinux::MakeScreenImage()
@@ -364,45 +326,17 @@ bool IGraphicsLinux::DrawScreen(IRECT* rect)
   ConvertToScreen(r, mDirect ? &mChanges : nullptr);
   if (mDirect)
   {
-    XImage image = {};
-    image.width = cairo_image_surface_get_width(mScreen);
-    image.height = cairo_image_surface_get_height(mScreen);
-    image.format = ZPixmap;
-    image.data = (char*)cairo_image_surface_get_data(mScreen);
-    image.byte_order = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? MSBFirst : LSBFirst; // native 32-bit words
-    image.bitmap_unit = 32;
-    image.bitmap_bit_order = LSBFirst;
-    image.bitmap_pad = 32;
-    image.depth = 24;
-    image.bytes_per_line = cairo_image_surface_get_stride(mScreen);
-    image.bits_per_pixel = 32;
-    image.red_mask = 0xff0000;
-    image.green_mask = 0xff00;
-    image.blue_mask = 0xff;
-    if (!XInitImage(&image)) return false;
-    // What is on the window already equals the screen image, so only the
-    // pixels that changed go: the columns that changed, neighbours joined.
+    XImage image;
+    if (!XInitScreenImage(&image, (char*)cairo_image_surface_get_data(mScreen), cairo_image_surface_get_width(mScreen),
+                          cairo_image_surface_get_height(mScreen), cairo_image_surface_get_stride(mScreen), 24))
+      return false;
     Display* display = (Display*)mDirect->display;
-    const std::vector<int>&top = mChanges.top, &bottom = mChanges.bottom;
-    const int columns = (int)top.size(), width = LICE_ScreenChanges::kColumn;
-    for (int c = 0; c < columns;)
-    {
-      if (top[c] >= bottom[c])
-      {
-        ++c;
-        continue;
-      }
-      int t = top[c], b = bottom[c], last = c;
-      while (last + 1 < columns && top[last + 1] < bottom[last + 1])
-      {
-        ++last;
-        t = std::min(t, top[last]);
-        b = std::max(b, bottom[last]);
-      }
-      const int x0 = std::max(r.L, c * width), x1 = std::min(r.R, (last + 1) * width);
-      XPutImage(display, mDirect->window, (GC)mGC, &image, x0, t, mDirect->x + x0, mDirect->y + t, x1 - x0, b - t);
-      c = last + 1;
-    }
+    ForEachChangedBlock(mChanges, r,
+                        [&](int x, int y, int w, int h)
+                        {
+                          XPutImage(display, mDirect->window, (GC)mGC, &image, x, y, mDirect->x + x, mDirect->y + y,
+                                    (unsigned)w, (unsigned)h);
+                        });
     // No flush: GDK flushes the connection as the main loop comes round,
     // right after this timer returns.
     return true;

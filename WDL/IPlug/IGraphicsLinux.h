@@ -6,6 +6,7 @@
 // thread (GTK's main thread).
 
 #include "IGraphics.h"
+#include "IGraphicsXlib.h"
 
 #include "../wdlstring.h"
 
@@ -74,7 +75,7 @@ private:
   bool PaintNow(const IRECT& rect);
   void DropWindowGC();
   void EndTextEntry(bool accept);
-  int ClickCount(int button, unsigned int time, double x, double y);
+  int ClickCount(int button, unsigned int time, int x, int y);
 
   GtkWidget* mView = nullptr; // GtkDrawingArea; owned by its window once added
   GtkWidget* mContainer = nullptr;
@@ -99,7 +100,5 @@ private:
   IControl* mEdControl = nullptr;
   IParam* mEdParam = nullptr;
   int mPrevX = 0, mPrevY = 0;
-  int mLastButton = 0, mLastClickCount = 0;
-  unsigned int mLastClickTime = 0;
-  double mLastClickX = 0.0, mLastClickY = 0.0;
+  XClickCounter mClicks;
 };

@@ -21,6 +21,8 @@ IPlugLV2::IPlugLV2(IPlugInstanceInfo instanceInfo, int nParams, const char* chan
   SetOutputChannelConnections(0, NOutChannels(), true);
   // LV2 gives no host's name: the host stays unknown.
   SetHost("", 0);
+  mForge = LV2_Atom_Forge();
+  if (mInfo.mMap) lv2_atom_forge_init(&mForge, mInfo.mMap);
 }
 
 void IPlugLV2::InitLV2()
@@ -53,6 +55,7 @@ void IPlugLV2::ConnectPort(uint32_t port, void* data)
   }
   const int param = (int)port - LV2ParamPort(0, NOutChannels());
   if (param >= 0 && param < NParams()) mControlPorts[(size_t)param] = (float*)data;
+  if ((int)port == LV2NotifyPort(NParams(), NOutChannels())) mNotify = data;
 }
 
 void IPlugLV2::SetMeterForHost(int paramIdx, double value)
@@ -158,6 +161,36 @@ void IPlugLV2::RunLV2(uint32_t nFrames)
   for (int i = 0; i < NParams(); ++i)
     if (float* port = mControlPorts[(size_t)i])
       if (LV2IsMeter(GetParam(i))) *port = (float)mMeterValues[(size_t)i];
+  WriteNotifications(nFrames);
+}
+
+void IPlugLV2::WriteNotifications(uint32_t nFrames)
+{
+  LV2_Atom_Sequence* seq = (LV2_Atom_Sequence*)mNotify;
+  if (!seq) return;
+  const uint32_t capacity = seq->atom.size;
+  // An empty sequence unless there is news and room for it.
+  seq->atom.type = mInfo.mSequenceURID;
+  seq->atom.size = sizeof(LV2_Atom_Sequence_Body);
+  seq->body.unit = 0;
+  seq->body.pad = 0;
+  if (!mInfo.mMap || capacity < 128) return;
+  uint8_t notes[kLV2KeyBytes] = {};
+  GetHeldNotes(notes);
+  mFramesSinceNotify += nFrames;
+  if (!memcmp(notes, mSentNotes, sizeof(notes)) && mFramesSinceNotify < (uint32_t)(GetSampleRate() / 4.0)) return;
+  memcpy(mSentNotes, notes, sizeof(notes));
+  mFramesSinceNotify = 0;
+  lv2_atom_forge_set_buffer(&mForge, (uint8_t*)seq, capacity);
+  LV2_Atom_Forge_Frame sequence, object;
+  lv2_atom_forge_sequence_head(&mForge, &sequence, 0);
+  lv2_atom_forge_frame_time(&mForge, 0);
+  lv2_atom_forge_object(&mForge, &object, 0, mInfo.mKeyStateURID);
+  lv2_atom_forge_key(&mForge, mInfo.mKeysURID);
+  lv2_atom_forge_atom(&mForge, sizeof(notes), mForge.Chunk);
+  lv2_atom_forge_write(&mForge, notes, sizeof(notes));
+  lv2_atom_forge_pop(&mForge, &object);
+  lv2_atom_forge_pop(&mForge, &sequence);
 }
 
 void IPlugLV2::SaveProgramChunk(ByteChunk* chunk)

@@ -9,6 +9,8 @@
 
 #include "IPlugBase.h"
 
+#include <lv2/atom/forge.h>
+
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -21,6 +23,10 @@ struct IPlugInstanceInfo
   // URIDs of the host's map for what run reads.
   uint32_t mMidiEventURID = 0;
   uint32_t mSequenceURID = 0;
+  // For the held-notes notification; without a map none is sent.
+  LV2_URID_Map* mMap = nullptr;
+  uint32_t mKeyStateURID = 0;
+  uint32_t mKeysURID = 0;
 };
 
 class IPlugLV2 : public IPlugBase
@@ -44,6 +50,9 @@ public:
   bool SendMidiMsg(IMidiMsg*) override { return false; }
   // Audio thread, under the mutex.
   void SetMeterForHost(int paramIdx, double value) override;
+  // Audio thread, under the mutex: the notes that MIDI holds, as bits (see
+  // IPlugLV2Ports.h), for the panel. None by default.
+  virtual void GetHeldNotes(uint8_t*) {}
 
   // Instantiation thread: once, after the instrument's constructor. Every
   // parameter in force (as the application starts), then the sample rate and
@@ -67,6 +76,7 @@ private:
   void PublishValues();
   void RenderFrames(uint32_t start, uint32_t end);
   void ResetPortShadow();
+  void WriteNotifications(uint32_t nFrames);
 
   IPlugInstanceInfo mInfo;
   const void* mMidiIn = nullptr; // an LV2_Atom_Sequence
@@ -80,6 +90,10 @@ private:
   // ports before the restore, after it, or not at all.
   bool mAdoptPorts = false;
   std::unique_ptr<double[]> mMeterValues;
+  void* mNotify = nullptr; // an LV2_Atom_Sequence to fill
+  LV2_Atom_Forge mForge;
+  uint8_t mSentNotes[16] = {};
+  uint32_t mFramesSinceNotify = 0;
   // The parameters' values for save, under a sequence count: odd while the
   // audio thread writes them, so a reader retries rather than tear them.
   std::unique_ptr<std::atomic<double>[]> mPublished;

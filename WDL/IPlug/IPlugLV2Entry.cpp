@@ -4,6 +4,7 @@
 // that the binary exports.
 
 #include "IPlugLV2Instrument.h"
+#include "IPlugLV2Ports.h"
 
 #include <lv2/atom/atom.h>
 #include <lv2/buf-size/buf-size.h>
@@ -63,6 +64,9 @@ LV2_Handle Instantiate(const LV2_Descriptor*, double rate, const char*, const LV
   info.mMaxBlockSize = MaxBlockLength(options, map);
   info.mMidiEventURID = map->map(map->handle, LV2_MIDI__MidiEvent);
   info.mSequenceURID = map->map(map->handle, LV2_ATOM__Sequence);
+  info.mMap = map;
+  info.mKeyStateURID = map->map(map->handle, LV2KeyStateURI(LV2PluginURI()).c_str());
+  info.mKeysURID = map->map(map->handle, LV2KeysURI(LV2PluginURI()).c_str());
   std::unique_ptr<Instance> instance(new Instance);
   instance->log = (LV2_Log_Log*)Feature(features, LV2_LOG__log);
   instance->logError = map->map(map->handle, LV2_LOG__Error);

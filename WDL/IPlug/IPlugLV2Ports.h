@@ -13,9 +13,20 @@ constexpr int kLV2MidiInPort = 0;
 constexpr int kLV2FirstAudioOutPort = 1;
 
 inline int LV2ParamPort(int paramIdx, int nOutputs) { return kLV2FirstAudioOutPort + nOutputs + paramIdx; }
+// After the parameters: the atom output through which the plug-in tells its
+// panel which notes MIDI holds.
+inline int LV2NotifyPort(int nParams, int nOutputs) { return LV2ParamPort(nParams, nOutputs); }
 inline bool LV2IsMeter(const IParam* param) { return param->Type() == IParam::kTypeNone; }
 
 // A parameter's port symbol: its name in lower case, every run of characters
 // other than letters and digits one "_", none at either end ("OP1 Attack"
 // is op1_attack, "AR Env. Depth" ar_env_depth).
 std::string LV2PortSymbol(const char* name);
+
+// The notification of held notes: an atom:Object of type <plugin>#KeyState
+// whose property <plugin>#keys is an atom:Chunk of 16 bytes, bit n % 8 of
+// byte n / 8 set while note n is held. Sent when the notes change, and
+// again every quarter second for a panel that opens later.
+constexpr int kLV2KeyBytes = 16;
+inline std::string LV2KeyStateURI(const char* pluginURI) { return std::string(pluginURI) + "#KeyState"; }
+inline std::string LV2KeysURI(const char* pluginURI) { return std::string(pluginURI) + "#keys"; }

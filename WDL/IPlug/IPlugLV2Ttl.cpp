@@ -22,6 +22,7 @@ const char* const kPrefixes = "@prefix atom: <http://lv2plug.in/ns/ext/atom#> .\
                               "@prefix pset: <http://lv2plug.in/ns/ext/presets#> .\n"
                               "@prefix rdfs: <http://www.w3.org/2000/01/rdf-schema#> .\n"
                               "@prefix state: <http://lv2plug.in/ns/ext/state#> .\n"
+                              "@prefix ui: <http://lv2plug.in/ns/extensions/ui#> .\n"
                               "@prefix units: <http://lv2plug.in/ns/extensions/units#> .\n"
                               "@prefix urid: <http://lv2plug.in/ns/ext/urid#> .\n"
                               "@prefix xsd: <http://www.w3.org/2001/XMLSchema#> .\n\n";
@@ -130,7 +131,29 @@ std::string PluginTtl(IPlugBase* plug, const LV2BundleDescription& d)
          " ;\n    lv2:symbol \"" + outs[c][0] + "\" ;\n    lv2:name \"" + outs[c][1] + "\" ;\n    pg:group <" + uri +
          "#out> ;\n    lv2:designation " + outs[c][2] + "\n  ]";
   for (int i = 0; i < plug->NParams(); ++i) t += " , " + ControlPort(plug, i, d).substr(2);
-  return t + " .\n";
+  t += " , [\n    a lv2:OutputPort , atom:AtomPort ;\n    atom:bufferType atom:Sequence ;\n"
+       "    atom:supports atom:Object ;\n    lv2:index " +
+       std::to_string(LV2NotifyPort(plug->NParams(), plug->NOutChannels())) +
+       " ;\n    lv2:symbol \"notify\" ;\n    lv2:name \"Notifications\"\n  ]";
+  if (d.mUIBinary) t += " ;\n  ui:ui <" + uri + "#ui>";
+  t += " .\n";
+  if (!d.mUIBinary) return t;
+  // The panel: fed by the host with every port it shows and the notes held.
+  t += "\n<" + uri + "#ui>\n  a ui:X11UI ;\n  ui:binary <" + d.mUIBinary + "> ;\n";
+  t += "  lv2:requiredFeature urid:map ;\n";
+  t += "  lv2:optionalFeature ui:parent , ui:touch , ui:resize , ui:idleInterface , ui:noUserResize ;\n";
+  t += "  lv2:extensionData ui:idleInterface , ui:showInterface";
+  for (int i = 0; i < plug->NParams(); ++i)
+  {
+    const IParam* p = plug->GetParam(i);
+    const char* name =
+        LV2IsMeter(p) ? (d.mMeterNames && d.mMeterNames[i] ? d.mMeterNames[i] : "Meter") : p->GetNameForHost();
+    t += " ;\n  ui:portNotification [\n    ui:plugin <" + uri + "> ;\n    lv2:symbol " +
+         Quoted(LV2PortSymbol(name).c_str()) + " ;\n    ui:protocol ui:floatProtocol\n  ]";
+  }
+  t += " ;\n  ui:portNotification [\n    ui:plugin <" + uri +
+       "> ;\n    lv2:symbol \"notify\" ;\n    ui:protocol atom:eventTransfer\n  ] .\n";
+  return t;
 }
 
 std::string PresetsTtl(IPlugBase* plug, const LV2BundleDescription& d)
@@ -170,6 +193,9 @@ std::string ManifestTtl(IPlugBase* plug, const LV2BundleDescription& d)
   std::string t = kPrefixes;
   t += "<" + std::string(d.mURI) + ">\n  a lv2:Plugin , lv2:InstrumentPlugin ;\n  lv2:binary <" + d.mBinary +
        "> ;\n  rdfs:seeAlso <" + d.mTtlName + "> .\n\n";
+  if (d.mUIBinary)
+    t += "<" + std::string(d.mURI) + "#ui>\n  a ui:X11UI ;\n  ui:binary <" + d.mUIBinary + "> ;\n  rdfs:seeAlso <" +
+         d.mTtlName + "> .\n\n";
   for (int n = 0; n < plug->NPresets(); ++n)
     t += "<" + std::string(d.mURI) + "#preset" + std::to_string(n + 1) + ">\n  a pset:Preset ;\n  lv2:appliesTo <" +
          d.mURI + "> ;\n  rdfs:seeAlso <presets.ttl> .\n\n";

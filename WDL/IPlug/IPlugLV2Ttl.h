@@ -16,6 +16,7 @@ struct LV2BundleDescription
   const char* mBinary;            // the DSP binary, "veltra_dsp.so"
   const char* mHomepage;          // the maker's home page
   const char* const* mMeterNames; // names of the meter ports, by parameter index (null where none)
+  const char* mUIBinary;          // the X11 panel's binary, "veltra_ui.so"; null for none
 };
 
 // Writes the three files into folder (which must exist). Programs of the bank

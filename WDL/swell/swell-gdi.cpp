@@ -331,12 +331,17 @@ void SWELL_SetClipRegion(HDC ctx, const RECT* r)
 
 namespace
 {
+HFONT CreateFontFn(int height, int weight, bool italic, const char* face)
+{
+  return CreateFont(height, 0, 0, 0, weight, italic, 0, 0, 0, 0, 0, 0, 0, face);
+}
 void DeleteObjectFn(HGDIOBJ obj) { DeleteObject(obj); }
 void SetTextColorFn(HDC ctx, int c) { SetTextColor(ctx, c); }
 void SetBkColorFn(HDC ctx, int c) { SetBkColor(ctx, c); }
 void SetBkModeFn(HDC ctx, int m) { SetBkMode(ctx, m); }
 
-const LICE_GfxBackend kBackend = {SWELL_CreateMemContext,
+const LICE_GfxBackend kBackend = {CreateFontFn,
+                                  SWELL_CreateMemContext,
                                   SWELL_DeleteGfxContext,
                                   SWELL_GetCtxFrameBuffer,
                                   SelectObject,

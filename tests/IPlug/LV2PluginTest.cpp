@@ -119,8 +119,9 @@ TEST_F(LV2Plugin, PortsFollowTheParameterTable)
 {
   ASSERT_TRUE(sHost->Found()) << "no plug-in under " << VELTRA_LV2_DIR;
   std::unique_ptr<VELTRA> plug((VELTRA*)MakePlug(nullptr, nullptr));
-  ASSERT_EQ(sHost->NumPorts(), 3 + kNumParams);
+  ASSERT_EQ(sHost->NumPorts(), 4 + kNumParams);
   EXPECT_EQ(sHost->PortSymbol(0), "midi_in");
+  EXPECT_EQ(sHost->PortSymbol(3 + kNumParams), "notify");
   EXPECT_EQ(sHost->PortSymbol(1), "out_l");
   EXPECT_EQ(sHost->PortSymbol(2), "out_r");
   EXPECT_EQ(sHost->PortSymbol(3 + kOP1Attack), "op1_attack");

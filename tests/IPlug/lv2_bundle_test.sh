@@ -15,8 +15,8 @@ grep -q "Found 0 errors" <<<"$out" || fail "sord_validate: $out"
 
 info=$(LV2_PATH=$build/lv2 lv2info https://quillmoorinstruments.com/plugins/veltra)
 ports=$(grep -c "^	Port [0-9]*:" <<<"$info")
-[ "$ports" -eq 47 ] || fail "lv2info lists $ports ports, not 47"
-for symbol in midi_in out_l out_r op1_attack ar_env_depth smoothing_on_off pwm_meter; do
+[ "$ports" -eq 48 ] || fail "lv2info lists $ports ports, not 48"
+for symbol in midi_in out_l out_r op1_attack ar_env_depth smoothing_on_off pwm_meter notify; do
   grep -q "Symbol: *$symbol\$" <<<"$info" || fail "lv2info has no port $symbol"
 done
 
@@ -27,4 +27,13 @@ for binary in "$bundle"/veltra_dsp.so "$build"/bin/veltra-render; do
 done
 exports=$(nm -D --defined-only "$bundle"/veltra_dsp.so | awk '{print $3}')
 [ "$exports" = "lv2_descriptor" ] || fail "veltra_dsp.so exports: $exports"
-echo "lv2 bundle: schema-valid, 47 ports, no window code, one export"
+
+# The panel: Xlib (and Xext) but no toolkit, and its descriptor alone.
+ui=$bundle/veltra_ui.so
+needed=$(readelf -d "$ui" | grep NEEDED)
+grep -q 'libX11\.so' <<<"$needed" || fail "veltra_ui.so does not link Xlib"
+if grep -Ei 'gtk|gdk|glib|gobject|gio|cairo|pango|qt' <<<"$needed"; then fail "veltra_ui.so links a toolkit"; fi
+exports=$(nm -D --defined-only "$ui" | awk '{print $3}')
+[ "$exports" = "lv2ui_descriptor" ] || fail "veltra_ui.so exports: $exports"
+grep -A2 "UIs:" <<<"$info" | grep -q "ui#X11UI" || fail "lv2info lists no X11 panel"
+echo "lv2 bundle: schema-valid, 48 ports, sound free of window code, panel free of toolkits, one export each"

@@ -122,7 +122,8 @@ struct Lv2Host::Instance::Impl
   const LV2_Feature* features[5] = {&mapFeature, &unmapFeature, &optionsFeature, &logFeature, nullptr};
   std::vector<float> controls;
   std::map<std::string, uint32_t> symbols;
-  std::vector<uint64_t> atomBuffer; // 8-byte aligned
+  std::vector<uint64_t> atomBuffer;   // 8-byte aligned
+  std::vector<uint64_t> notifyBuffer; // what the plug-in tells its panel, dropped
   std::vector<float> left, right;
   LV2_URID sequenceType = U(LV2_ATOM__Sequence), midiType = U(LV2_MIDI__MidiEvent);
 };
@@ -164,6 +165,7 @@ std::unique_ptr<Lv2Host::Instance> Lv2Host::Instantiate(double rate, int maxBloc
   std::vector<float> defaults(n, 0.0f);
   lilv_plugin_get_port_ranges_float(mWorld->plugin, nullptr, nullptr, defaults.data());
   m.atomBuffer.assign(Instance::kAtomBufferBytes / 8, 0);
+  m.notifyBuffer.assign(512, 0);
   const size_t bufFrames = maxBlock > 0 ? (size_t)maxBlock : 8192;
   m.left.assign(bufFrames, 0.0f);
   m.right.assign(bufFrames, 0.0f);
@@ -177,6 +179,8 @@ std::unique_ptr<Lv2Host::Instance> Lv2Host::Instantiate(double rate, int maxBloc
       lilv_instance_connect_port(m.instance, i, m.left.data());
     else if (symbol == "out_r")
       lilv_instance_connect_port(m.instance, i, m.right.data());
+    else if (symbol == "notify")
+      lilv_instance_connect_port(m.instance, i, m.notifyBuffer.data());
     else
     {
       m.controls[i] = std::isnan(defaults[i]) ? 0.0f : defaults[i];
@@ -226,6 +230,7 @@ void Lv2Host::Instance::RunOnce(uint32_t nFrames, const std::vector<MidiAt>& eve
     memcpy(item.bytes, e.mBytes, (size_t)e.mSize);
     if (!lv2_atom_sequence_append_event(seq, kAtomBufferBytes - sizeof(LV2_Atom), &item.ev)) break;
   }
+  ((LV2_Atom*)m.notifyBuffer.data())->size = (uint32_t)(m.notifyBuffer.size() * 8 - sizeof(LV2_Atom));
   lilv_instance_run(m.instance, nFrames);
 }
 

@@ -62,7 +62,7 @@ bool JackServer::Start(std::string* error)
   }
   // Two servers that start at the same moment race for the registry and one
   // of them ends at once: starts go one after the other.
-  const int lock = open("/tmp/veltra-e2e-jackd.lock", O_RDWR | O_CREAT, 0666);
+  const int lock = open("/tmp/veltra-e2e-jackd.lock", O_RDWR | O_CREAT | O_CLOEXEC, 0666);
   if (lock >= 0) flock(lock, LOCK_EX);
   bool ok = false;
   for (int attempt = 0; attempt < 3 && !ok; ++attempt) ok = StartOnce(error);

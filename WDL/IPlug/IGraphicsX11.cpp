@@ -1,0 +1,503 @@
+#include "IGraphicsX11.h"
+
+#include "IControl.h"
+#include "IPlugBase.h"
+
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <X11/extensions/XShm.h>
+#include <algorithm>
+#include <cstring>
+#include <ctime>
+#include <poll.h>
+#include <set>
+#include <strings.h>
+#include <sys/ipc.h>
+#include <sys/shm.h>
+
+namespace
+{
+// X errors on our own connections (the host may destroy its window, and ours
+// with it, before it closes the view) are noted and dropped; anyone else's
+// go to the handler that was there before. Installed while a view is open.
+std::set<Display*> sOurDisplays;
+XErrorHandler sPreviousHandler = nullptr;
+int sErrors = 0;
+
+int OnXError(Display* display, XErrorEvent* ev)
+{
+  if (sOurDisplays.count(display))
+  {
+    ++sErrors;
+    return 0;
+  }
+  return sPreviousHandler ? sPreviousHandler(display, ev) : 0;
+}
+
+void Adopt(Display* display)
+{
+  if (sOurDisplays.empty()) sPreviousHandler = XSetErrorHandler(OnXError);
+  sOurDisplays.insert(display);
+}
+
+void Release(Display* display)
+{
+  sOurDisplays.erase(display);
+  if (!sOurDisplays.empty()) return;
+  // Put back what was there, unless someone has replaced ours meanwhile.
+  XErrorHandler current = XSetErrorHandler(sPreviousHandler);
+  if (current != OnXError) XSetErrorHandler(current);
+  sPreviousHandler = nullptr;
+}
+
+double NowMs()
+{
+  timespec ts;
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return ts.tv_sec * 1000.0 + ts.tv_nsec / 1e6;
+}
+} // namespace
+
+IGraphicsX11::IGraphicsX11(IPlugBase* plug, int w, int h, int fps) : IGraphics(plug, w, h, fps) {}
+
+IGraphicsX11::~IGraphicsX11() { CloseWindow(); }
+
+void IGraphicsX11::SetResourceRoot(const char* folder)
+{
+  mResourceRoot = folder ? folder : "";
+  if (!mResourceRoot.empty() && mResourceRoot.back() != '/') mResourceRoot += '/';
+}
+
+LICE_IBitmap* IGraphicsX11::OSLoadBitmap(int, const char* name)
+{
+  const char* dot = name ? strrchr(name, '.') : nullptr;
+  if (!dot || strcasecmp(dot + 1, "png")) return nullptr;
+  return LICE_LoadPNG((mResourceRoot + name).c_str());
+}
+
+void* IGraphicsX11::OpenWindow(void* parent)
+{
+  CloseWindow();
+  mDisplay = XOpenDisplay(nullptr);
+  if (!mDisplay) return nullptr;
+  Adopt(mDisplay);
+  const int screen = DefaultScreen(mDisplay);
+  Visual* visual = DefaultVisual(mDisplay, screen);
+  mDepth = DefaultDepth(mDisplay, screen);
+  // The screen image holds 0x00RRGGBB words: a true-colour screen of that
+  // layout shows them as they are.
+  if ((mDepth != 24 && mDepth != 32) || visual->red_mask != 0xff0000 || visual->green_mask != 0xff00 ||
+      visual->blue_mask != 0xff)
+  {
+    fprintf(stderr, "VELTRA: the panel needs a 24-bit true-colour screen\n");
+    CloseWindow();
+    return nullptr;
+  }
+  mVisual = visual;
+  mParent = parent ? (unsigned long)parent : RootWindow(mDisplay, screen);
+  XSetWindowAttributes attributes = {};
+  attributes.colormap = DefaultColormap(mDisplay, screen);
+  attributes.border_pixel = 0;
+  attributes.background_pixmap = None; // the panel paints every pixel
+  attributes.event_mask = ExposureMask | ButtonPressMask | ButtonReleaseMask | PointerMotionMask | KeyPressMask |
+                          FocusChangeMask | LeaveWindowMask | StructureNotifyMask;
+  mWindow = XCreateWindow(mDisplay, mParent, 0, 0, (unsigned)Width(), (unsigned)Height(), 0, mDepth, InputOutput,
+                          visual, CWColormap | CWBorderPixel | CWBackPixmap | CWEventMask, &attributes);
+  // A fixed size: the panel's.
+  XSizeHints* hints = XAllocSizeHints();
+  hints->flags = PSize | PMinSize | PMaxSize;
+  hints->width = hints->min_width = hints->max_width = Width();
+  hints->height = hints->min_height = hints->max_height = Height();
+  XSetWMNormalHints(mDisplay, mWindow, hints);
+  XFree(hints);
+  XStoreName(mDisplay, mWindow, mTitle.c_str());
+  if (!parent)
+  {
+    mDeleteAtom = XInternAtom(mDisplay, "WM_DELETE_WINDOW", False);
+    XSetWMProtocols(mDisplay, mWindow, (Atom*)&mDeleteAtom, 1);
+  }
+  mGC = XCreateGC(mDisplay, mWindow, 0, nullptr);
+  char none = 0;
+  Pixmap empty = XCreateBitmapFromData(mDisplay, mWindow, &none, 1, 1);
+  XColor black = {};
+  mBlankCursor = XCreatePixmapCursor(mDisplay, empty, empty, &black, &black, 0, 0);
+  XFreePixmap(mDisplay, empty);
+  if (!MakeScreenImage())
+  {
+    CloseWindow();
+    return nullptr;
+  }
+  // The whole panel into the screen image before the window first shows.
+  SetAllControlsDirty();
+  IRECT all(0, 0, Width(), Height());
+  mDrawRECT = all;
+  Draw(&all);
+  mClosedByUser = false;
+  mLastFrame = NowMs();
+  if (parent) XMapWindow(mDisplay, mWindow);
+  Flush();
+  return (void*)mWindow;
+}
+
+void IGraphicsX11::ShowWindow(bool show)
+{
+  if (!mWindow) return;
+  if (show)
+  {
+    mClosedByUser = false;
+    XMapRaised(mDisplay, mWindow);
+  }
+  else
+    XUnmapWindow(mDisplay, mWindow);
+  Flush();
+}
+
+void IGraphicsX11::CloseWindow()
+{
+  if (!mDisplay) return;
+  ForceEndUserEdit();
+  if (mCursorHidden) ShowMouseCursor();
+  ReleaseMouseCapture();
+  DropScreenImage();
+  if (mGC) XFreeGC(mDisplay, (GC)mGC);
+  if (mBlankCursor) XFreeCursor(mDisplay, mBlankCursor);
+  // Gone already when the host destroyed its window first: the error that
+  // would bring is dropped.
+  if (mWindow) XDestroyWindow(mDisplay, mWindow);
+  XSync(mDisplay, False);
+  Release(mDisplay);
+  XCloseDisplay(mDisplay);
+  mDisplay = nullptr;
+  mWindow = mParent = 0;
+  mGC = nullptr;
+  mBlankCursor = 0;
+  mCursorHidden = false;
+}
+
+void IGraphicsX11::Resize(int w, int h)
+{
+  if (w == Width() && h == Height()) return;
+  IGraphics::Resize(w, h);
+  if (!mWindow) return;
+  DropScreenImage();
+  MakeScreenImage();
+  XResizeWindow(mDisplay, mWindow, (unsigned)w, (unsigned)h);
+  SetAllControlsDirty();
+}
+
+bool IGraphicsX11::MakeScreenImage()
+{
+  const int w = Width(), h = Height();
+  Display* d = mDisplay;
+  if (XShmQueryExtension(d))
+  {
+    XShmSegmentInfo* shm = new XShmSegmentInfo();
+    XImage* image =
+        XShmCreateImage(d, (Visual*)mVisual, (unsigned)mDepth, ZPixmap, nullptr, shm, (unsigned)w, (unsigned)h);
+    if (image && image->bits_per_pixel == 32)
+    {
+      shm->shmid = shmget(IPC_PRIVATE, (size_t)image->bytes_per_line * (size_t)h, IPC_CREAT | 0600);
+      shm->shmaddr = shm->shmid < 0 ? (char*)-1 : (char*)shmat(shm->shmid, nullptr, 0);
+      if (shm->shmaddr != (char*)-1)
+      {
+        image->data = shm->shmaddr;
+        shm->readOnly = True;
+        const int before = sErrors;
+        XShmAttach(d, shm);
+        XSync(d, False);
+        // Marked for removal at once: it goes when both sides let go.
+        shmctl(shm->shmid, IPC_RMID, nullptr);
+        if (sErrors == before)
+        {
+          mImage = image;
+          mShm = shm;
+          return true;
+        }
+        shmdt(shm->shmaddr); // a server on another machine
+      }
+      else if (shm->shmid >= 0)
+        shmctl(shm->shmid, IPC_RMID, nullptr);
+    }
+    if (image)
+    {
+      image->data = nullptr;
+      XDestroyImage(image);
+    }
+    delete shm;
+  }
+  mImageBits.assign((size_t)w * (size_t)h, 0);
+  XImage* image = new XImage;
+  if (!XInitScreenImage(image, (char*)mImageBits.data(), w, h, w * 4, mDepth))
+  {
+    delete image;
+    return false;
+  }
+  mImage = image;
+  return true;
+}
+
+void IGraphicsX11::DropScreenImage()
+{
+  if (!mImage) return;
+  if (mShm)
+  {
+    XShmSegmentInfo* shm = (XShmSegmentInfo*)mShm;
+    XShmDetach(mDisplay, shm);
+    XSync(mDisplay, False);
+    shmdt(shm->shmaddr);
+    mImage->data = nullptr;
+    XDestroyImage(mImage);
+    delete shm;
+    mShm = nullptr;
+  }
+  else
+    delete mImage; // its pixels are mImageBits
+  mImage = nullptr;
+  mImageBits.clear();
+  mShmPending = false;
+}
+
+void IGraphicsX11::WaitForServer()
+{
+  // The server may still be reading a shared image that is about to change.
+  if (mShmPending) XSync(mDisplay, False);
+  mShmPending = false;
+}
+
+void IGraphicsX11::PutImage(int x, int y, int w, int h)
+{
+  if (mShm)
+  {
+    XShmPutImage(mDisplay, mWindow, (GC)mGC, mImage, x, y, x, y, (unsigned)w, (unsigned)h, False);
+    mShmPending = true;
+  }
+  else
+    XPutImage(mDisplay, mWindow, (GC)mGC, mImage, x, y, x, y, (unsigned)w, (unsigned)h);
+}
+
+void IGraphicsX11::Flush()
+{
+  if (mDisplay) XFlush(mDisplay);
+}
+
+void IGraphicsX11::PutRegion(const IRECT& rect, bool onlyChanges)
+{
+  const IRECT r = rect.Intersect(IRECT(0, 0, Width(), Height()));
+  if (!mImage || !mDrawBitmap || r.Empty()) return;
+  WaitForServer();
+  LICE_CopyToScreenFormat((uint32_t*)mImage->data, mImage->bytes_per_line / 4, mDrawBitmap, r.L, r.T, r.W(), r.H(),
+                          onlyChanges ? &mChanges : nullptr);
+  if (!mWindow) return;
+  if (onlyChanges)
+    ForEachChangedBlock(mChanges, r, [&](int x, int y, int w, int h) { PutImage(x, y, w, h); });
+  else
+    PutImage(r.L, r.T, r.W(), r.H());
+}
+
+bool IGraphicsX11::DrawScreen(IRECT* rect)
+{
+  if (!mImage) return false;
+  IRECT r = *rect;
+  if (mEntry.open)
+  {
+    DrawTextEntry();
+    r = r.Union(mEntry.rect);
+  }
+  PutRegion(r, true);
+  return true;
+}
+
+bool IGraphicsX11::Idle()
+{
+  if (!mDisplay) return false;
+  while (mDisplay && XPending(mDisplay))
+  {
+    XEvent ev;
+    XNextEvent(mDisplay, &ev);
+    HandleEvent(&ev);
+    // The plug-in sees each input as it happens: a click shorter than an
+    // idle period still plays its key.
+    if (mPlug) mPlug->OnIdle();
+  }
+  if (!mWindow) return !mClosedByUser;
+  if (!mExposed.Empty())
+  {
+    // What is on the window was lost there: the screen image has it.
+    const IRECT r = mExposed.Intersect(IRECT(0, 0, Width(), Height()));
+    mExposed = IRECT();
+    WaitForServer();
+    if (!r.Empty()) PutImage(r.L, r.T, r.W(), r.H());
+  }
+  const double now = NowMs();
+  if (now - mLastFrame >= 1000.0 / std::max(1, FPS()))
+  {
+    mLastFrame = now;
+    IRECT r;
+    // One pixel wider and taller: DrawRect draws on R and B themselves.
+    if (IsDirty(&r))
+    {
+      IRECT wide(r.L, r.T, r.R + 1, r.B + 1);
+      Draw(&wide);
+    }
+  }
+  if (mPlug) mPlug->OnIdle();
+  Flush();
+  return !mClosedByUser;
+}
+
+void IGraphicsX11::HandleEvent(XEvent* ev)
+{
+  if (ev->xany.window != mWindow) return;
+  switch (ev->type)
+  {
+  case Expose:
+  {
+    const IRECT r(ev->xexpose.x, ev->xexpose.y, ev->xexpose.x + ev->xexpose.width, ev->xexpose.y + ev->xexpose.height);
+    mExposed = mExposed.Empty() ? r : mExposed.Union(r);
+    break;
+  }
+  case ButtonPress:
+  {
+    const XButtonEvent& b = ev->xbutton;
+    mPrevX = b.x;
+    mPrevY = b.y;
+    if (b.button >= 4 && b.button <= 5)
+    {
+      if (mEntry.open) ForceEndUserEdit();
+      IMouseMod mod = XModsOf(b.state, false);
+      OnMouseWheel(b.x, b.y, &mod, b.button == 4 ? 1 : -1);
+      break;
+    }
+    if (b.button != 1 && b.button != 3) break;
+    if (mEntry.open && !mEntry.rect.Contains(b.x, b.y)) EndTextEntry(true);
+    // Keys go to the panel once it has been clicked, as in a window of its own.
+    XSetInputFocus(mDisplay, mWindow, RevertToParent, b.time);
+    const int clicks = mClicks.Count((int)b.button, b.time, b.x, b.y);
+    IMouseMod mod = XModsOf(b.state, b.button == 3);
+    if (b.button == 1 && clicks >= 2)
+      OnMouseDblClick(b.x, b.y, &mod);
+    else
+      OnMouseDown(b.x, b.y, &mod);
+    break;
+  }
+  case ButtonRelease:
+  {
+    const XButtonEvent& b = ev->xbutton;
+    if (b.button != 1 && b.button != 3) break;
+    mPrevX = b.x;
+    mPrevY = b.y;
+    IMouseMod mod = XModsOf(b.state, b.button == 3);
+    OnMouseUp(b.x, b.y, &mod);
+    break;
+  }
+  case MotionNotify:
+  {
+    // Only the latest place of a burst of moves matters.
+    while (XCheckTypedWindowEvent(mDisplay, mWindow, MotionNotify, ev))
+    {
+    }
+    const XMotionEvent& m = ev->xmotion;
+    mPrevX = m.x;
+    mPrevY = m.y;
+    const bool left = m.state & Button1Mask, right = m.state & Button3Mask;
+    IMouseMod mod = XModsOf(m.state, right && !left);
+    if (left || right)
+    {
+      if (!mEntry.open) OnMouseDrag(m.x, m.y, &mod);
+    }
+    else
+      OnMouseOver(m.x, m.y, &mod);
+    break;
+  }
+  case LeaveNotify:
+    if (ev->xcrossing.mode == NotifyNormal) OnMouseOut();
+    break;
+  case KeyPress:
+  {
+    if (mEntry.open)
+    {
+      TextEntryKey(ev);
+      break;
+    }
+    // Keys with control or alt belong to the host.
+    if (ev->xkey.state & (ControlMask | Mod1Mask)) break;
+    const int key = XVirtualKeyOf(XLookupKeysym(&ev->xkey, 0));
+    if (key >= 0) OnKeyDown(mPrevX, mPrevY, key);
+    break;
+  }
+  case FocusOut:
+    if (mEntry.open && ev->xfocus.mode == NotifyNormal) EndTextEntry(true);
+    break;
+  case ClientMessage:
+    if ((unsigned long)ev->xclient.data.l[0] == mDeleteAtom && mDeleteAtom)
+    {
+      // The user closed a top-level window: hidden, and the host is told.
+      mClosedByUser = true;
+      ReleaseMouseCapture();
+      XUnmapWindow(mDisplay, mWindow);
+    }
+    break;
+  case DestroyNotify:
+    // The host's window went, and ours with it.
+    if (ev->xdestroywindow.window == mWindow)
+    {
+      DropScreenImage();
+      mWindow = 0;
+    }
+    break;
+  default:
+    break;
+  }
+}
+
+void IGraphicsX11::HideMouseCursor()
+{
+  if (mCursorHidden || !mWindow) return;
+  Window root, child;
+  int wx, wy;
+  unsigned int mask;
+  XQueryPointer(mDisplay, mWindow, &root, &child, &mHiddenCursorX, &mHiddenCursorY, &wx, &wy, &mask);
+  XDefineCursor(mDisplay, mWindow, mBlankCursor);
+  mCursorHidden = true;
+}
+
+void IGraphicsX11::ShowMouseCursor()
+{
+  if (!mCursorHidden || !mWindow) return;
+  // The pointer comes back where the drag began.
+  XWarpPointer(mDisplay, None, DefaultRootWindow(mDisplay), 0, 0, 0, 0, mHiddenCursorX, mHiddenCursorY);
+  XUndefineCursor(mDisplay, mWindow);
+  mCursorHidden = false;
+}
+
+bool IGraphicsX11::GetTextFromClipboard(WDL_String* str)
+{
+  str->Set("");
+  if (!mWindow) return false;
+  const Atom clipboard = XInternAtom(mDisplay, "CLIPBOARD", False);
+  const Atom utf8 = XInternAtom(mDisplay, "UTF8_STRING", False);
+  const Atom target = XInternAtom(mDisplay, "VELTRA_CLIPBOARD", False);
+  if (XGetSelectionOwner(mDisplay, clipboard) == None) return false;
+  XConvertSelection(mDisplay, clipboard, utf8, target, mWindow, CurrentTime);
+  XFlush(mDisplay);
+  // The owner answers through the server; a second at most.
+  const double until = NowMs() + 1000.0;
+  XEvent ev;
+  while (!XCheckTypedWindowEvent(mDisplay, mWindow, SelectionNotify, &ev))
+  {
+    if (NowMs() > until) return false;
+    pollfd p = {ConnectionNumber(mDisplay), POLLIN, 0};
+    poll(&p, 1, 20);
+  }
+  if (ev.xselection.property == None) return false;
+  Atom type;
+  int format;
+  unsigned long n, after;
+  unsigned char* data = nullptr;
+  XGetWindowProperty(mDisplay, mWindow, target, 0, 1 << 16, True, AnyPropertyType, &type, &format, &n, &after, &data);
+  const bool ok = data && format == 8;
+  if (ok) str->Set((const char*)data, (int)n);
+  if (data) XFree(data);
+  return ok;
+}
