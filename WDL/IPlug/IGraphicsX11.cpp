@@ -21,15 +21,20 @@ namespace
 // X errors on our own connections (the host may destroy its window, and ours
 // with it, before it closes the view) are noted and dropped; anyone else's
 // go to the handler that was there before. Installed while a view is open.
+// Where an error is expected (the window may be gone, a server may refuse
+// shared memory) it is only counted; anywhere else it is also reported.
 std::set<Display*> sOurDisplays;
 XErrorHandler sPreviousHandler = nullptr;
 int sErrors = 0;
+bool sErrorsExpected = false;
 
 int OnXError(Display* display, XErrorEvent* ev)
 {
   if (sOurDisplays.count(display))
   {
     ++sErrors;
+    if (!sErrorsExpected)
+      fprintf(stderr, "VELTRA: X error %d on request %d of the panel's window\n", ev->error_code, ev->request_code);
     return 0;
   }
   return sPreviousHandler ? sPreviousHandler(display, ev) : 0;
@@ -157,7 +162,11 @@ void IGraphicsX11::CloseWindow()
 {
   if (!mDisplay) return;
   ForceEndUserEdit();
+  sErrorsExpected = true;
   if (mCursorHidden) ShowMouseCursor();
+  // A drag cut short by the host: the host hears that the touch ended.
+  if (IControl* dragged = GetControl(GetMouseCapture()))
+    if (dragged->ParamIdx() >= 0 && mPlug) mPlug->EndInformHostOfParamChange(dragged->ParamIdx());
   ReleaseMouseCapture();
   DropScreenImage();
   if (mGC) XFreeGC(mDisplay, (GC)mGC);
@@ -166,6 +175,7 @@ void IGraphicsX11::CloseWindow()
   // would bring is dropped.
   if (mWindow) XDestroyWindow(mDisplay, mWindow);
   XSync(mDisplay, False);
+  sErrorsExpected = false;
   Release(mDisplay);
   XCloseDisplay(mDisplay);
   mDisplay = nullptr;
@@ -204,8 +214,10 @@ bool IGraphicsX11::MakeScreenImage()
         image->data = shm->shmaddr;
         shm->readOnly = True;
         const int before = sErrors;
+        sErrorsExpected = true;
         XShmAttach(d, shm);
         XSync(d, False);
+        sErrorsExpected = false;
         // Marked for removal at once: it goes when both sides let go.
         shmctl(shm->shmid, IPC_RMID, nullptr);
         if (sErrors == before)

@@ -13,64 +13,12 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <jack/midiport.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace
 {
 constexpr size_t kRate = 44100;
-
-// A JACK client with one MIDI output: what Send queues goes out at the start
-// of the next cycle.
-class JackMidiPlayer
-{
-public:
-  ~JackMidiPlayer()
-  {
-    if (mClient) jack_client_close(mClient);
-  }
-  bool Open(const std::string& target, double timeoutSec)
-  {
-    mClient = jack_client_open("veltra-test-midi", JackNoStartServer, nullptr);
-    if (!mClient) return false;
-    mPort = jack_port_register(mClient, "out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
-    jack_set_process_callback(mClient, Process, this);
-    if (!mPort || jack_activate(mClient)) return false;
-    const double start = Now();
-    while (SecondsSince(start) < timeoutSec)
-    {
-      const int r = jack_connect(mClient, jack_port_name(mPort), target.c_str());
-      if (r == 0 || r == EEXIST) return true;
-      Sleep(0.05);
-    }
-    return false;
-  }
-  void Send(uint8_t status, uint8_t d1, uint8_t d2)
-  {
-    const int n = mQueued.load();
-    if (n >= kMax) return;
-    mQueue[n][0] = status, mQueue[n][1] = d1, mQueue[n][2] = d2;
-    mQueued.store(n + 1);
-  }
-
-private:
-  static int Process(jack_nframes_t nFrames, void* arg)
-  {
-    JackMidiPlayer* p = (JackMidiPlayer*)arg;
-    void* buf = jack_port_get_buffer(p->mPort, nFrames);
-    jack_midi_clear_buffer(buf);
-    const int queued = p->mQueued.load();
-    for (; p->mSent < queued; ++p->mSent) jack_midi_event_write(buf, 0, p->mQueue[p->mSent], 3);
-    return 0;
-  }
-  static constexpr int kMax = 64;
-  jack_client_t* mClient = nullptr;
-  jack_port_t* mPort = nullptr;
-  uint8_t mQueue[kMax][3] = {};
-  std::atomic<int> mQueued{0};
-  int mSent = 0;
-};
 } // namespace
 
 TEST(LV2Host, JalvPlaysANoteAtItsPitchAsTheOfflineRender)
