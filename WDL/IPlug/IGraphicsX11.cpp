@@ -224,6 +224,7 @@ bool IGraphicsX11::MakeScreenImage()
         {
           mImage = image;
           mShm = shm;
+          mShmCompletion = XShmGetEventBase(d) + ShmCompletion;
           return true;
         }
         shmdt(shm->shmaddr); // a server on another machine
@@ -267,22 +268,28 @@ void IGraphicsX11::DropScreenImage()
     delete mImage; // its pixels are mImageBits
   mImage = nullptr;
   mImageBits.clear();
-  mShmPending = false;
+  mShmPending = 0;
 }
 
 void IGraphicsX11::WaitForServer()
 {
-  // The server may still be reading a shared image that is about to change.
-  if (mShmPending) XSync(mDisplay, False);
-  mShmPending = false;
+  // The server may still be reading a shared image that is about to change:
+  // its reports of finished puts are awaited (at the frame rate they have
+  // long arrived, and this costs nothing).
+  XEvent ev;
+  while (mShmPending > 0 && XCheckTypedEvent(mDisplay, mShmCompletion, &ev)) --mShmPending;
+  // A report not yet in, or taken by a loop that waits for something else:
+  // one round trip makes sure.
+  if (mShmPending > 0) XSync(mDisplay, False);
+  mShmPending = 0;
 }
 
 void IGraphicsX11::PutImage(int x, int y, int w, int h)
 {
   if (mShm)
   {
-    XShmPutImage(mDisplay, mWindow, (GC)mGC, mImage, x, y, x, y, (unsigned)w, (unsigned)h, False);
-    mShmPending = true;
+    XShmPutImage(mDisplay, mWindow, (GC)mGC, mImage, x, y, x, y, (unsigned)w, (unsigned)h, True);
+    ++mShmPending;
   }
   else
     XPutImage(mDisplay, mWindow, (GC)mGC, mImage, x, y, x, y, (unsigned)w, (unsigned)h);
@@ -327,6 +334,11 @@ bool IGraphicsX11::Idle()
   {
     XEvent ev;
     XNextEvent(mDisplay, &ev);
+    if (ev.type == mShmCompletion)
+    {
+      if (mShmPending > 0) --mShmPending;
+      continue;
+    }
     HandleEvent(&ev);
     // The plug-in sees each input as it happens: a click shorter than an
     // idle period still plays its key.

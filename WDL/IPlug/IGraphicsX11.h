@@ -99,7 +99,10 @@ private:
   int mDepth = 0;
   _XImage* mImage = nullptr;
   void* mShm = nullptr; // an XShmSegmentInfo while the image is shared
-  bool mShmPending = false;
+  // Shared puts the server has not yet reported done (ShmCompletion events,
+  // of type mShmCompletion).
+  int mShmPending = 0;
+  int mShmCompletion = -1;
   std::vector<uint32_t> mImageBits; // without MIT-SHM
   LICE_ScreenChanges mChanges;
   unsigned long mBlankCursor = 0;

@@ -1,0 +1,141 @@
+// The plug-in's Xlib view at work while VELTRA plays: the real panel in a real
+// window on an X server (a private Xvfb when no display is set), each frame
+// drawn by the engine and put on the window by the view (the changed columns,
+// through MIT-SHM when the server offers it, waiting for the server to have
+// read the frame before). Beside bench_gui's figures for the GTK view: its
+// engine-only frame is the same drawing without putting anything on screen.
+// The CPU column is the cost of a frame to the host's process.
+
+#include "IControl.h"
+#include "IGraphicsX11.h"
+#include "IKeyboardControl.h"
+#include "VELTRA.h"
+#include "lice_freetype.h"
+
+#include <benchmark/benchmark.h>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <unistd.h>
+
+IGraphics* MakeGraphics(IPlugBase* plug, int w, int h, int fps)
+{
+  IGraphicsX11* view = new IGraphicsX11(plug, w, h, fps);
+  // The panel's images lie beside the benchmark, as beside the programs.
+  char exe[4096];
+  const ssize_t n = readlink("/proc/self/exe", exe, sizeof(exe) - 1);
+  std::string dir = n > 0 ? std::string(exe, (size_t)n) : std::string(".");
+  view->SetResourceRoot(dir.substr(0, dir.rfind('/')).c_str());
+  return view;
+}
+
+namespace
+{
+struct Panel
+{
+  Panel()
+  {
+    LICE_InstallFreeTypeBackend();
+    plug.reset((VELTRA*)MakePlug(nullptr, nullptr));
+    plug->RestorePreset(0);
+    plug->MakePanel();
+    view = (IGraphicsX11*)plug->mPanel;
+    for (int note : {48, 52, 55, 60, 64, 67, 72, 76})
+    {
+      IMidiMsg on(0, 0x90, (uint8_t)note, 100);
+      plug->ProcessMidiMsg(&on);
+    }
+    open = view->OpenWindow(nullptr) != nullptr;
+    if (!open) return;
+    view->ShowWindow(true);
+    for (int i = 0; i < 20; ++i)
+    {
+      view->Idle();
+      usleep(10000);
+    }
+  }
+  void MoveMeters()
+  {
+    phase += 0.013;
+    view->GetControl(kARMeterControl)->SetValueFromPlug(0.5 + 0.49 * (phase - (int)phase));
+    view->GetControl(kLFOMeterControl)->SetValueFromPlug(phase - (int)phase);
+    view->GetControl(kPWMMeterControl)->SetValueFromPlug(1.0 - (phase - (int)phase));
+  }
+  void Tick()
+  {
+    IRECT r;
+    if (view->IsDirty(&r))
+    {
+      IRECT wide(r.L, r.T, r.R + 1, r.B + 1);
+      view->Draw(&wide);
+    }
+  }
+  std::unique_ptr<VELTRA> plug;
+  IGraphicsX11* view = nullptr;
+  bool open = false;
+  double phase = 0.0;
+};
+Panel& P()
+{
+  static Panel p;
+  return p;
+}
+
+void BM_XlibPlayingFrameOnScreen(benchmark::State& state)
+{
+  if (!P().open)
+  {
+    state.SkipWithError("no X display");
+    return;
+  }
+  for (auto _ : state)
+  {
+    P().MoveMeters();
+    P().Tick();
+  }
+}
+
+void BM_XlibNoteFrameOnScreen(benchmark::State& state)
+{
+  if (!P().open)
+  {
+    state.SkipWithError("no X display");
+    return;
+  }
+  for (auto _ : state)
+  {
+    P().MoveMeters();
+    P().plug->mKeyboard->KeyTableChanged();
+    P().Tick();
+  }
+}
+} // namespace
+
+BENCHMARK(BM_XlibPlayingFrameOnScreen);
+BENCHMARK(BM_XlibNoteFrameOnScreen);
+
+int main(int argc, char** argv)
+{
+  // Without a display, a private X server for the run.
+  pid_t xvfb = -1;
+  if (!getenv("DISPLAY"))
+  {
+    const std::string display = ":" + std::to_string(180 + getpid() % 60);
+    xvfb = fork();
+    if (xvfb == 0)
+    {
+      execlp("Xvfb", "Xvfb", display.c_str(), "-screen", "0", "1280x800x24", "-nolisten", "tcp", (char*)nullptr);
+      _exit(127);
+    }
+    setenv("DISPLAY", display.c_str(), 1);
+    sleep(1);
+  }
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  if (P().view) P().view->CloseWindow();
+  if (xvfb > 0) kill(xvfb, SIGTERM);
+  return 0;
+}

@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# Takes the README's picture of VELTRA inside an LV2 host: a private X server
+# and JACK server (dummy back-end), jalv.gtk3 with the plug-in of a build, a
+# chord held from the on-screen keyboard, and the host's whole window written
+# to docs/lv2-host.png. Needs what `make test` installs.
+#   scripts/lv2-screenshot.sh [build dir]
+set -euo pipefail
+top=$(git rev-parse --show-toplevel)
+build=$(cd "${1:-$top/build/release}" && pwd)
+out=$top/docs/lv2-host.png
+work=$(mktemp -d /tmp/veltra-lv2shot-XXXXXX)
+display=:$((250 + RANDOM % 50))
+server=veltra-lv2shot-$$
+pids=()
+cleanup() { for p in "${pids[@]}"; do kill "$p" 2>/dev/null || true; done; rm -rf "$work"; }
+trap cleanup EXIT
+
+Xvfb "$display" -screen 0 1280x800x24 -nolisten tcp >/dev/null 2>&1 & pids+=($!)
+JACK_NO_AUDIO_RESERVATION=1 jackd --no-realtime -n "$server" -d dummy -r 44100 -p 512 >/dev/null 2>&1 & pids+=($!)
+export DISPLAY=$display GDK_BACKEND=x11 NO_AT_BRIDGE=1 JACK_DEFAULT_SERVER=$server
+for i in $(seq 50); do xdotool getdisplaygeometry >/dev/null 2>&1 && break; sleep 0.1; done
+sleep 1
+HOME=$work LV2_PATH=$build/lv2 jalv.gtk3 https://quillmoorinstruments.com/plugins/veltra >"$work/jalv.log" 2>&1 &
+pids+=($!)
+# The host's window, named after the plug-in, with the jalv class.
+win=""
+for i in $(seq 100); do
+  win=$(xwininfo -root -tree | sed -n 's/^ *\(0x[0-9a-f]*\) "VELTRA": ("jalv.*/\1/p' | head -1)
+  [ -n "$win" ] && break
+  sleep 0.1
+done
+[ -n "$win" ] || { cat "$work/jalv.log" >&2; echo "the host's window did not appear" >&2; exit 1; }
+eval "$(xdotool getwindowgeometry --shell "$win")"
+sleep 1
+# Hold the A of the third octave on the panel's keyboard (the panel lies
+# below the host's menu bar).
+panel_y=$((Y + HEIGHT - 400))
+xdotool mousemove $((X + 180 + 280 + 110)) $((panel_y + 269 + 100)) mousedown 1
+sleep 0.8
+import -window "$win" "$out"
+xdotool mouseup 1
+echo "wrote $out"
