@@ -56,12 +56,6 @@ void Release(Display* display)
   sPreviousHandler = nullptr;
 }
 
-double NowMs()
-{
-  timespec ts;
-  clock_gettime(CLOCK_MONOTONIC, &ts);
-  return ts.tv_sec * 1000.0 + ts.tv_nsec / 1e6;
-}
 } // namespace
 
 IGraphicsX11::IGraphicsX11(IPlugBase* plug, int w, int h, int fps) : IGraphics(plug, w, h, fps) {}
@@ -139,7 +133,7 @@ void* IGraphicsX11::OpenWindow(void* parent)
   mDrawRECT = all;
   Draw(&all);
   mClosedByUser = false;
-  mLastFrame = NowMs();
+  mLastFrame = XNowMs();
   if (parent) XMapWindow(mDisplay, mWindow);
   Flush();
   return (void*)mWindow;
@@ -353,7 +347,7 @@ bool IGraphicsX11::Idle()
     WaitForServer();
     if (!r.Empty()) PutImage(r.L, r.T, r.W(), r.H());
   }
-  const double now = NowMs();
+  const double now = XNowMs();
   if (now - mLastFrame >= 1000.0 / std::max(1, FPS()))
   {
     mLastFrame = now;
@@ -368,160 +362,4 @@ bool IGraphicsX11::Idle()
   if (mPlug) mPlug->OnIdle();
   Flush();
   return !mClosedByUser;
-}
-
-void IGraphicsX11::HandleEvent(XEvent* ev)
-{
-  if (ev->xany.window != mWindow) return;
-  switch (ev->type)
-  {
-  case Expose:
-  {
-    const IRECT r(ev->xexpose.x, ev->xexpose.y, ev->xexpose.x + ev->xexpose.width, ev->xexpose.y + ev->xexpose.height);
-    mExposed = mExposed.Empty() ? r : mExposed.Union(r);
-    break;
-  }
-  case ButtonPress:
-  {
-    const XButtonEvent& b = ev->xbutton;
-    mPrevX = b.x;
-    mPrevY = b.y;
-    if (b.button >= 4 && b.button <= 5)
-    {
-      if (mEntry.open) ForceEndUserEdit();
-      IMouseMod mod = XModsOf(b.state, false);
-      OnMouseWheel(b.x, b.y, &mod, b.button == 4 ? 1 : -1);
-      break;
-    }
-    if (b.button != 1 && b.button != 3) break;
-    if (mEntry.open && !mEntry.rect.Contains(b.x, b.y)) EndTextEntry(true);
-    // Keys go to the panel once it has been clicked, as in a window of its own.
-    XSetInputFocus(mDisplay, mWindow, RevertToParent, b.time);
-    const int clicks = mClicks.Count((int)b.button, b.time, b.x, b.y);
-    IMouseMod mod = XModsOf(b.state, b.button == 3);
-    if (b.button == 1 && clicks >= 2)
-      OnMouseDblClick(b.x, b.y, &mod);
-    else
-      OnMouseDown(b.x, b.y, &mod);
-    break;
-  }
-  case ButtonRelease:
-  {
-    const XButtonEvent& b = ev->xbutton;
-    if (b.button != 1 && b.button != 3) break;
-    mPrevX = b.x;
-    mPrevY = b.y;
-    IMouseMod mod = XModsOf(b.state, b.button == 3);
-    OnMouseUp(b.x, b.y, &mod);
-    break;
-  }
-  case MotionNotify:
-  {
-    // Only the latest place of a burst of moves matters.
-    while (XCheckTypedWindowEvent(mDisplay, mWindow, MotionNotify, ev))
-    {
-    }
-    const XMotionEvent& m = ev->xmotion;
-    mPrevX = m.x;
-    mPrevY = m.y;
-    const bool left = m.state & Button1Mask, right = m.state & Button3Mask;
-    IMouseMod mod = XModsOf(m.state, right && !left);
-    if (left || right)
-    {
-      if (!mEntry.open) OnMouseDrag(m.x, m.y, &mod);
-    }
-    else
-      OnMouseOver(m.x, m.y, &mod);
-    break;
-  }
-  case LeaveNotify:
-    if (ev->xcrossing.mode == NotifyNormal) OnMouseOut();
-    break;
-  case KeyPress:
-  {
-    if (mEntry.open)
-    {
-      TextEntryKey(ev);
-      break;
-    }
-    // Keys with control or alt belong to the host.
-    if (ev->xkey.state & (ControlMask | Mod1Mask)) break;
-    const int key = XVirtualKeyOf(XLookupKeysym(&ev->xkey, 0));
-    if (key >= 0) OnKeyDown(mPrevX, mPrevY, key);
-    break;
-  }
-  case FocusOut:
-    if (mEntry.open && ev->xfocus.mode == NotifyNormal) EndTextEntry(true);
-    break;
-  case ClientMessage:
-    if ((unsigned long)ev->xclient.data.l[0] == mDeleteAtom && mDeleteAtom)
-    {
-      // The user closed a top-level window: hidden, and the host is told.
-      mClosedByUser = true;
-      ReleaseMouseCapture();
-      XUnmapWindow(mDisplay, mWindow);
-    }
-    break;
-  case DestroyNotify:
-    // The host's window went, and ours with it.
-    if (ev->xdestroywindow.window == mWindow)
-    {
-      DropScreenImage();
-      mWindow = 0;
-    }
-    break;
-  default:
-    break;
-  }
-}
-
-void IGraphicsX11::HideMouseCursor()
-{
-  if (mCursorHidden || !mWindow) return;
-  Window root, child;
-  int wx, wy;
-  unsigned int mask;
-  XQueryPointer(mDisplay, mWindow, &root, &child, &mHiddenCursorX, &mHiddenCursorY, &wx, &wy, &mask);
-  XDefineCursor(mDisplay, mWindow, mBlankCursor);
-  mCursorHidden = true;
-}
-
-void IGraphicsX11::ShowMouseCursor()
-{
-  if (!mCursorHidden || !mWindow) return;
-  // The pointer comes back where the drag began.
-  XWarpPointer(mDisplay, None, DefaultRootWindow(mDisplay), 0, 0, 0, 0, mHiddenCursorX, mHiddenCursorY);
-  XUndefineCursor(mDisplay, mWindow);
-  mCursorHidden = false;
-}
-
-bool IGraphicsX11::GetTextFromClipboard(WDL_String* str)
-{
-  str->Set("");
-  if (!mWindow) return false;
-  const Atom clipboard = XInternAtom(mDisplay, "CLIPBOARD", False);
-  const Atom utf8 = XInternAtom(mDisplay, "UTF8_STRING", False);
-  const Atom target = XInternAtom(mDisplay, "VELTRA_CLIPBOARD", False);
-  if (XGetSelectionOwner(mDisplay, clipboard) == None) return false;
-  XConvertSelection(mDisplay, clipboard, utf8, target, mWindow, CurrentTime);
-  XFlush(mDisplay);
-  // The owner answers through the server; a second at most.
-  const double until = NowMs() + 1000.0;
-  XEvent ev;
-  while (!XCheckTypedWindowEvent(mDisplay, mWindow, SelectionNotify, &ev))
-  {
-    if (NowMs() > until) return false;
-    pollfd p = {ConnectionNumber(mDisplay), POLLIN, 0};
-    poll(&p, 1, 20);
-  }
-  if (ev.xselection.property == None) return false;
-  Atom type;
-  int format;
-  unsigned long n, after;
-  unsigned char* data = nullptr;
-  XGetWindowProperty(mDisplay, mWindow, target, 0, 1 << 16, True, AnyPropertyType, &type, &format, &n, &after, &data);
-  const bool ok = data && format == 8;
-  if (ok) str->Set((const char*)data, (int)n);
-  if (data) XFree(data);
-  return ok;
 }

@@ -1,5 +1,5 @@
-// The plug-in view's popup menus and text entry, drawn inside the panel by
-// the engine's own drawing: a host's process gets no toolkit's widgets.
+// The plug-in view's popup menus, drawn inside the panel by the engine's own
+// drawing: a host's process gets no toolkit's widgets.
 
 #include "IGraphicsX11.h"
 
@@ -145,6 +145,7 @@ public:
   // Up or down through the innermost box's enabled items.
   void Step(int d)
   {
+    if (mBoxes.empty()) return;
     MenuBox& box = mBoxes.back();
     const int n = box.menu->GetNItems();
     int i = box.hover;
@@ -170,6 +171,7 @@ public:
   }
 
   IPopupMenu* Chosen() const { return mChosen; }
+  size_t Depth() const { return mBoxes.size(); }
 
 private:
   void DrawBox(MenuBox& box)
@@ -258,8 +260,13 @@ IPopupMenu* IGraphicsX11::CreateIPopupMenu(IPopupMenu* menu, IRECT* rect)
     case KeyPress:
     {
       const KeySym key = XLookupKeysym(&ev.xkey, 0);
-      if (key == XK_Escape || key == XK_Left)
-        open = run.Back() || key == XK_Left;
+      if (key == XK_Escape)
+        open = run.Back();
+      else if (key == XK_Left)
+      {
+        // Left closes a submenu, never the menu itself.
+        if (run.Depth() > 1) run.Back();
+      }
       else if (key == XK_Up)
         run.Step(-1);
       else if (key == XK_Down)
@@ -284,125 +291,4 @@ IPopupMenu* IGraphicsX11::CreateIPopupMenu(IPopupMenu* menu, IRECT* rect)
   }
   mDrawRECT = savedClip;
   return run.Chosen();
-}
-
-void IGraphicsX11::CreateTextEntry(IControl* control, IText* text, IRECT* rect, const char* str, IParam* param)
-{
-  if (!control || !text || !rect || mEntry.open || !mWindow) return;
-  mEntry.open = true;
-  mEntry.control = control;
-  mEntry.param = param;
-  mEntry.text = *text;
-  mEntry.text.mSize = (int)(0.9 * text->mSize);
-  mEntry.rect = *rect;
-  mEntry.value = str ? str : "";
-  mEntry.caret = mEntry.value.size();
-  XSetInputFocus(mDisplay, mWindow, RevertToParent, CurrentTime);
-  DrawTextEntry();
-  PutRegion(mEntry.rect, false);
-}
-
-void IGraphicsX11::DrawTextEntry()
-{
-  const IRECT savedClip = mDrawRECT;
-  mDrawRECT = IRECT(0, 0, Width(), Height());
-  IText& t = mEntry.text;
-  FillIRect(&t.mTextEntryBGColor, &mEntry.rect);
-  IText style = t;
-  style.mColor = t.mTextEntryFGColor;
-  IRECT place = mEntry.rect;
-  DrawIText(&style, mEntry.value.c_str(), &place);
-  // The caret after the text before it, placed as the text is aligned.
-  IRECT whole = mEntry.rect, before = mEntry.rect;
-  MeasureIText(&style, mEntry.value.c_str(), &whole);
-  const std::string head = mEntry.value.substr(0, mEntry.caret);
-  int x = whole.L;
-  if (!head.empty())
-  {
-    IText left = style;
-    left.mAlign = IText::kAlignLeft;
-    MeasureIText(&left, head.c_str(), &before);
-    x = whole.L + before.W();
-  }
-  if (mEntry.value.empty()) x = style.mAlign == IText::kAlignCentre ? (int)mEntry.rect.MW() : x;
-  DrawVerticalLine(&style.mColor, x, mEntry.rect.T + 2, mEntry.rect.B - 2);
-  mDrawRECT = savedClip;
-}
-
-void IGraphicsX11::TextEntryKey(XEvent* ev)
-{
-  char typed[32] = {};
-  KeySym key = 0;
-  const int n = XLookupString(&ev->xkey, typed, sizeof(typed) - 1, &key, nullptr);
-  std::string& v = mEntry.value;
-  size_t& caret = mEntry.caret;
-  switch (key)
-  {
-  case XK_Return:
-  case XK_KP_Enter:
-    EndTextEntry(true);
-    return;
-  case XK_Escape:
-    ForceEndUserEdit();
-    return;
-  case XK_BackSpace:
-    if (caret > 0) v.erase(--caret, 1);
-    break;
-  case XK_Delete:
-    if (caret < v.size()) v.erase(caret, 1);
-    break;
-  case XK_Left:
-    if (caret > 0) --caret;
-    break;
-  case XK_Right:
-    if (caret < v.size()) ++caret;
-    break;
-  case XK_Home:
-    caret = 0;
-    break;
-  case XK_End:
-    caret = v.size();
-    break;
-  default:
-  {
-    if (n <= 0 || (unsigned char)typed[0] < 32 || typed[0] == 127) return;
-    std::string proposed = v;
-    proposed.insert(caret, typed, (size_t)n);
-    // The same filter as the standalone's entry: only what can be a value.
-    if (!TextEntryAccepts(mEntry.control, mEntry.param, proposed.c_str())) return;
-    v = proposed;
-    caret += (size_t)n;
-    break;
-  }
-  }
-  // The panel under the field first, so that a shorter text leaves nothing.
-  SetAllControlsDirty();
-  IRECT r;
-  if (IsDirty(&r))
-  {
-    IRECT wide(r.L, r.T, r.R + 1, r.B + 1);
-    Draw(&wide);
-  }
-}
-
-void IGraphicsX11::EndTextEntry(bool accept)
-{
-  if (!mEntry.open) return;
-  const std::string typed = mEntry.value;
-  IControl* control = mEntry.control;
-  IParam* param = mEntry.param;
-  ForceEndUserEdit();
-  if (!accept) return;
-  if (param)
-    SetFromStringAfterPrompt(control, param, typed.c_str());
-  else if (control)
-    control->TextFromTextEntry(typed.c_str());
-}
-
-void IGraphicsX11::ForceEndUserEdit()
-{
-  if (!mEntry.open) return;
-  mEntry = TextEntry();
-  // The controls under the field show again at the next frame.
-  SetAllControlsDirty();
 }

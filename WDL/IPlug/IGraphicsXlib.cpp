@@ -3,6 +3,7 @@
 #include <X11/Xlib.h>
 #include <X11/keysym.h>
 #include <cstdlib>
+#include <ctime>
 
 IMouseMod XModsOf(unsigned int state, bool right)
 {
@@ -35,6 +36,13 @@ int XVirtualKeyOf(unsigned long keysym)
   if (keysym >= XK_a && keysym <= XK_z) return 15 + (int)(keysym - XK_a);
   if (keysym >= XK_A && keysym <= XK_Z) return 15 + (int)(keysym - XK_A);
   return -1;
+}
+
+double XNowMs()
+{
+  timespec ts;
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return ts.tv_sec * 1000.0 + ts.tv_nsec / 1e6;
 }
 
 int XClickCounter::Count(int button, unsigned long time, int x, int y, int interval, int distance)

@@ -19,6 +19,9 @@ IMouseMod XModsOf(unsigned int state, bool right);
 // digits 5-14, letters 15-40 in either case; -1 for any other key.
 int XVirtualKeyOf(unsigned long keysym);
 
+// Milliseconds of the monotonic clock.
+double XNowMs();
+
 // Two presses of one button close in time and place make a double click; a
 // third starts over.
 class XClickCounter
