@@ -1,6 +1,7 @@
 #include "lice_freetype.h"
 
 #include "lice.h"
+#include "lice_memctx.h"
 #include "lice_text.h"
 
 #include <algorithm>
@@ -31,20 +32,7 @@ struct Font
   std::unordered_map<unsigned, Glyph> glyphs;
 };
 
-struct Context
-{
-  int w, h;
-  LICE_pixel* fb;
-  Font* font = nullptr;
-  int textColor = 0;
-  int bkColor = 0xffffff;
-  int bkMode = OPAQUE;
-  bool clipped = false;
-  RECT clip = {0, 0, 0, 0};
-  std::vector<std::pair<bool, RECT>> clipStack;
-};
-
-Context* Ctx(HDC dc) { return (Context*)dc; }
+Font* FontOf(HDC dc) { return (Font*)dc->font; }
 
 FT_Library Library()
 {
@@ -182,9 +170,9 @@ int Mix(int dst, int src, int cov) { return dst + ((src - dst) * cov + 127) / 25
 
 int DrawTextFn(HDC dc, const char* buf, int len, RECT* r, int flags)
 {
-  Context* ctx = Ctx(dc);
+  HDC ctx = dc;
   if (!ctx || !buf || !r || !ctx->font) return 0;
-  Font* font = ctx->font;
+  Font* font = FontOf(ctx);
   const std::vector<std::vector<unsigned>> lines = Lines(buf, len, flags);
   const int lineHeight = font->ascent + font->descent;
   int tw = 0;
@@ -198,21 +186,8 @@ int DrawTextFn(HDC dc, const char* buf, int len, RECT* r, int flags)
   }
   int x, y;
   LICE_AlignText(r, tw, th, flags, &x, &y);
-  RECT box = {0, 0, ctx->w, ctx->h};
-  if (ctx->clipped)
-  {
-    box.left = std::max(box.left, ctx->clip.left);
-    box.top = std::max(box.top, ctx->clip.top);
-    box.right = std::min(box.right, ctx->clip.right);
-    box.bottom = std::min(box.bottom, ctx->clip.bottom);
-  }
-  if (!(flags & DT_NOCLIP))
-  {
-    box.left = std::max(box.left, r->left);
-    box.top = std::max(box.top, r->top);
-    box.right = std::min(box.right, r->right);
-    box.bottom = std::min(box.bottom, r->bottom);
-  }
+  RECT box = LICE_MemContextBounds(ctx);
+  if (!(flags & DT_NOCLIP)) LICE_CutRect(&box, *r);
   if (box.right <= box.left || box.bottom <= box.top) return th;
   // Colours are Win32's 0x00BBGGRR; every pixel keeps its alpha byte.
   auto put = [&](int px, int py, int c, int cov)
@@ -242,54 +217,10 @@ int DrawTextFn(HDC dc, const char* buf, int len, RECT* r, int flags)
   return th;
 }
 
-HDC CreateMemContextFn(HDC, int w, int h)
-{
-  if (w < 1 || h < 1 || (long long)w * h > (1LL << 28)) return nullptr;
-  LICE_pixel* fb = (LICE_pixel*)calloc((size_t)w * (size_t)h, sizeof(LICE_pixel));
-  if (!fb) return nullptr;
-  Context* ctx = new Context;
-  ctx->w = w;
-  ctx->h = h;
-  ctx->fb = fb;
-  return (HDC)ctx;
-}
-
-void DeleteGfxContextFn(HDC dc)
-{
-  if (!dc) return;
-  free(Ctx(dc)->fb);
-  delete Ctx(dc);
-}
-
-void* GetCtxFrameBufferFn(HDC dc) { return dc ? Ctx(dc)->fb : nullptr; }
-
-HGDIOBJ SelectObjectFn(HDC dc, HGDIOBJ obj)
-{
-  if (!dc) return nullptr;
-  HGDIOBJ old = (HGDIOBJ)Ctx(dc)->font;
-  Ctx(dc)->font = (Font*)obj;
-  return old;
-}
-
-void SetTextColorFn(HDC dc, int c)
-{
-  if (dc) Ctx(dc)->textColor = c;
-}
-
-void SetBkColorFn(HDC dc, int c)
-{
-  if (dc) Ctx(dc)->bkColor = c;
-}
-
-void SetBkModeFn(HDC dc, int m)
-{
-  if (dc) Ctx(dc)->bkMode = m;
-}
-
 bool GetTextMetricsFn(HDC dc, TEXTMETRIC* tm)
 {
-  if (!dc || !tm || !Ctx(dc)->font) return false;
-  Font* font = Ctx(dc)->font;
+  if (!dc || !tm || !dc->font) return false;
+  Font* font = FontOf(dc);
   tm->tmAscent = font->ascent;
   tm->tmDescent = font->descent;
   tm->tmHeight = font->ascent + font->descent;
@@ -298,31 +229,10 @@ bool GetTextMetricsFn(HDC dc, TEXTMETRIC* tm)
   return true;
 }
 
-void PushClipRegionFn(HDC dc)
-{
-  if (dc) Ctx(dc)->clipStack.push_back({Ctx(dc)->clipped, Ctx(dc)->clip});
-}
-
-void PopClipRegionFn(HDC dc)
-{
-  if (!dc || Ctx(dc)->clipStack.empty()) return;
-  Context* ctx = Ctx(dc);
-  ctx->clipped = ctx->clipStack.back().first;
-  ctx->clip = ctx->clipStack.back().second;
-  ctx->clipStack.pop_back();
-}
-
-void SetClipRegionFn(HDC dc, const RECT* r)
-{
-  if (!dc) return;
-  Ctx(dc)->clipped = r != nullptr;
-  if (r) Ctx(dc)->clip = *r;
-}
-
-const LICE_GfxBackend kBackend = {CreateFontFn,    CreateMemContextFn, DeleteGfxContextFn, GetCtxFrameBufferFn,
-                                  SelectObjectFn,  DeleteObjectFn,     SetTextColorFn,     SetBkColorFn,
-                                  SetBkModeFn,     GetTextMetricsFn,   DrawTextFn,         PushClipRegionFn,
-                                  PopClipRegionFn, SetClipRegionFn};
+const LICE_GfxBackend kBackend = {
+    CreateFontFn,   LICE_CreateMemContext,    LICE_DeleteMemContext,  LICE_MemContextBits,   LICE_MemContextSelect,
+    DeleteObjectFn, LICE_MemContextTextColor, LICE_MemContextBkColor, LICE_MemContextBkMode, GetTextMetricsFn,
+    DrawTextFn,     LICE_MemContextPushClip,  LICE_MemContextPopClip, LICE_MemContextSetClip};
 } // namespace
 
 void LICE_InstallFreeTypeBackend() { LICE_SetGfxBackend(&kBackend); }

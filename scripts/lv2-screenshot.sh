@@ -8,18 +8,8 @@ set -euo pipefail
 top=$(git rev-parse --show-toplevel)
 build=$(cd "${1:-$top/build/release}" && pwd)
 out=$top/docs/lv2-host.png
-work=$(mktemp -d /tmp/veltra-lv2shot-XXXXXX)
-display=:$((250 + RANDOM % 50))
-server=veltra-lv2shot-$$
-pids=()
-cleanup() { for p in "${pids[@]}"; do kill "$p" 2>/dev/null || true; done; rm -rf "$work"; }
-trap cleanup EXIT
-
-Xvfb "$display" -screen 0 1280x800x24 -nolisten tcp >/dev/null 2>&1 & pids+=($!)
-JACK_NO_AUDIO_RESERVATION=1 jackd --no-realtime -n "$server" -d dummy -r 44100 -p 512 >/dev/null 2>&1 & pids+=($!)
-export DISPLAY=$display GDK_BACKEND=x11 NO_AT_BRIDGE=1 JACK_DEFAULT_SERVER=$server
-for i in $(seq 50); do xdotool getdisplaygeometry >/dev/null 2>&1 && break; sleep 0.1; done
-sleep 1
+source "$top/scripts/private-servers.sh"
+start_private_servers veltra-lv2shot
 HOME=$work LV2_PATH=$build/lv2 jalv.gtk3 https://quillmoorinstruments.com/plugins/veltra >"$work/jalv.log" 2>&1 &
 pids+=($!)
 # The host's window, named after the plug-in, with the jalv class.

@@ -8,18 +8,8 @@ set -euo pipefail
 top=$(git rev-parse --show-toplevel)
 exe=${1:-$top/build/release/bin/veltra}
 out=$top/docs/screenshot.png
-work=$(mktemp -d /tmp/veltra-shot-XXXXXX)
-display=:$((200 + RANDOM % 50))
-server=veltra-shot-$$
-pids=()
-cleanup() { for p in "${pids[@]}"; do kill "$p" 2>/dev/null || true; done; rm -rf "$work"; }
-trap cleanup EXIT
-
-Xvfb "$display" -screen 0 1280x800x24 -nolisten tcp >/dev/null 2>&1 & pids+=($!)
-JACK_NO_AUDIO_RESERVATION=1 jackd --no-realtime -n "$server" -d dummy -r 44100 -p 512 >/dev/null 2>&1 & pids+=($!)
-export DISPLAY=$display GDK_BACKEND=x11 NO_AT_BRIDGE=1 JACK_DEFAULT_SERVER=$server
-for i in $(seq 50); do xdotool getdisplaygeometry >/dev/null 2>&1 && break; sleep 0.1; done
-sleep 1
+source "$top/scripts/private-servers.sh"
+start_private_servers veltra-shot
 HOME=$work XDG_CONFIG_HOME=$work/.config "$exe" >/dev/null 2>&1 & pids+=($!)
 win=""
 for i in $(seq 100); do win=$(xdotool search --onlyvisible --name '^VELTRA$' 2>/dev/null | head -1) && [ -n "$win" ] && break; sleep 0.1; done

@@ -244,6 +244,27 @@ private:
   // One row of an operator's block (op 0 or 1), on every voice.
   void ApplyOperatorParam(int op, int row, double value);
   void PollScreenKeyboard();
+  // The screen keyboard's key against the one last followed (*last): when it
+  // changed, the last note ends and the new one starts (key 0 is note 48),
+  // each message handed to send.
+  template<class Send>
+  void FollowScreenKey(int* last, Send send)
+  {
+    const int key = mKeyboard ? mKeyboard->GetKey() : -1;
+    if (!mKeyboard || key == *last) return;
+    IMidiMsg msg;
+    if (*last >= 0)
+    {
+      msg.MakeNoteOffMsg(*last + 48, 0, 0);
+      send(&msg);
+    }
+    *last = key;
+    if (key >= 0)
+    {
+      msg.MakeNoteOnMsg(key + 48, mKeyboard->GetVelocity(), 0, 0);
+      send(&msg);
+    }
+  }
   void ControlTick();
   // The control tick of every operator's envelope and glide; true when any
   // gate is open.

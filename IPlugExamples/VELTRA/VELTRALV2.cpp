@@ -63,22 +63,7 @@ void VELTRA::SetHeldNotes(const uint8_t* bits)
 
 void VELTRA::OnIdle()
 {
-  // As the sound polls the keyboard in the standalone: a changed key ends
-  // the last note and starts the new one (key 0 is note 48).
-  if (!mKeyboard) return;
-  const int key = mKeyboard->GetKey();
-  if (key == mSentKey) return;
-  IMidiMsg msg;
-  if (mSentKey >= 0)
-  {
-    msg.MakeNoteOffMsg(mSentKey + 48, 0, 0);
-    SendMidiMsg(&msg);
-  }
-  mSentKey = key;
-  if (key >= 0)
-  {
-    msg.MakeNoteOnMsg(key + 48, mKeyboard->GetVelocity(), 0, 0);
-    SendMidiMsg(&msg);
-  }
+  // As the sound polls the keyboard in the standalone, but to the host.
+  FollowScreenKey(&mSentKey, [this](IMidiMsg* msg) { SendMidiMsg(msg); });
 }
 #endif

@@ -22,8 +22,8 @@ int main(int argc, char** argv)
   meters[kARMeter] = "AR Env. Meter";
   meters[kLFOMeter] = "LFO Meter";
   meters[kPWMMeter] = "PWM Meter";
-  const LV2BundleDescription desc = {kVeltraLV2URI, "VELTRA", "veltra.ttl", "veltra_dsp.so", argv[2], meters,
-                                     "veltra_ui.so"};
+  const LV2BundleDescription desc = {kVeltraLV2URI, "VELTRA", "veltra.ttl",  "veltra_dsp.so",
+                                     argv[2],       meters,   "veltra_ui.so"};
   std::string error;
   if (!WriteLV2Bundle(plug.get(), desc, argv[1], &error))
   {

@@ -108,19 +108,5 @@ void VELTRA::NoteOnOff(IMidiMsg* msg)
 
 void VELTRA::PollScreenKeyboard()
 {
-  if (!mKeyboard) return;
-  const int key = mKeyboard->GetKey();
-  if (key == mScreenKey) return;
-  IMidiMsg msg;
-  if (mScreenKey >= 0)
-  {
-    msg.MakeNoteOffMsg(mScreenKey + 48, 0, 0);
-    mMidiQueue.Add(&msg);
-  }
-  mScreenKey = key;
-  if (mScreenKey >= 0)
-  {
-    msg.MakeNoteOnMsg(mScreenKey + 48, mKeyboard->GetVelocity(), 0, 0);
-    mMidiQueue.Add(&msg);
-  }
+  FollowScreenKey(&mScreenKey, [this](IMidiMsg* msg) { mMidiQueue.Add(msg); });
 }

@@ -391,6 +391,14 @@ void IGraphics::PromptUserInput(IControl* control, IParam* param, IRECT* rect)
   CreateTextEntry(control, control->GetText(), rect, current, param);
 }
 
+void IGraphics::CommitTextEntry(IControl* control, IParam* param, const char* text)
+{
+  if (param)
+    SetFromStringAfterPrompt(control, param, text);
+  else if (control)
+    control->TextFromTextEntry(text);
+}
+
 void IGraphics::SetFromStringAfterPrompt(IControl* control, IParam* param, const char* text)
 {
   if (!param || !control) return;

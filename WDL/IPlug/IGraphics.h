@@ -142,6 +142,9 @@ public:
   int GetLastClickedParamForPTAutomation();
   void PromptUserInput(IControl* control, IParam* param, IRECT* rect);
   void SetFromStringAfterPrompt(IControl* control, IParam* param, const char* text);
+  // A closed text entry's text to where it belongs: the parameter, or the
+  // control when the entry had none.
+  void CommitTextEntry(IControl* control, IParam* param, const char* text);
   // The filter that a text entry runs on every edit, over the whole proposed
   // text: with a parameter, only the characters of a number of its kind and
   // at most the control's entry length; without one, anything.

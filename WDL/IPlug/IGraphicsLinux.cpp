@@ -20,26 +20,6 @@
 
 namespace
 {
-bool IsFolder(const std::string& path)
-{
-  struct stat st;
-  return !stat(path.c_str(), &st) && S_ISDIR(st.st_mode);
-}
-
-std::string Home()
-{
-  const char* h = g_get_home_dir();
-  return h ? h : "/";
-}
-
-// "~" and "~/..." in the user's home folder.
-std::string ExpandHome(const std::string& path)
-{
-  if (path == "~") return Home();
-  if (path.compare(0, 2, "~/") == 0) return Home() + path.substr(1);
-  return path;
-}
-
 struct MenuRun
 {
   GMainLoop* loop = nullptr;
@@ -546,10 +526,7 @@ void IGraphicsLinux::EndTextEntry(bool accept)
   IParam* param = mEdParam;
   ForceEndUserEdit();
   if (!accept) return;
-  if (param)
-    SetFromStringAfterPrompt(control, param, typed.c_str());
-  else if (control)
-    control->TextFromTextEntry(typed.c_str());
+  CommitTextEntry(control, param, typed.c_str());
   if (mView) gtk_widget_queue_draw(mView);
 }
 
@@ -565,14 +542,7 @@ void IGraphicsLinux::ForceEndUserEdit()
   if (mView) gtk_widget_grab_focus(mView);
 }
 
-void IGraphicsLinux::HostPath(WDL_String* path)
-{
-  char buf[4096];
-  const ssize_t n = readlink("/proc/self/exe", buf, sizeof(buf) - 1);
-  if (n <= 0) return; // not found: path stays as it was
-  buf[n] = 0;
-  path->Set(buf);
-}
+void IGraphicsLinux::HostPath(WDL_String* path) { XHostPath(path); }
 
 void IGraphicsLinux::PluginPath(WDL_String* path)
 {
@@ -587,7 +557,7 @@ void IGraphicsLinux::PluginPath(WDL_String* path)
 void IGraphicsLinux::DesktopPath(WDL_String* path)
 {
   const char* desktop = g_get_user_special_dir(G_USER_DIRECTORY_DESKTOP);
-  path->Set(desktop ? desktop : (Home() + "/Desktop").c_str());
+  path->Set(desktop ? desktop : (XUserHome() + "/Desktop").c_str());
 }
 
 void IGraphicsLinux::AppSupportPath(WDL_String* path, bool isSystem)
@@ -596,7 +566,7 @@ void IGraphicsLinux::AppSupportPath(WDL_String* path, bool isSystem)
   path->Set((base + "/" + (mPlug ? mPlug->GetEffectName() : "")).c_str());
 }
 
-void IGraphicsLinux::SandboxSafeAppSupportPath(WDL_String* path) { path->Set((Home() + "/Music").c_str()); }
+void IGraphicsLinux::SandboxSafeAppSupportPath(WDL_String* path) { path->Set((XUserHome() + "/Music").c_str()); }
 
 void IGraphicsLinux::PromptForFile(WDL_String* fileName, EFileAction action, WDL_String* dir, const char* extensions)
 {
@@ -605,27 +575,9 @@ void IGraphicsLinux::PromptForFile(WDL_String* fileName, EFileAction action, WDL
     fileName->Set("");
     return;
   }
-  const std::string proposed = fileName->Get();
-  std::string folder = dir ? dir->Get() : "";
-  if (folder.empty())
-  {
-    folder = "~/Desktop";
-    if (dir) dir->Set(folder.c_str());
-  }
-  fileName->Set("");
-  folder = ExpandHome(folder);
-  if (!IsFolder(folder)) folder = Home();
-
-  std::vector<std::string> types;
-  std::string word;
-  for (const char* p = extensions ? extensions : "";; ++p)
-  {
-    if (*p && *p != ' ')
-      word += *p;
-    else if (!word.empty())
-      types.push_back(word), word.clear();
-    if (!*p) break;
-  }
+  const XFilePrompt prompt = XBeginFilePrompt(fileName, dir, extensions);
+  const std::string &proposed = prompt.proposed, &folder = prompt.folder;
+  const std::vector<std::string>& types = prompt.types;
 
   const bool save = action == kFileSave;
   GtkWindow* owner = GTK_WINDOW(gtk_widget_get_toplevel(mView));
@@ -666,35 +618,19 @@ void IGraphicsLinux::PromptForFile(WDL_String* fileName, EFileAction action, WDL
     chosen = path ? path : "";
     g_free(path);
     if (chosen.empty()) continue;
-    if (save && !types.empty())
+    // A file already there under the name with its type added is only
+    // replaced on request.
+    const std::string question = save ? XKeepSaveType(&chosen, types) : "";
+    if (!question.empty() &&
+        MessageBox(SWELL_WindowFromNative(mView), question.c_str(), "Replace file?", MB_YESNO) != IDYES)
     {
-      // A save keeps to its type: the extension is added when missing, and
-      // a file already there under that name is only replaced on request.
-      const size_t dot = chosen.rfind('.'), slash = chosen.rfind('/');
-      const bool hasType = dot != std::string::npos && (slash == std::string::npos || dot > slash) &&
-                           !strcasecmp(chosen.c_str() + dot + 1, types[0].c_str());
-      if (!hasType)
-      {
-        chosen += "." + types[0];
-        struct stat st;
-        if (!stat(chosen.c_str(), &st))
-        {
-          const std::string q = "A file named \"" + chosen.substr(chosen.rfind('/') + 1) +
-                                "\" already exists. Do you want to replace it?";
-          if (MessageBox(SWELL_WindowFromNative(mView), q.c_str(), "Replace file?", MB_YESNO) != IDYES)
-          {
-            chosen.clear();
-            continue;
-          }
-        }
-      }
+      chosen.clear();
+      continue;
     }
     break;
   }
   gtk_widget_destroy(dlg);
-  if (chosen.empty()) return;
-  fileName->Set(chosen.c_str());
-  if (dir) dir->Set(chosen.substr(0, chosen.rfind('/') + 1).c_str());
+  if (!chosen.empty()) XEndFilePrompt(chosen, fileName, dir);
 }
 
 bool IGraphicsLinux::OpenURL(const char* url, const char*, const char*, const char*)

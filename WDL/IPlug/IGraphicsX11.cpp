@@ -94,15 +94,15 @@ void* IGraphicsX11::OpenWindow(void* parent)
     return nullptr;
   }
   mVisual = visual;
-  mParent = parent ? (unsigned long)parent : RootWindow(mDisplay, screen);
+  const Window within = parent ? (Window)parent : RootWindow(mDisplay, screen);
   XSetWindowAttributes attributes = {};
   attributes.colormap = DefaultColormap(mDisplay, screen);
   attributes.border_pixel = 0;
   attributes.background_pixmap = None; // the panel paints every pixel
   attributes.event_mask = ExposureMask | ButtonPressMask | ButtonReleaseMask | PointerMotionMask | KeyPressMask |
                           FocusChangeMask | LeaveWindowMask | StructureNotifyMask;
-  mWindow = XCreateWindow(mDisplay, mParent, 0, 0, (unsigned)Width(), (unsigned)Height(), 0, mDepth, InputOutput,
-                          visual, CWColormap | CWBorderPixel | CWBackPixmap | CWEventMask, &attributes);
+  mWindow = XCreateWindow(mDisplay, within, 0, 0, (unsigned)Width(), (unsigned)Height(), 0, mDepth, InputOutput, visual,
+                          CWColormap | CWBorderPixel | CWBackPixmap | CWEventMask, &attributes);
   // A fixed size: the panel's.
   XSizeHints* hints = XAllocSizeHints();
   hints->flags = PSize | PMinSize | PMaxSize;
@@ -110,7 +110,7 @@ void* IGraphicsX11::OpenWindow(void* parent)
   hints->height = hints->min_height = hints->max_height = Height();
   XSetWMNormalHints(mDisplay, mWindow, hints);
   XFree(hints);
-  XStoreName(mDisplay, mWindow, mTitle.c_str());
+  XStoreName(mDisplay, mWindow, mPlug ? mPlug->GetEffectName() : "");
   if (!parent)
   {
     mDeleteAtom = XInternAtom(mDisplay, "WM_DELETE_WINDOW", False);
@@ -173,7 +173,7 @@ void IGraphicsX11::CloseWindow()
   Release(mDisplay);
   XCloseDisplay(mDisplay);
   mDisplay = nullptr;
-  mWindow = mParent = 0;
+  mWindow = 0;
   mGC = nullptr;
   mBlankCursor = 0;
   mCursorHidden = false;
@@ -289,6 +289,16 @@ void IGraphicsX11::PutImage(int x, int y, int w, int h)
     XPutImage(mDisplay, mWindow, (GC)mGC, mImage, x, y, x, y, (unsigned)w, (unsigned)h);
 }
 
+void IGraphicsX11::PutExposed()
+{
+  // What is on the window was lost there: the screen image has it.
+  const IRECT r = mExposed.Intersect(IRECT(0, 0, Width(), Height()));
+  mExposed = IRECT();
+  if (!mWindow || r.Empty()) return;
+  WaitForServer();
+  PutImage(r.L, r.T, r.W(), r.H());
+}
+
 void IGraphicsX11::Flush()
 {
   if (mDisplay) XFlush(mDisplay);
@@ -339,14 +349,7 @@ bool IGraphicsX11::Idle()
     if (mPlug) mPlug->OnIdle();
   }
   if (!mWindow) return !mClosedByUser;
-  if (!mExposed.Empty())
-  {
-    // What is on the window was lost there: the screen image has it.
-    const IRECT r = mExposed.Intersect(IRECT(0, 0, Width(), Height()));
-    mExposed = IRECT();
-    WaitForServer();
-    if (!r.Empty()) PutImage(r.L, r.T, r.W(), r.H());
-  }
+  PutExposed();
   const double now = XNowMs();
   if (now - mLastFrame >= 1000.0 / std::max(1, FPS()))
   {

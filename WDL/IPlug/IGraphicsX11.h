@@ -27,7 +27,6 @@ public:
 
   // The folder that holds resources/img: the plug-in's bundle.
   void SetResourceRoot(const char* folder);
-  void SetWindowTitle(const char* title) { mTitle = title ? title : ""; }
 
   bool DrawScreen(IRECT* rect) override;
   void ForceEndUserEdit() override;
@@ -77,6 +76,8 @@ private:
   bool MakeScreenImage();
   void DropScreenImage();
   void PutImage(int x, int y, int w, int h);
+  // Puts back what the server reported lost (mExposed) from the screen image.
+  void PutExposed();
   void Flush();
   void WaitForServer();
 
@@ -93,7 +94,6 @@ private:
 
   Display* mDisplay = nullptr;
   unsigned long mWindow = 0;
-  unsigned long mParent = 0;
   void* mGC = nullptr;
   void* mVisual = nullptr;
   int mDepth = 0;
@@ -112,7 +112,6 @@ private:
   IRECT mExposed;
   int mPrevX = 0, mPrevY = 0;
   XClickCounter mClicks;
-  std::string mTitle = "VELTRA";
   std::string mResourceRoot;
 
   struct TextEntry

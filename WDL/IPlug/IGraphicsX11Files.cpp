@@ -22,24 +22,6 @@ extern char** environ;
 
 namespace
 {
-std::string Home()
-{
-  const char* h = getenv("HOME");
-  return h && *h ? h : "/";
-}
-
-bool IsFolder(const std::string& path)
-{
-  struct stat st;
-  return !stat(path.c_str(), &st) && S_ISDIR(st.st_mode);
-}
-
-bool Exists(const std::string& path)
-{
-  struct stat st;
-  return !stat(path.c_str(), &st);
-}
-
 // A program on the PATH, or "".
 std::string FindProgram(const char* name)
 {
@@ -72,20 +54,6 @@ EDialogs Dialogs(std::string* program)
   return program->empty() ? kNoDialogs : kKdialog;
 }
 
-std::vector<std::string> Words(const char* text)
-{
-  std::vector<std::string> words;
-  std::string word;
-  for (const char* p = text ? text : "";; ++p)
-  {
-    if (*p && *p != ' ')
-      word += *p;
-    else if (!word.empty())
-      words.push_back(word), word.clear();
-    if (!*p) break;
-  }
-  return words;
-}
 } // namespace
 
 int IGraphicsX11::RunDialog(const std::vector<std::string>& argv, std::string* output)
@@ -143,13 +111,8 @@ void IGraphicsX11::HandleExposeOnly()
     XNextEvent(mDisplay, &ev);
     if (ev.type == Expose || ev.type == DestroyNotify) HandleEvent(&ev);
   }
-  if (mWindow && !mExposed.Empty())
-  {
-    const IRECT r = mExposed.Intersect(IRECT(0, 0, Width(), Height()));
-    mExposed = IRECT();
-    if (!r.Empty()) PutImage(r.L, r.T, r.W(), r.H());
-  }
-  if (mDisplay) XFlush(mDisplay);
+  PutExposed();
+  Flush();
 }
 
 bool IGraphicsX11::CanPromptForFile(WDL_String* why)
@@ -167,19 +130,10 @@ void IGraphicsX11::PromptForFile(WDL_String* fileName, EFileAction action, WDL_S
     fileName->Set("");
     return;
   }
-  const std::string proposed = fileName->Get();
-  std::string folder = dir ? dir->Get() : "";
-  if (folder.empty())
-  {
-    folder = "~/Desktop";
-    if (dir) dir->Set(folder.c_str());
-  }
-  fileName->Set("");
-  if (folder == "~" || folder.compare(0, 2, "~/") == 0) folder = Home() + folder.substr(1);
-  if (!IsFolder(folder)) folder = Home();
-  if (folder.back() != '/') folder += '/';
-
-  const std::vector<std::string> types = Words(extensions);
+  const XFilePrompt prompt = XBeginFilePrompt(fileName, dir, extensions);
+  const std::string& proposed = prompt.proposed;
+  const std::string folder = prompt.folder + "/";
+  const std::vector<std::string>& types = prompt.types;
   const bool save = action == kFileSave;
   std::string program;
   const EDialogs kind = Dialogs(&program);
@@ -213,21 +167,10 @@ void IGraphicsX11::PromptForFile(WDL_String* fileName, EFileAction action, WDL_S
   for (;;)
   {
     if (RunDialog(argv, &chosen) != 0 || chosen.empty()) return;
-    if (!save || types.empty()) break;
-    // A save keeps to its type: the extension is added when missing, and a
-    // file already there under the new name is only replaced on request.
-    const size_t dot = chosen.rfind('.'), slash = chosen.rfind('/');
-    const bool hasType = dot != std::string::npos && (slash == std::string::npos || dot > slash) &&
-                         !strcasecmp(chosen.c_str() + dot + 1, types[0].c_str());
-    if (hasType) break;
-    chosen += "." + types[0];
-    if (!Exists(chosen)) break;
-    const std::string q =
-        "A file named \"" + chosen.substr(chosen.rfind('/') + 1) + "\" already exists. Do you want to replace it?";
-    if (ShowMessageBox(q.c_str(), "Replace file?", 4) == 1) break;
+    const std::string question = save ? XKeepSaveType(&chosen, types) : "";
+    if (question.empty() || ShowMessageBox(question.c_str(), "Replace file?", 4) == 1) break;
   }
-  fileName->Set(chosen.c_str());
-  if (dir) dir->Set(chosen.substr(0, chosen.rfind('/') + 1).c_str());
+  XEndFilePrompt(chosen, fileName, dir);
 }
 
 int IGraphicsX11::ShowMessageBox(const char* text, const char* caption, int type)
@@ -289,24 +232,17 @@ bool IGraphicsX11::OpenURL(const char* url, const char*, const char*, const char
   return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-void IGraphicsX11::HostPath(WDL_String* path)
-{
-  char buf[4096];
-  const ssize_t n = readlink("/proc/self/exe", buf, sizeof(buf) - 1);
-  if (n <= 0) return; // not found: path stays as it was
-  buf[n] = 0;
-  path->Set(buf);
-}
+void IGraphicsX11::HostPath(WDL_String* path) { XHostPath(path); }
 
 void IGraphicsX11::PluginPath(WDL_String* path) { path->Set(mResourceRoot.c_str()); }
 
-void IGraphicsX11::DesktopPath(WDL_String* path) { path->Set((Home() + "/Desktop").c_str()); }
+void IGraphicsX11::DesktopPath(WDL_String* path) { path->Set((XUserHome() + "/Desktop").c_str()); }
 
 void IGraphicsX11::AppSupportPath(WDL_String* path, bool isSystem)
 {
   const char* config = getenv("XDG_CONFIG_HOME");
-  const std::string base = isSystem ? "/etc/xdg" : config && *config ? config : Home() + "/.config";
+  const std::string base = isSystem ? "/etc/xdg" : config && *config ? config : XUserHome() + "/.config";
   path->Set((base + "/" + (mPlug ? mPlug->GetEffectName() : "")).c_str());
 }
 
-void IGraphicsX11::SandboxSafeAppSupportPath(WDL_String* path) { path->Set((Home() + "/Music").c_str()); }
+void IGraphicsX11::SandboxSafeAppSupportPath(WDL_String* path) { path->Set((XUserHome() + "/Music").c_str()); }

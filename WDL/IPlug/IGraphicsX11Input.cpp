@@ -276,10 +276,7 @@ void IGraphicsX11::EndTextEntry(bool accept)
   IParam* param = mEntry.param;
   ForceEndUserEdit();
   if (!accept) return;
-  if (param)
-    SetFromStringAfterPrompt(control, param, typed.c_str());
-  else if (control)
-    control->TextFromTextEntry(typed.c_str());
+  CommitTextEntry(control, param, typed.c_str());
 }
 
 void IGraphicsX11::ForceEndUserEdit()

@@ -4,6 +4,10 @@
 #include <X11/keysym.h>
 #include <cstdlib>
 #include <ctime>
+#include <pwd.h>
+#include <strings.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 IMouseMod XModsOf(unsigned int state, bool right)
 {
@@ -75,4 +79,66 @@ bool XInitScreenImage(XImage* image, char* data, int w, int h, int bytesPerLine,
   image->green_mask = 0xff00;
   image->blue_mask = 0xff;
   return XInitImage(image) != 0;
+}
+
+void XHostPath(WDL_String* path)
+{
+  char buf[4096];
+  const ssize_t n = readlink("/proc/self/exe", buf, sizeof(buf) - 1);
+  if (n <= 0) return; // not found: path stays as it was
+  buf[n] = 0;
+  path->Set(buf);
+}
+
+std::string XUserHome()
+{
+  const char* home = getenv("HOME");
+  if (home && *home) return home;
+  const passwd* pw = getpwuid(getuid());
+  return pw && pw->pw_dir ? pw->pw_dir : "/";
+}
+
+XFilePrompt XBeginFilePrompt(WDL_String* fileName, WDL_String* dir, const char* extensions)
+{
+  XFilePrompt p;
+  p.proposed = fileName->Get();
+  fileName->Set("");
+  p.folder = dir ? dir->Get() : "";
+  if (p.folder.empty())
+  {
+    p.folder = "~/Desktop";
+    if (dir) dir->Set(p.folder.c_str());
+  }
+  if (p.folder == "~" || p.folder.compare(0, 2, "~/") == 0) p.folder = XUserHome() + p.folder.substr(1);
+  struct stat st;
+  if (stat(p.folder.c_str(), &st) || !S_ISDIR(st.st_mode)) p.folder = XUserHome();
+  std::string word;
+  for (const char* c = extensions ? extensions : "";; ++c)
+  {
+    if (*c && *c != ' ')
+      word += *c;
+    else if (!word.empty())
+      p.types.push_back(word), word.clear();
+    if (!*c) break;
+  }
+  return p;
+}
+
+std::string XKeepSaveType(std::string* chosen, const std::vector<std::string>& types)
+{
+  if (types.empty()) return "";
+  const size_t dot = chosen->rfind('.'), slash = chosen->rfind('/');
+  if (dot != std::string::npos && (slash == std::string::npos || dot > slash) &&
+      !strcasecmp(chosen->c_str() + dot + 1, types[0].c_str()))
+    return "";
+  *chosen += "." + types[0];
+  struct stat st;
+  if (stat(chosen->c_str(), &st)) return "";
+  return "A file named \"" + chosen->substr(chosen->rfind('/') + 1) + "\" already exists. Do you want to replace it?";
+}
+
+void XEndFilePrompt(const std::string& chosen, WDL_String* fileName, WDL_String* dir)
+{
+  fileName->Set(chosen.c_str());
+  if (dir) dir->Set(chosen.substr(0, chosen.rfind('/') + 1).c_str());
 }

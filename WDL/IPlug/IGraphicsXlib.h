@@ -7,7 +7,11 @@
 #include "IGraphicsStructs.h"
 #include "lice.h"
 
+#include "../wdlstring.h"
+
 #include <algorithm>
+#include <string>
+#include <vector>
 
 typedef struct _XImage XImage;
 
@@ -18,6 +22,29 @@ IMouseMod XModsOf(unsigned int state, bool right);
 // The engine's key codes: space 0, arrows 1-4 (up, down, left, right),
 // digits 5-14, letters 15-40 in either case; -1 for any other key.
 int XVirtualKeyOf(unsigned long keysym);
+
+// The running program's path into path; path stays as it was when it
+// cannot be found.
+void XHostPath(WDL_String* path);
+// The user's home folder.
+std::string XUserHome();
+
+// What both views' PromptForFile starts from: the name proposed (taken from
+// fileName, which is emptied), the folder to open (dir; "~/Desktop" when dir
+// is empty, stored back in dir; "~" is the home folder, which also stands in
+// for a folder that does not exist) and the types, split on blanks.
+struct XFilePrompt
+{
+  std::string proposed, folder;
+  std::vector<std::string> types;
+};
+XFilePrompt XBeginFilePrompt(WDL_String* fileName, WDL_String* dir, const char* extensions);
+// A save keeps to its type: a chosen name without the first type's extension
+// gets it. The answer is the question to ask when that makes it the name of a
+// file already there; "" when there is nothing to ask.
+std::string XKeepSaveType(std::string* chosen, const std::vector<std::string>& types);
+// The choice into fileName, its folder with a trailing "/" into dir.
+void XEndFilePrompt(const std::string& chosen, WDL_String* fileName, WDL_String* dir);
 
 // Milliseconds of the monotonic clock.
 double XNowMs();

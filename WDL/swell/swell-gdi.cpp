@@ -1,6 +1,7 @@
 #include "swell-gdi.h"
 
 #include "lice.h"
+#include "lice_memctx.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -9,19 +10,6 @@
 #include <string>
 #include <strings.h>
 #include <vector>
-
-struct HDC__
-{
-  int w, h;
-  LICE_pixel* fb;
-  HGDIOBJ font = nullptr;
-  int textColor = 0;
-  int bkColor = 0xffffff;
-  int bkMode = OPAQUE;
-  bool clipped = false;
-  RECT clip = {0, 0, 0, 0};
-  std::vector<std::pair<bool, RECT>> clipStack;
-};
 
 struct HGDIOBJ__
 {
@@ -43,20 +31,6 @@ bool FamilyExists(const char* face)
   for (int i = 0; i < n && !found; ++i) found = !strcasecmp(pango_font_family_get_name(families[i]), face);
   g_free(families);
   return found;
-}
-
-// The area that text may touch: the context, cut to the clip region.
-RECT Bounds(HDC ctx)
-{
-  RECT b = {0, 0, ctx->w, ctx->h};
-  if (ctx->clipped)
-  {
-    b.left = std::max(b.left, ctx->clip.left);
-    b.top = std::max(b.top, ctx->clip.top);
-    b.right = std::min(b.right, ctx->clip.right);
-    b.bottom = std::min(b.bottom, ctx->clip.bottom);
-  }
-  return b;
 }
 
 // Laying text out is most of what drawing it costs, and a panel draws the
@@ -139,27 +113,6 @@ cairo_surface_t* Scratch(int w, int h)
 }
 } // namespace
 
-HDC SWELL_CreateMemContext(HDC, int w, int h)
-{
-  if (w < 1 || h < 1 || (long long)w * h > (1LL << 28)) return nullptr;
-  LICE_pixel* fb = (LICE_pixel*)calloc((size_t)w * (size_t)h, sizeof(LICE_pixel));
-  if (!fb) return nullptr;
-  HDC ctx = new HDC__;
-  ctx->w = w;
-  ctx->h = h;
-  ctx->fb = fb;
-  return ctx;
-}
-
-void SWELL_DeleteGfxContext(HDC ctx)
-{
-  if (!ctx) return;
-  free(ctx->fb);
-  delete ctx;
-}
-
-void* SWELL_GetCtxFrameBuffer(HDC ctx) { return ctx ? ctx->fb : nullptr; }
-
 HFONT CreateFont(int height, int, int, int, int weight, char italic, char, char, char, char, char, char, char,
                  const char* face)
 {
@@ -179,14 +132,6 @@ HFONT CreateFont(int height, int, int, int, int weight, char italic, char, char,
 
 const char* SWELL_ResolvedFontFamily(HFONT font) { return font ? font->family.c_str() : ""; }
 
-HGDIOBJ SelectObject(HDC ctx, HGDIOBJ obj)
-{
-  if (!ctx) return nullptr;
-  HGDIOBJ old = ctx->font;
-  ctx->font = obj;
-  return old;
-}
-
 void DeleteObject(HGDIOBJ obj)
 {
   if (!obj) return;
@@ -199,21 +144,6 @@ void DeleteObject(HGDIOBJ obj)
     }
   pango_font_description_free(obj->desc);
   delete obj;
-}
-
-void SetTextColor(HDC ctx, int color)
-{
-  if (ctx) ctx->textColor = color;
-}
-
-void SetBkColor(HDC ctx, int color)
-{
-  if (ctx) ctx->bkColor = color;
-}
-
-void SetBkMode(HDC ctx, int mode)
-{
-  if (ctx) ctx->bkMode = mode;
 }
 
 bool GetTextMetrics(HDC ctx, TEXTMETRIC* tm)
@@ -253,18 +183,12 @@ int SWELL_DrawText(HDC ctx, const char* buf, int len, RECT* r, int flags)
   int x, y;
   LICE_AlignText(r, tw, th, flags, &x, &y);
 
-  RECT box = Bounds(ctx);
+  RECT box = LICE_MemContextBounds(ctx);
   box.left = std::max(box.left, x + std::min(0, ink.x));
   box.top = std::max(box.top, y + std::min(0, ink.y));
   box.right = std::min(box.right, x + std::max(tw, ink.x + ink.width));
   box.bottom = std::min(box.bottom, y + std::max(th, ink.y + ink.height));
-  if (!(flags & DT_NOCLIP))
-  {
-    box.left = std::max(box.left, r->left);
-    box.top = std::max(box.top, r->top);
-    box.right = std::min(box.right, r->right);
-    box.bottom = std::min(box.bottom, r->bottom);
-  }
+  if (!(flags & DT_NOCLIP)) LICE_CutRect(&box, *r);
   const int sw = box.right - box.left, sh = box.bottom - box.top;
   if (sw < 1 || sh < 1) return th;
 
@@ -309,51 +233,17 @@ int SWELL_DrawText(HDC ctx, const char* buf, int len, RECT* r, int flags)
   return th;
 }
 
-void SWELL_PushClipRegion(HDC ctx)
-{
-  if (ctx) ctx->clipStack.push_back({ctx->clipped, ctx->clip});
-}
-
-void SWELL_PopClipRegion(HDC ctx)
-{
-  if (!ctx || ctx->clipStack.empty()) return;
-  ctx->clipped = ctx->clipStack.back().first;
-  ctx->clip = ctx->clipStack.back().second;
-  ctx->clipStack.pop_back();
-}
-
-void SWELL_SetClipRegion(HDC ctx, const RECT* r)
-{
-  if (!ctx) return;
-  ctx->clipped = r != nullptr;
-  if (r) ctx->clip = *r;
-}
-
 namespace
 {
 HFONT CreateFontFn(int height, int weight, bool italic, const char* face)
 {
   return CreateFont(height, 0, 0, 0, weight, italic, 0, 0, 0, 0, 0, 0, 0, face);
 }
-void DeleteObjectFn(HGDIOBJ obj) { DeleteObject(obj); }
-void SetTextColorFn(HDC ctx, int c) { SetTextColor(ctx, c); }
-void SetBkColorFn(HDC ctx, int c) { SetBkColor(ctx, c); }
-void SetBkModeFn(HDC ctx, int m) { SetBkMode(ctx, m); }
 
-const LICE_GfxBackend kBackend = {CreateFontFn,
-                                  SWELL_CreateMemContext,
-                                  SWELL_DeleteGfxContext,
-                                  SWELL_GetCtxFrameBuffer,
-                                  SelectObject,
-                                  DeleteObjectFn,
-                                  SetTextColorFn,
-                                  SetBkColorFn,
-                                  SetBkModeFn,
-                                  GetTextMetrics,
-                                  SWELL_DrawText,
-                                  SWELL_PushClipRegion,
-                                  SWELL_PopClipRegion,
-                                  SWELL_SetClipRegion};
+const LICE_GfxBackend kBackend = {
+    CreateFontFn,   LICE_CreateMemContext,    LICE_DeleteMemContext,  LICE_MemContextBits,   LICE_MemContextSelect,
+    DeleteObject,   LICE_MemContextTextColor, LICE_MemContextBkColor, LICE_MemContextBkMode, GetTextMetrics,
+    SWELL_DrawText, LICE_MemContextPushClip,  LICE_MemContextPopClip, LICE_MemContextSetClip};
 } // namespace
 
 void SWELL_InstallGfxBackend() { LICE_SetGfxBackend(&kBackend); }
