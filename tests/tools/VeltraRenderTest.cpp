@@ -175,6 +175,23 @@ TEST_F(VeltraRender, EveryBlockSizeGivesTheSameFileWithBendsBetweenBlockStarts)
       << "the last event at tick 576 lies 1.2 s in at the new tempo";
 }
 
+TEST_F(VeltraRender, AnEventHalfWayBetweenTwoSamplesSoundsAtTheLaterOne)
+{
+  // At 480 ticks a quarter and 120 beats a minute, tick 56 lies at 2572.5
+  // samples; tempo events every 8 ticks (all at the same tempo) cut the time
+  // into the steps that once added up to just below the half.
+  Bytes a = {0, 0x90, 60, 100};
+  for (int k = 0; k < 7; ++k) a.insert(a.end(), {(unsigned char)(k ? 8 : 0), 0xFF, 0x51, 3, 0x07, 0xA1, 0x20});
+  a.insert(a.end(), {8, 0xE0, 0, 0x50, 0x87, 0x08, 0x80, 60, 0, 0, 0xFF, 0x2F, 0});
+  // The same notes on exact samples: 441 ticks of 10 ms quarters are one
+  // tick a sample, the wheel at 2573 and the note-off at 44100.
+  const Bytes b = {0,    0xFF, 0x51, 3,    0,    0x27, 0x10, 0,  0x90, 60, 100,  0x94, 0x0D,
+                   0xE0, 0,    0x50, 0x82, 0xC4, 0x37, 0x80, 60, 0,    0,  0xFF, 0x2F, 0};
+  ASSERT_EQ(Render({"-q", Write("a.mid", Smf(0, 480, {a})), Path("a.wav")}).status, 0);
+  ASSERT_EQ(Render({"-q", Write("b.mid", Smf(0, 441, {b})), Path("b.wav")}).status, 0);
+  EXPECT_TRUE(Read(Path("a.wav")) == Read(Path("b.wav"))) << "the wheel at 2572.5 sounds at 2573";
+}
+
 TEST_F(VeltraRender, IntegerFormatsRoundToNearestAlikeInWavAndFlac)
 {
   const std::string mid = Write("a.mid", OneSecondOf69());

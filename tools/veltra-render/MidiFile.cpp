@@ -106,7 +106,7 @@ bool ReadTrack(Reader r, int track, std::vector<RawEvent>* out, std::string* err
         if (len != 3) return Fail(error, where + "tempo event of the wrong length");
         const int tempo = (data[0] << 16) | (data[1] << 8) | data[2];
         if (tempo == 0) return Fail(error, where + "tempo of 0 microseconds a quarter note");
-        out->push_back({tick, tempo, {0, 0, 0, 0}});
+        out->push_back({tick, tempo, {0, 0, 0, 0, 0, 0}});
       }
       continue;
     }
@@ -127,7 +127,7 @@ bool ReadTrack(Reader r, int track, std::vector<RawEvent>* out, std::string* err
       if (!r.Byte(&d[i])) return Fail(error, where + "truncated channel message");
       if (d[i] & 0x80) return Fail(error, where + "data byte above 127");
     }
-    out->push_back({tick, -1, {0, status, d[0], d[1]}});
+    out->push_back({tick, -1, {0, status, d[0], d[1], 0, 0}});
   }
   return true; // a track without its end marker ends with its data
 }
@@ -190,7 +190,10 @@ bool ReadMidiFile(const unsigned char* data, size_t size, std::vector<MidiFileEv
   // Tracks are merged by time; equal times keep file order.
   std::stable_sort(raw.begin(), raw.end(), [](const RawEvent& a, const RawEvent& b) { return a.mTick < b.mTick; });
 
-  double secondsPerTick;
+  // Times are kept exact: a tick lasts num / den seconds, and each event's
+  // time is a whole number of 1 / den seconds, so that rounding to samples
+  // never depends on how floating-point errors add up over a long file.
+  uint64_t tickNum, den;
   const bool smpte = division & 0x8000;
   if (smpte)
   {
@@ -200,25 +203,31 @@ bool ReadMidiFile(const unsigned char* data, size_t size, std::vector<MidiFileEv
       return Fail(error,
                   "SMPTE division of " + std::to_string(fps) + " frames a second (only 24, 25, 29 and 30 exist)");
     if (!perFrame) return Fail(error, "SMPTE division of 0 ticks a frame");
-    secondsPerTick = 1.0 / ((fps == 29 ? 29.97 : fps) * perFrame);
+    // 29 stands for 29.97 frames a second: 100 / 2997 seconds a frame.
+    tickNum = fps == 29 ? 100 : 1;
+    den = (uint64_t)(fps == 29 ? 2997 : fps) * (uint64_t)perFrame;
   }
   else
   {
-    secondsPerTick = 500000.0 / 1e6 / division; // 120 beats a minute until a tempo event
+    tickNum = 500000; // microseconds a quarter note: 120 beats a minute until a tempo event
+    den = (uint64_t)division * 1000000;
   }
   uint64_t lastTick = 0;
-  double seconds = 0.0;
+  unsigned __int128 time = 0;
   for (const RawEvent& e : raw)
   {
-    seconds += (double)(e.mTick - lastTick) * secondsPerTick;
+    time += (unsigned __int128)(e.mTick - lastTick) * tickNum;
+    if (time >> 63) return Fail(error, "events too far apart in time to render");
     lastTick = e.mTick;
     if (e.mTempo >= 0)
     {
-      if (!smpte) secondsPerTick = e.mTempo / 1e6 / division;
+      if (!smpte) tickNum = (uint64_t)e.mTempo;
       continue;
     }
     MidiFileEvent ev = e.mEvent;
-    ev.mSeconds = seconds;
+    ev.mTime = (uint64_t)time;
+    ev.mTimeUnits = den;
+    ev.mSeconds = (double)ev.mTime / (double)den;
     events->push_back(ev);
   }
   return true;

@@ -3,7 +3,6 @@
 // tempo changes honoured, running status. Refuses malformed files with a
 // reason instead of guessing.
 
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -15,15 +14,19 @@ struct MidiFileEvent
   uint8_t mStatus; // a channel message: 0x80 to 0xEF
   uint8_t mData1;
   uint8_t mData2;
+  uint64_t mTime;      // mSeconds exactly, in units of 1 / mTimeUnits seconds
+  uint64_t mTimeUnits; // units a second (the same for every event of a file)
 };
 
 // Fills events with every channel message, in time order (file order for
 // equal times: track by track). False with a reason on a malformed file.
 bool ReadMidiFile(const unsigned char* data, size_t size, std::vector<MidiFileEvent>* events, std::string* error);
 
-// The sample at which an event sounds: its time at the sample rate, rounded
-// half up. The renderer and every host of the plug-in in the tests use it.
-inline long long MidiEventSample(const MidiFileEvent& e, double rate)
+// The sample at which an event sounds: its exact time at the sample rate,
+// rounded half up (an event half-way between two samples sounds at the
+// later one). The renderer and every host of the plug-in in the tests use it.
+inline long long MidiEventSample(const MidiFileEvent& e, long long rate)
 {
-  return (long long)std::floor(e.mSeconds * rate + 0.5);
+  const unsigned __int128 units = e.mTimeUnits ? e.mTimeUnits : 1;
+  return (long long)(((unsigned __int128)e.mTime * (unsigned long long)rate * 2 + units) / (units * 2));
 }
