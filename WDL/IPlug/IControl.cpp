@@ -42,11 +42,7 @@ void IControl::SetDirty(bool pushParamToPlug)
   if (mNameDisplayControl) mNameDisplayControl->SetTextFromPlug(param->GetNameForHost());
 }
 
-void IControl::SetClean()
-{
-  mDirty = mRedraw;
-  mRedraw = false;
-}
+void IControl::SetClean() { mDirty.Exchange(mRedraw.Exchange(false)); }
 
 void IControl::SetValueFromPlug(double value)
 {

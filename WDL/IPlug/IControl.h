@@ -40,6 +40,10 @@ public:
   IRelaxed& operator-=(T d) { return *this = Get() - d; }
   operator T() const { return Get(); }
   T Get() const { return mV.load(std::memory_order_relaxed); }
+  // Swaps in a value and returns the one it replaced, in one step that
+  // orders the reads after it: nothing written by another thread between the
+  // read and the write is lost.
+  T Exchange(T v) { return mV.exchange(v, std::memory_order_seq_cst); }
 
 private:
   std::atomic<T> mV;
@@ -87,7 +91,9 @@ public:
   // Bounds the value to the clamps and marks the control; with push, and a
   // parameter, the value goes to the plug-in (which takes its mutex).
   virtual void SetDirty(bool pushParamToPlug = true);
-  // GUI thread, after drawing: one step down from dirty.
+  // GUI thread, just before drawing: takes the dirty flag in one step (it
+  // stays set for one more frame after a Redraw), so that a change another
+  // thread makes while the control is drawn marks it for the next frame.
   virtual void SetClean();
   virtual bool IsDirty() { return mDirty; }
   virtual void OnGUIIdle() {}

@@ -179,20 +179,24 @@ bool IGraphics::Draw(IRECT* rect)
   const int n = mControls.GetSize();
   if (!n) return true;
 
+  // A control's dirty flag is taken before it is drawn, so that a change
+  // made meanwhile by the MIDI or audio thread keeps it dirty for the next
+  // frame. Only controls that lie wholly in the rectangle going to the
+  // screen are taken; any other stays dirty until a frame covers it.
   if (mStrict)
   {
     mDrawRECT = *rect;
     for (int i = 0; i < n; ++i)
     {
       IControl* c = mControls.Get(i);
+      if (rect->Contains(c->GetRECT())) c->SetClean();
       if (!c->IsHidden() && rect->Intersects(c->GetRECT())) c->Draw(this);
-      c->SetClean();
     }
   }
   else
   {
     IControl* bg = mControls.Get(0);
-    if (bg->IsDirty())
+    if (bg->IsDirty() && rect->Contains(bg->GetRECT()))
     {
       // Everything over the background: hidden controls other than the
       // background are skipped and stay dirty.
@@ -201,8 +205,8 @@ bool IGraphics::Draw(IRECT* rect)
       {
         IControl* c = mControls.Get(i);
         if (i && c->IsHidden()) continue;
-        c->Draw(this);
         c->SetClean();
+        c->Draw(this);
       }
     }
     else
@@ -211,7 +215,8 @@ bool IGraphics::Draw(IRECT* rect)
       for (int i = 1; i < n; ++i)
       {
         IControl* dirty = mControls.Get(i);
-        if (!dirty->IsDirty()) continue;
+        if (!dirty->IsDirty() || !rect->Contains(dirty->GetRECT())) continue;
+        dirty->SetClean();
         mDrawRECT = dirty->GetRECT();
         for (int j = 0; j < n; ++j)
         {
@@ -219,7 +224,6 @@ bool IGraphics::Draw(IRECT* rect)
           if (c->IsHidden()) continue;
           if (j == i || c->GetRECT().Intersects(mDrawRECT)) c->Draw(this);
         }
-        dirty->SetClean();
       }
     }
   }

@@ -147,6 +147,7 @@ struct IRECT
   bool operator!=(const IRECT& o) const { return !(*this == o); }
 
   bool Contains(int x, int y) const { return !Empty() && x >= L && x < R && y >= T && y < B; }
+  bool Contains(const IRECT& o) const { return !Empty() && o.L >= L && o.R <= R && o.T >= T && o.B <= B; }
   // Lopsided on purpose: this rectangle's right or bottom edge touching the
   // other's left or top counts, the mirror case does not.
   bool Intersects(const IRECT& o) const { return !Empty() && !o.Empty() && R >= o.L && L < o.R && B >= o.T && T < o.B; }

@@ -5,7 +5,9 @@
 
 #include "TestGraphics.h"
 
+#include <functional>
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace
 {
@@ -20,7 +22,9 @@ public:
   bool Draw(IGraphics* g) override
   {
     ++mDraws;
-    return g->FillIRect(&mColor, &mRECT);
+    const bool ok = g->FillIRect(&mColor, &mRECT);
+    if (mDuringDraw) std::exchange(mDuringDraw, nullptr)();
+    return ok;
   }
   void OnMouseDown(int x, int y, IMouseMod* mod) override
   {
@@ -39,6 +43,7 @@ public:
     return mTakesKeys;
   }
   IColor mColor;
+  std::function<void()> mDuringDraw; // once, as another thread might
   int mDraws = 0;
   bool mTakesKeys = true;
   std::vector<std::string> mEvents;
@@ -170,6 +175,15 @@ TEST(Graphics, AnIdlePanelDrawsNothingAndDirtyControlsShareOneRectangle)
   EXPECT_EQ(rig.gui->mLastScreenRect, r);
   EXPECT_TRUE(rig.Frame()) << "a value change keeps a control dirty for a second frame";
   EXPECT_FALSE(rig.Frame());
+
+  // The MIDI thread lights a key, or the audio thread moves a meter, while
+  // that very control is being drawn: the next frame draws it again.
+  meter->mDuringDraw = [&] { meter->SetDirty(false); };
+  meter->SetDirty(false);
+  EXPECT_TRUE(rig.Frame());
+  const int before = meter->mDraws;
+  EXPECT_TRUE(rig.Frame()) << "a change made during the drawing is not lost";
+  EXPECT_EQ(meter->mDraws, before + 1);
 }
 
 TEST(Graphics, AHiddenControlLeavesWhatLiesBelowItOnTheSurface)
