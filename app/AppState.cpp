@@ -36,6 +36,29 @@ AppState::AppState()
   mMidiOutChan = 0;
 }
 
+AppState::AppState(const AppState& o) : AppState() { *this = o; }
+
+AppState& AppState::operator=(const AppState& o)
+{
+  if (this == &o) return *this;
+  mAudioDriverType = o.mAudioDriverType;
+  memcpy(mAudioInDev, o.mAudioInDev, sizeof(mAudioInDev));
+  memcpy(mAudioOutDev, o.mAudioOutDev, sizeof(mAudioOutDev));
+  memcpy(mAudioSR, o.mAudioSR, sizeof(mAudioSR));
+  memcpy(mAudioIOVS, o.mAudioIOVS, sizeof(mAudioIOVS));
+  memcpy(mAudioSigVS, o.mAudioSigVS, sizeof(mAudioSigVS));
+  mAudioInChanL = o.mAudioInChanL;
+  mAudioInChanR = o.mAudioInChanR;
+  mAudioOutChanL = o.mAudioOutChanL;
+  mAudioOutChanR = o.mAudioOutChanR;
+  __atomic_store_n(&mAudioInIsMono, o.mAudioInIsMono, __ATOMIC_RELAXED);
+  memcpy(mMidiInDev, o.mMidiInDev, sizeof(mMidiInDev));
+  memcpy(mMidiOutDev, o.mMidiOutDev, sizeof(mMidiOutDev));
+  __atomic_store_n(&mMidiInChan, o.mMidiInChan, __ATOMIC_RELAXED);
+  __atomic_store_n(&mMidiOutChan, o.mMidiOutChan, __ATOMIC_RELAXED);
+  return *this;
+}
+
 bool AudioSettingsInStateAreEqual(const AppState* a, const AppState* b)
 {
   return a->mAudioDriverType == b->mAudioDriverType && !strcmp(a->mAudioInDev, b->mAudioInDev) &&

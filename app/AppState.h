@@ -20,10 +20,14 @@ struct AppState
   uint16_t mAudioInIsMono; // read by the audio thread without a lock
   char mMidiInDev[100];
   char mMidiOutDev[100];
-  uint16_t mMidiInChan; // read by the MIDI thread without a lock
-  uint16_t mMidiOutChan;
+  uint16_t mMidiInChan;  // read by the MIDI thread without a lock
+  uint16_t mMidiOutChan; // read by the instrument's MIDI output without a lock
 
   AppState();
+  AppState(const AppState& o);
+  // Field by field; the three fields that other threads read are stored one
+  // word at a time, so that restoring the settings never races them.
+  AppState& operator=(const AppState& o);
 };
 
 bool AudioSettingsInStateAreEqual(const AppState* a, const AppState* b);

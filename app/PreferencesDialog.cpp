@@ -343,7 +343,9 @@ void OnCommand(HWND dlg, int id, int code)
         __atomic_store_n(&gState->mMidiInChan, (uint16_t)Selection(dlg, id), __ATOMIC_RELAXED);
       return;
     case IDC_COMBO_MIDI_OUT_CHAN:
-      if (Selection(dlg, id) >= 0) gState->mMidiOutChan = (uint16_t)Selection(dlg, id);
+      // The instrument's MIDI output reads it, one word at a time.
+      if (Selection(dlg, id) >= 0)
+        __atomic_store_n(&gState->mMidiOutChan, (uint16_t)Selection(dlg, id), __ATOMIC_RELAXED);
       return;
     default:
       break;

@@ -57,6 +57,14 @@ int IKeyboardControl::GetMouseKey(int x, int y)
   return key + octave * 12;
 }
 
+void IKeyboardControl::Press(int key)
+{
+  mKey = key;
+  const int velocity = 1 + (int)(mVelocity * 126.0 + 0.5);
+  mPress = (key + 1) | (velocity << 16);
+  SetDirty(true);
+}
+
 bool IKeyboardControl::KeyIsDown(int key) { return key == mKey || ((VELTRA*)mPlug)->GetKeyStatus(key + mMinNote); }
 
 void IKeyboardControl::OnMouseDown(int x, int y, IMouseMod* mod)
@@ -66,8 +74,7 @@ void IKeyboardControl::OnMouseDown(int x, int y, IMouseMod* mod)
   if (key == mKey) return;
   // A note held from MIDI can't be taken by the mouse.
   if (((VELTRA*)mPlug)->GetKeyStatus(key + mMinNote)) return;
-  mKey = key;
-  SetDirty(true);
+  Press(key);
 }
 
 void IKeyboardControl::OnMouseDrag(int x, int y, int, int, IMouseMod* mod) { OnMouseDown(x, y, mod); }
@@ -75,8 +82,7 @@ void IKeyboardControl::OnMouseDrag(int x, int y, int, int, IMouseMod* mod) { OnM
 void IKeyboardControl::OnMouseUp(int, int, IMouseMod*)
 {
   if (mKey < 0) return;
-  mKey = -1;
-  SetDirty(true);
+  Press(-1);
 }
 
 bool IKeyboardControl::Draw(IGraphics* graphics)

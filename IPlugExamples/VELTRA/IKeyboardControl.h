@@ -16,15 +16,19 @@ public:
   IKeyboardControl(IPlugBase* plug, int x, int y, int minNote, int nOctaves, const IBitmap& regularKeys,
                    const IBitmap& sharpKey, const int* keyCoords);
 
-  // Audio thread, one word each, without a lock.
-  int GetKey() const override { return mKey; }
-  // 1 at the top of a key, 127 at its bottom.
-  int GetVelocity() const override { return 1 + (int)(mVelocity * 126.0 + 0.5); }
+  // Audio thread, one word, without a lock. The velocity is 1 at the top of
+  // a key and 127 at its bottom.
+  KeyPress GetKeyPress() const override
+  {
+    const int word = mPress;
+    return {(word & 0xFFFF) - 1, word >> 16};
+  }
   // MIDI thread: the keys held by MIDI are drawn at the next frame.
   void KeyTableChanged() override { SetDirty(false); }
 
   // GUI thread. The key under a point (0 from the lowest key; the top key
-  // is mNumKeys), or -1; sets the velocity from the press height.
+  // is mNumKeys), or -1; sets the velocity that a press there plays from its
+  // height.
   int GetMouseKey(int x, int y);
   void OnMouseDown(int x, int y, IMouseMod* mod) override;
   // A drag plays a glissando; off the keys it ends the note.
@@ -38,14 +42,18 @@ public:
 
 private:
   bool KeyIsDown(int key);
+  // Publishes the held key (-1 for none) with the last measured velocity.
+  void Press(int key);
 
   IBitmap mRegularKeys;
   IBitmap mSharpKey;
   int mKeyCoords[12];
   int mOctaveWidth;
   int mNumOctaves;
-  IRelaxed<int> mKey = -1;
+  int mKey = -1; // GUI thread; the sound reads mPress
+  // The key plus one in the low 16 bits, the velocity above.
+  IRelaxed<int> mPress = 0;
   int mMinNote;
   int mNumKeys;
-  IRelaxed<double> mVelocity = 0.0;
+  double mVelocity = 0.0; // 0 at the top of a key, 1 at its bottom
 };

@@ -20,9 +20,16 @@ class IScreenKeyboard
 public:
   virtual ~IScreenKeyboard() {}
   // Audio thread, once a block, without a lock: the key held with the mouse
-  // (-1 for none) and its velocity.
-  virtual int GetKey() const = 0;
-  virtual int GetVelocity() const = 0;
+  // (-1 for none) and its velocity, read together in one word, so that a
+  // new key never sounds with the velocity of the one before.
+  struct KeyPress
+  {
+    int key;
+    int velocity;
+  };
+  virtual KeyPress GetKeyPress() const = 0;
+  int GetKey() const { return GetKeyPress().key; }
+  int GetVelocity() const { return GetKeyPress().velocity; }
   // MIDI thread, under the plug-in's mutex: the key table changed, the
   // keyboard is drawn again.
   virtual void KeyTableChanged() = 0;
@@ -250,8 +257,10 @@ private:
   template<class Send>
   void FollowScreenKey(int* last, Send send)
   {
-    const int key = mKeyboard ? mKeyboard->GetKey() : -1;
-    if (!mKeyboard || key == *last) return;
+    if (!mKeyboard) return;
+    const IScreenKeyboard::KeyPress press = mKeyboard->GetKeyPress();
+    const int key = press.key;
+    if (key == *last) return;
     IMidiMsg msg;
     if (*last >= 0)
     {
@@ -261,7 +270,7 @@ private:
     *last = key;
     if (key >= 0)
     {
-      msg.MakeNoteOnMsg(key + 48, mKeyboard->GetVelocity(), 0, 0);
+      msg.MakeNoteOnMsg(key + 48, press.velocity, 0, 0);
       send(&msg);
     }
   }

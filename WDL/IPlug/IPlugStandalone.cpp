@@ -31,7 +31,8 @@ bool IPlugStandalone::SendMidiMsg(IMidiMsg* msg)
 {
   if (!DoesMIDI()) return false;
   IMidiMsg copy = *msg;
-  const unsigned short chan = mMidiOutChan ? *mMidiOutChan : 0;
+  // Set by the settings dialog while the sound runs: one word, read once.
+  const unsigned short chan = mMidiOutChan ? __atomic_load_n(mMidiOutChan, __ATOMIC_RELAXED) : 0;
   if (chan > 0) copy.mStatus = (uint8_t)((chan - 1) | (copy.StatusMsg() << 4));
   // Always three bytes, also for messages with fewer data bytes.
   const unsigned char bytes[3] = {copy.mStatus, copy.mData1, copy.mData2};

@@ -83,14 +83,22 @@ TEST(Keyboard, KeysUnderThePointerWithTheirVelocity)
   Keys k;
   EXPECT_EQ(k.r, IRECT(180, 269, 760, 379)) << "four octaves and the top key of 20-pixel white keys";
   IKeyboardControl* kb = k.keyboard;
+  // The velocity that a press plays, from its height; key and velocity are
+  // read together.
+  auto press = [&](int x, int y)
+  {
+    IMouseMod left = Left();
+    kb->OnMouseDown(x, y, &left);
+    const IScreenKeyboard::KeyPress p = kb->GetKeyPress();
+    kb->OnMouseUp(x, y, &left);
+    return std::make_pair(p.key, p.velocity);
+  };
   // Upper zone, in the gap between C# (12..24) and D# (36..48): white D.
-  EXPECT_EQ(kb->GetMouseKey(k.r.L + 30, k.r.T + 10), 2);
-  EXPECT_EQ(kb->GetVelocity(), 1 + (int)(10.0 / 110.0 * 126 + 0.5)) << "measured on the whole key height";
+  EXPECT_EQ(press(k.r.L + 30, k.r.T + 10), std::make_pair(2, 1 + (int)(10.0 / 110.0 * 126 + 0.5)))
+      << "measured on the whole key height";
   // Black key 1 at its very top and at its last row.
-  EXPECT_EQ(kb->GetMouseKey(k.r.L + 12, k.r.T), 1);
-  EXPECT_EQ(kb->GetVelocity(), 1);
-  EXPECT_EQ(kb->GetMouseKey(k.r.L + 23, k.r.T + 67), 1);
-  EXPECT_EQ(kb->GetVelocity(), 1 + (int)(67.0 / 68.0 * 126 + 0.5));
+  EXPECT_EQ(press(k.r.L + 12, k.r.T), std::make_pair(1, 1));
+  EXPECT_EQ(press(k.r.L + 23, k.r.T + 67), std::make_pair(1, 1 + (int)(67.0 / 68.0 * 126 + 0.5)));
   // Right of a black key's last column is no longer that key.
   EXPECT_EQ(kb->GetMouseKey(k.r.L + 24, k.r.T + 5), 2);
   // A sharp in a higher octave, the top key, and outside.
