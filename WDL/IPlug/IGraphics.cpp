@@ -5,6 +5,7 @@
 
 #include "IParam.h"
 #include "IPlugBase.h"
+#include "cnumbers.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -416,7 +417,7 @@ void IGraphics::SetFromStringAfterPrompt(IControl* control, IParam* param, const
   }
   else
   {
-    value = atof(text);
+    value = WDL_strtod_c(text);
     if (param->DisplayIsNegated()) value = -value;
   }
   control->SetValueFromUserInput(param->GetNormalized(value));

@@ -1,6 +1,7 @@
 #include "IGraphicsLinux.h"
 
 #include "IGraphicsXlib.h"
+#include "cnumbers.h"
 
 #include "IControl.h"
 #include "IParam.h"
@@ -94,7 +95,7 @@ void AddCss(GtkWidget* w, const std::string& css)
 std::string CssColor(const IColor& c)
 {
   char buf[64];
-  snprintf(buf, sizeof(buf), "rgba(%d,%d,%d,%.3f)", c.R, c.G, c.B, c.A / 255.0);
+  WDL_snprintf_c(buf, sizeof(buf), "rgba(%d,%d,%d,%.3f)", c.R, c.G, c.B, c.A / 255.0);
   return buf;
 }
 } // namespace

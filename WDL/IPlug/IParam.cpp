@@ -1,5 +1,6 @@
 #include "IParam.h"
 
+#include "cnumbers.h"
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -114,7 +115,7 @@ void IParam::GetDisplayForHost(double value, bool normalized, char* rDisplay, bo
   if (mDisplayPrecision == 0)
     sprintf(rDisplay, "%d", (int)value);
   else
-    sprintf(rDisplay, "%.*f", mDisplayPrecision, value);
+    WDL_snprintf_c(rDisplay, 32, "%.*f", mDisplayPrecision, value);
 }
 
 const char* IParam::GetDisplayText(int value) const

@@ -52,6 +52,7 @@ public:
   double GetShape() const { return mShape; }
   int GetDisplayPrecision() const { return mDisplayPrecision; }
 
+  // rDisplay holds at least 32 characters; numbers use "." whatever the locale.
   void GetDisplayForHost(double value, bool normalized, char* rDisplay, bool withDisplayText = true) const;
   void GetDisplayForHost(char* rDisplay) const { GetDisplayForHost(mValue, false, rDisplay, true); }
   void GetDisplayForHostNoDisplayText(char* rDisplay) const { GetDisplayForHost(mValue, false, rDisplay, false); }

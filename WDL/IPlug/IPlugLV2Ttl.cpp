@@ -2,6 +2,7 @@
 
 #include "Base64.h"
 #include "IPlugLV2Ports.h"
+#include "cnumbers.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -32,7 +33,7 @@ const char* const kPrefixes = "@prefix atom: <http://lv2plug.in/ns/ext/atom#> .\
 std::string Number(double v)
 {
   char buf[40];
-  snprintf(buf, sizeof(buf), "%.9g", v);
+  WDL_snprintf_c(buf, sizeof(buf), "%.9g", v);
   std::string s = buf;
   // Turtle's decimals and doubles both need digits on each side of a point.
   if (s.find_first_of(".e") == std::string::npos) s += ".0";

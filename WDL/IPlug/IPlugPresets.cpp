@@ -4,6 +4,7 @@
 
 #include "Base64.h"
 #include "IPlugBase.h"
+#include "cnumbers.h"
 
 #include <cassert>
 #include <cstdarg>
@@ -253,7 +254,7 @@ void IPlugBase::DumpPresetSrcCode(const char* filename, const char** paramEnumNa
       snprintf(value, sizeof(value), "%d", param->Int());
       break;
     default:
-      snprintf(value, sizeof(value), "%.6f", param->Value());
+      WDL_snprintf_c(value, sizeof(value), "%.6f", param->Value());
       break;
     }
     fprintf(fp, ",\n    %s, %s", paramEnumNames[i], value);

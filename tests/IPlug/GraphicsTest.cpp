@@ -5,6 +5,7 @@
 
 #include "TestGraphics.h"
 
+#include <clocale>
 #include <functional>
 #include <gtest/gtest.h>
 #include <utility>
@@ -417,4 +418,28 @@ TEST(Graphics, TextIsAlignedInItsRectangleAndFontsAreSharedAcrossColours)
   IText unused(31);
   EXPECT_TRUE(rig.gui->DrawIText(&unused, "", &measured));
   EXPECT_EQ(unused.mCached, nullptr) << "an empty text makes no font";
+}
+
+TEST(Graphics, NumbersReadAndWriteWithAPointUnderAGermanLocale)
+{
+  // GTK puts the user's locale in force; under de_DE the C library writes
+  // "0,50" and reads "0.5" as 0.
+  const std::string was = setlocale(LC_ALL, nullptr);
+  ASSERT_NE(setlocale(LC_ALL, "de_DE.UTF-8"), nullptr) << "the de_DE.UTF-8 locale is installed (locales-all)";
+  GuiRig rig;
+  Probe* gain = new Probe(&rig.plug, IRECT(0, 0, 40, 20), GuiPlug::kGain);
+  gain->SetDisablePrompt(false);
+  rig.gui->AttachControl(gain);
+  rig.Attach();
+
+  gain->PromptUserInput();
+  rig.gui->mEdText.clear();
+  rig.gui->Type("-2.5");
+  rig.gui->ConfirmTextEntry();
+  const double typed = rig.Param(GuiPlug::kGain);
+  char shown[32];
+  rig.plug.GetParam(GuiPlug::kGain)->GetDisplayForHost(shown);
+  setlocale(LC_ALL, was.c_str());
+  EXPECT_EQ(typed, -2.5);
+  EXPECT_STREQ(shown, "-2.5");
 }
