@@ -6,6 +6,7 @@
 #include "IControl.h"
 #include "IParam.h"
 #include "IPlugBase.h"
+#include "swell-appmain.h"
 #include "swell-wnd.h"
 
 #include <algorithm>
@@ -24,7 +25,9 @@ namespace
 struct MenuRun
 {
   GMainLoop* loop = nullptr;
+  GtkWidget* shell = nullptr;
   IPopupMenu* chosen = nullptr;
+  bool cancelled = false;
 };
 
 void OnMenuItem(GtkMenuItem* item, gpointer data)
@@ -473,6 +476,7 @@ IPopupMenu* IGraphicsLinux::CreateIPopupMenu(IPopupMenu* menu, IRECT* rect)
   if (!mView || !menu || !gtk_widget_get_window(mView)) return nullptr;
   MenuRun run;
   GtkWidget* shell = MakeGtkMenu(menu, &run);
+  run.shell = shell;
   gtk_menu_attach_to_widget(GTK_MENU(shell), mView, nullptr);
   g_signal_connect(shell, "deactivate", G_CALLBACK(OnMenuDone), &run);
   GdkRectangle at = {rect->L, rect->B + 5, 1, 1};
@@ -482,14 +486,23 @@ IPopupMenu* IGraphicsLinux::CreateIPopupMenu(IPopupMenu* menu, IRECT* rect)
   if (trigger) gdk_event_free(trigger);
   // The choice comes back to the caller: a loop of our own runs until the
   // menu closes.
-  if (gtk_widget_get_visible(shell))
+  if (gtk_widget_get_visible(shell) && !SWELL_IsEnding())
   {
     run.loop = g_main_loop_new(nullptr, FALSE);
+    // An end of the application closes the menu with nothing chosen.
+    SWELL_ModalLoop modal(
+        [](void* r)
+        {
+          MenuRun* menuRun = (MenuRun*)r;
+          menuRun->cancelled = true;
+          gtk_menu_shell_cancel(GTK_MENU_SHELL(menuRun->shell));
+        },
+        &run);
     g_main_loop_run(run.loop);
     g_main_loop_unref(run.loop);
   }
   gtk_widget_destroy(shell);
-  return run.chosen;
+  return run.cancelled ? nullptr : run.chosen;
 }
 
 void IGraphicsLinux::CreateTextEntry(IControl* control, IText* text, IRECT* rect, const char* str, IParam* param)
@@ -613,7 +626,7 @@ void IGraphicsLinux::PromptForFile(WDL_String* fileName, EFileAction action, WDL
   }
 
   std::string chosen;
-  while (gtk_dialog_run(GTK_DIALOG(dlg)) == GTK_RESPONSE_ACCEPT)
+  while (SWELL_RunGtkDialog(dlg) == GTK_RESPONSE_ACCEPT)
   {
     gchar* path = gtk_file_chooser_get_filename(chooser);
     chosen = path ? path : "";

@@ -16,6 +16,7 @@ GMainLoop* sLoop = nullptr;
 SWELLAppMainProc sAppMain = nullptr;
 bool sHasDisplay = false;
 bool sQuitGranted = false;
+SWELL_ModalLoop* sInnermost = nullptr;
 
 // The platform asks to terminate: the application may refuse with a result
 // of 1 or more.
@@ -23,8 +24,11 @@ void RequestTermination()
 {
   if (sAppMain && sAppMain(APPMSG_SHOULD_TERMINATE, 0, 0) >= 1) return;
   sQuitGranted = true;
+  SWELL_EndModalLoops();
   if (sLoop) g_main_loop_quit(sLoop);
 }
+
+void EndGtkDialog(void* dialog) { gtk_dialog_response(GTK_DIALOG(dialog), GTK_RESPONSE_CANCEL); }
 
 gboolean OnTerminationSignal(gpointer)
 {
@@ -32,6 +36,30 @@ gboolean OnTerminationSignal(gpointer)
   return G_SOURCE_CONTINUE;
 }
 } // namespace
+
+void SWELL_EndModalLoops()
+{
+  // Each end only asks its loop to return; the loops unwind afterwards,
+  // innermost first, as the stack of calls returns.
+  for (SWELL_ModalLoop* m = sInnermost; m; m = m->mOuter) m->mEnd(m->mData);
+}
+
+SWELL_ModalLoop::SWELL_ModalLoop(void (*end)(void*), void* data) : mEnd(end), mData(data), mOuter(sInnermost)
+{
+  sInnermost = this;
+}
+
+SWELL_ModalLoop::~SWELL_ModalLoop() { sInnermost = mOuter; }
+
+bool SWELL_IsEnding() { return sQuitGranted; }
+
+int SWELL_RunGtkDialog(void* gtkDialog)
+{
+  if (sQuitGranted) return GTK_RESPONSE_CANCEL;
+  SWELL_ModalLoop modal(EndGtkDialog, gtkDialog);
+  const int response = gtk_dialog_run(GTK_DIALOG(gtkDialog));
+  return sQuitGranted ? GTK_RESPONSE_CANCEL : response;
+}
 
 bool SWELL_HasDisplay() { return sHasDisplay; }
 

@@ -38,3 +38,36 @@ bool SWELL_HasDisplay();
 void SWELL_PostQuitMessage(void* obj);
 
 extern bool g_swell_terminating;
+
+// Main thread. A loop nested in the application's own (a modal dialog, a
+// popup menu, a file chooser) lives inside one of these. When the
+// application is to end (a quit granted, SIGTERM or SIGINT), every nested
+// loop still running is ended through its end(data), innermost first, as if
+// the user had cancelled it, so that the application ends in its usual order
+// instead of waiting for the user to close the dialog.
+class SWELL_ModalLoop
+{
+public:
+  SWELL_ModalLoop(void (*end)(void* data), void* data);
+  ~SWELL_ModalLoop();
+  SWELL_ModalLoop(const SWELL_ModalLoop&) = delete;
+  SWELL_ModalLoop& operator=(const SWELL_ModalLoop&) = delete;
+
+private:
+  void (*mEnd)(void*);
+  void* mData;
+  SWELL_ModalLoop* mOuter;
+  friend void SWELL_EndModalLoops();
+};
+
+// Ends every nested loop that is running.
+void SWELL_EndModalLoops();
+
+// True once the application is to end: a new nested loop is not started
+// (its caller gets the answer of a cancel).
+bool SWELL_IsEnding();
+
+// Runs a GtkDialog (passed as a pointer to keep this header free of GTK)
+// as gtk_dialog_run does, inside a SWELL_ModalLoop; the response, or
+// GTK_RESPONSE_CANCEL when the application is ending.
+int SWELL_RunGtkDialog(void* gtkDialog);

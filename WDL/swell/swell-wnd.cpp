@@ -329,6 +329,7 @@ INT_PTR SWELL_DialogBox(SWELL_DialogResourceIndex* head, int resid, HWND parent,
 {
   SWELL_DialogResourceIndex* res = FindDialog(head, resid);
   if (!res || (res->windowTypeFlags & 1) || !HaveDisplay()) return -1;
+  if (SWELL_IsEnding()) return IDCANCEL;
   HWND hwnd = MakeWindow(res, parent, proc, param, true);
   SendMessage(hwnd, WM_INITDIALOG, 0, param);
   if (!hwnd->ended)
@@ -337,6 +338,7 @@ INT_PTR SWELL_DialogBox(SWELL_DialogResourceIndex* head, int resid, HWND parent,
     // A loop of its own: the application's loop, with its timers, audio
     // status and panel, goes on underneath.
     hwnd->loop = g_main_loop_new(nullptr, FALSE);
+    SWELL_ModalLoop modal([](void* h) { EndDialog((HWND)h, IDCANCEL); }, hwnd);
     g_main_loop_run(hwnd->loop);
     g_main_loop_unref(hwnd->loop);
     hwnd->loop = nullptr;
@@ -563,7 +565,7 @@ int MessageBox(HWND parent, const char* text, const char* caption, int type)
     gtk_dialog_add_button(GTK_DIALOG(dlg), "_OK", GTK_RESPONSE_OK);
     gtk_dialog_set_default_response(GTK_DIALOG(dlg), GTK_RESPONSE_OK);
   }
-  const int response = gtk_dialog_run(GTK_DIALOG(dlg));
+  const int response = SWELL_RunGtkDialog(dlg);
   gtk_widget_destroy(dlg);
   switch (response)
   {

@@ -100,3 +100,33 @@ TEST(Window, QuitCtrlQAndClosingTheWindowEachEndVeltra)
     EXPECT_FALSE(s.run.recorder.PortsExist("VELTRA:")) << "the stream closed";
   }
 }
+
+// A logout or a session manager ends VELTRA with SIGTERM (a terminal with
+// SIGINT) whatever the user has open: the dialog or menu closes as if
+// cancelled and VELTRA ends as from File > Quit, its settings unchanged.
+TEST(Window, ATerminationSignalEndsEveryOpenDialogOrMenu)
+{
+  for (const char* what : {"Preferences", "Save", "About", "menu"})
+  {
+    SCOPED_TRACE(what);
+    VeltraOnScreen s;
+    ASSERT_EQ(s.Start(), "");
+    const std::string settings = ReadWholeFile(s.run.SettingsPath());
+    const std::vector<unsigned long> before = s.xserver.Windows("");
+    const std::string w = what;
+    if (w == "Preferences")
+      s.ChooseMenuItem("File", 0);
+    else if (w == "Save")
+      s.ChoosePopupItem(450, 240, 0);
+    else if (w == "About")
+      s.ChooseMenuItem("Help", 0);
+    else
+      s.ClickPanel(450, 240);
+    const char* title = w == "Preferences" ? "^Preferences$" : w == "Save" ? "^Save$" : "";
+    ASSERT_NE(s.xserver.WaitForWindow(title, 20.0, before), 0u) << "it opens";
+    Sleep(0.3);
+    ExpectCleanExit(s.run.veltra.StopWith(w == "menu" ? SIGINT : SIGTERM, 5.0), s.run.veltra);
+    EXPECT_FALSE(s.run.recorder.PortsExist("VELTRA:")) << "the stream closed";
+    EXPECT_EQ(ReadWholeFile(s.run.SettingsPath()), settings);
+  }
+}
