@@ -73,11 +73,22 @@ void ReadNumber(const char* section, const char* key, uint16_t def, uint16_t* ou
   *out = (uint16_t)GetPrivateProfileInt(section, key, def, gINIPath); // narrowed to 16 bits
 }
 
+// Set when a write failed; errno of the first failure.
+bool sWriteFailed = false;
+int sWriteError = 0;
+
+void WriteText(const char* section, const char* key, const char* value)
+{
+  if (WritePrivateProfileString(section, key, value, gINIPath) || sWriteFailed) return;
+  sWriteFailed = true;
+  sWriteError = errno;
+}
+
 void WriteNumber(const char* section, const char* key, unsigned int value)
 {
   char buf[32];
   snprintf(buf, sizeof(buf), "%u", value);
-  WritePrivateProfileString(section, key, buf, gINIPath);
+  WriteText(section, key, buf);
 }
 // A fresh name for a kept file: settings.ini.bad, then .bad.1, .bad.2 and
 // so on, opened only if nothing is there yet, so that no kept file is ever
@@ -140,6 +151,14 @@ int LoadSettings()
     UpdateINI();
     return 0;
   }
+  if (!S_ISREG(st.st_mode))
+  {
+    // A folder (or anything but a file) under the settings' name is not
+    // ours to replace: it is left alone, and nothing is saved this run.
+    printf("%s is not a file: VELTRA starts with defaults and saves no settings\n", gINIPath);
+    gINIPath[folder.size()] = 0;
+    return 0;
+  }
 
   KeepUnreadableFile(st.st_size);
   AppState* s = gState;
@@ -168,21 +187,24 @@ void UpdateINI()
   // made) nothing is written anywhere.
   if (!gINIPath || !HaveFile() || !gState) return;
   const AppState* s = gState;
+  sWriteFailed = false;
   WriteNumber("audio", "driver", s->mAudioDriverType);
-  WritePrivateProfileString("audio", "indev", s->mAudioInDev, gINIPath);
-  WritePrivateProfileString("audio", "outdev", s->mAudioOutDev, gINIPath);
+  WriteText("audio", "indev", s->mAudioInDev);
+  WriteText("audio", "outdev", s->mAudioOutDev);
   WriteNumber("audio", "in1", s->mAudioInChanL);
   WriteNumber("audio", "in2", s->mAudioInChanR);
   WriteNumber("audio", "out1", s->mAudioOutChanL);
   WriteNumber("audio", "out2", s->mAudioOutChanR);
   WriteNumber("audio", "monoinput", s->mAudioInIsMono);
-  WritePrivateProfileString("audio", "iovs", s->mAudioIOVS, gINIPath);
-  WritePrivateProfileString("audio", "sigvs", s->mAudioSigVS, gINIPath);
-  WritePrivateProfileString("audio", "sr", s->mAudioSR, gINIPath);
-  WritePrivateProfileString("midi", "indev", s->mMidiInDev, gINIPath);
-  WritePrivateProfileString("midi", "outdev", s->mMidiOutDev, gINIPath);
+  WriteText("audio", "iovs", s->mAudioIOVS);
+  WriteText("audio", "sigvs", s->mAudioSigVS);
+  WriteText("audio", "sr", s->mAudioSR);
+  WriteText("midi", "indev", s->mMidiInDev);
+  WriteText("midi", "outdev", s->mMidiOutDev);
   WriteNumber("midi", "inchan", s->mMidiInChan);
   WriteNumber("midi", "outchan", s->mMidiOutChan);
+  // The old file stays as it was; the user learns why it did not change.
+  if (sWriteFailed) printf("could not save settings to %s: %s\n", gINIPath, strerror(sWriteError));
 }
 
 void FreeSettingsPath()

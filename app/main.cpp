@@ -7,6 +7,7 @@
 #include "VELTRA.h"
 #include "swell-wnd.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 
@@ -47,6 +48,9 @@ int main(int argc, char** argv)
   }
   // Console lines reach a pipe as they are written, not at exit.
   setvbuf(stdout, nullptr, _IOLBF, 0);
+  // A write beyond the file-size limit fails with an error that VELTRA
+  // reports, instead of ending the process.
+  signal(SIGXFSZ, SIG_IGN);
   SilenceAlsaLib();
   // The desktop entry's StartupWMClass names this class, so that docks
   // group the window with its launcher.

@@ -3,6 +3,10 @@
 #include "IGraphics.h"
 #include "IPlugBase.h"
 
+#include <cerrno>
+#include <cstring>
+#include <string>
+
 PresetFunctionsMenu::PresetFunctionsMenu(IPlugBase* plug, IRECT rect, ITextControl* display)
     : IPanelControl(plug, rect, &COLOR_BLUE), mPresetDisplay(display)
 {
@@ -44,22 +48,47 @@ void PresetFunctionsMenu::doPopupMenu()
 
   // The display shows the file part of whatever the dialog returned, also
   // when the file could not be written or read; a cancelled dialog leaves
-  // an empty name, and so an empty display.
+  // an empty name, and so an empty display. A failure is told in a message
+  // box that names the file and the reason, and a folder that could not be
+  // written is not offered again.
   WDL_String fileName;
+  const WDL_String folderBefore(mPreviousPath.Get());
   switch (menu.GetChosenItemIdx())
   {
   case 0:
+  {
     fileName.Set(mPlug->GetPresetName(mPlug->GetCurrentPresetIdx()));
     gui->PromptForFile(&fileName, kFileSave, &mPreviousPath, "fxp");
-    mPlug->SaveProgramAsFXP(&fileName);
+    errno = 0;
+    const bool saved = mPlug->SaveProgramAsFXP(&fileName);
+    const int error = errno;
     mPresetDisplay->SetTextFromPlug(fileName.get_filepart());
+    if (!saved && fileName.GetLength())
+    {
+      mPreviousPath.Set(folderBefore.Get());
+      Tell(gui, "Program not saved", "could not be written", fileName.Get(), error);
+    }
     break;
+  }
   case 2:
+  {
     gui->PromptForFile(&fileName, kFileOpen, &mPreviousPath, "fxp");
-    mPlug->LoadProgramFromFXP(&fileName);
+    errno = 0;
+    const bool loaded = mPlug->LoadProgramFromFXP(&fileName);
+    const int error = errno;
     mPresetDisplay->SetTextFromPlug(fileName.get_filepart());
+    if (!loaded && fileName.GetLength()) Tell(gui, "Program not loaded", "could not be loaded", fileName.Get(), error);
     break;
+  }
   default:
     break;
   }
+}
+
+void PresetFunctionsMenu::Tell(IGraphics* gui, const char* caption, const char* what, const char* path, int error)
+{
+  // Without a system error the file was read but is no program of VELTRA.
+  const std::string text = std::string(path) + " " + what + ": " +
+                           (error ? strerror(error) : "it is not a VELTRA program, or it is damaged") + ".";
+  gui->ShowMessageBox(text.c_str(), caption, 0);
 }

@@ -17,6 +17,9 @@ public:
   const char* GetPreviousPath() const { return mPreviousPath.Get(); }
 
 private:
+  // A message box: "<path> <what>: <reason>." under caption.
+  static void Tell(IGraphics* gui, const char* caption, const char* what, const char* path, int error);
+
   WDL_String mPreviousPath;     // the folder of the last file dialog
   ITextControl* mPresetDisplay; // not owned
 };

@@ -3,8 +3,10 @@
 // is little-endian. GUI thread.
 
 #include "IPlugBase.h"
+#include "replacefile.h"
 #include "wdlcstring.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -86,13 +88,16 @@ int GetHead(const ByteChunk& c, Head* h, int pos)
   return pos;
 }
 
+// Through a temporary file and a rename: a failed write (a full disk, a
+// file-size limit) leaves the old file as it was. errno says why.
 bool WriteFile(const WDL_String* fileName, const ByteChunk& c)
 {
-  if (!fileName || !fileName->GetLength()) return false;
-  FILE* fp = fopen(fileName->Get(), "wb");
-  if (!fp) return false;
-  const bool ok = fwrite(c.GetBytes(), 1, (size_t)c.Size(), fp) == (size_t)c.Size();
-  return fclose(fp) == 0 && ok;
+  if (!fileName || !fileName->GetLength())
+  {
+    errno = ENOENT;
+    return false;
+  }
+  return WDL_ReplaceFile(fileName->Get(), c.GetBytes(), (size_t)c.Size());
 }
 
 bool ReadFile(const WDL_String* fileName, ByteChunk* c)

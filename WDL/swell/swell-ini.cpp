@@ -3,11 +3,13 @@
 #include "assocarray.h"
 #include "mutex.h"
 #include "queue.h"
+#include "replacefile.h"
 
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <sys/file.h>
 #include <sys/stat.h>
 
@@ -164,9 +166,12 @@ iniFileContext* GetFileContext(const char* fn)
   return ctx;
 }
 
-void WriteBackFile(iniFileContext* ctx)
+// The whole file, written beside and renamed over the old one only once it
+// is complete and on the disk. False, with errno, when anything failed: the
+// old file stays as it was and the change lives in the cache only.
+bool WriteBackFile(iniFileContext* ctx)
 {
-  if (!ctx || !ctx->m_curfn) return;
+  if (!ctx || !ctx->m_curfn) return false;
   // "/a/b/settings.ini" is rewritten through "/a/b/.settings.ini.new".
   char tmp[1024];
   lstrcpyn_safe(tmp, ctx->m_curfn, 1016);
@@ -176,26 +181,24 @@ void WriteBackFile(iniFileContext* ctx)
   *part = '.';
   strcat(tmp, ".new");
 
-  FILE* fp = fopen(tmp, "w");
-  if (!fp) return; // the change stays in the cache only
-  flock(fileno(fp), LOCK_EX);
+  std::string text;
   for (int i = 0; i < ctx->m_sections.GetSize(); ++i)
   {
     const char* name = nullptr;
     Section* sec = ctx->m_sections.Enumerate(i, &name);
-    fprintf(fp, "[%s]\n", name);
+    text += std::string("[") + name + "]\n";
     for (int k = 0; sec && k < sec->GetSize(); ++k)
     {
       const char* key = nullptr;
       const char* value = sec->Enumerate(k, &key);
-      if (key && *key) fprintf(fp, "%s=%s\n", key, value ? value : "");
+      if (!key || !*key) continue;
+      text += std::string(key) + "=" + (value ? value : "") + "\n";
     }
-    fprintf(fp, "\n");
+    text += "\n";
   }
-  fflush(fp);
-  flock(fileno(fp), LOCK_UN);
-  fclose(fp);
-  if (!rename(tmp, ctx->m_curfn)) ctx->m_curfn_time = getfileupdtimesize(ctx->m_curfn, &ctx->m_curfn_sz);
+  if (!WDL_ReplaceFile(ctx->m_curfn, text.data(), text.size(), tmp)) return false;
+  ctx->m_curfn_time = getfileupdtimesize(ctx->m_curfn, &ctx->m_curfn_sz);
+  return true;
 }
 
 bool __readbyte(const char* src, unsigned char* out)
@@ -353,22 +356,17 @@ bool WritePrivateProfileString(const char* section, const char* key, const char*
     }
     char* copy = strdup(value);
     if (copy) sec->Insert(key, copy);
-    WriteBackFile(ctx);
+    return WriteBackFile(ctx);
   }
-  else if (key)
+  if (key)
   {
-    if (sec && sec->Get(key))
-    {
-      sec->Delete(key);
-      WriteBackFile(ctx);
-    }
+    if (!sec || !sec->Get(key)) return true;
+    sec->Delete(key);
+    return WriteBackFile(ctx);
   }
-  else if (sec)
-  {
-    ctx->m_sections.Delete(section);
-    WriteBackFile(ctx);
-  }
-  return true;
+  if (!sec) return true;
+  ctx->m_sections.Delete(section);
+  return WriteBackFile(ctx);
 }
 
 bool WritePrivateProfileSection(const char* section, const char* strings, const char* fn)

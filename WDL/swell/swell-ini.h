@@ -10,7 +10,9 @@ int GetPrivateProfileString(const char* section, const char* key, const char* de
 int GetPrivateProfileInt(const char* section, const char* key, int def, const char* fn);
 int GetPrivateProfileSection(const char* section, char* out, int outlen, const char* fn);
 // A null value deletes the key, a null key deletes the section. Writes
-// nothing when the key already holds exactly this value.
+// nothing when the key already holds exactly this value. The file is
+// replaced whole, never half-written; false, with errno, when that failed
+// (the old file stays as it was).
 bool WritePrivateProfileString(const char* section, const char* key, const char* value, const char* fn);
 bool WritePrivateProfileSection(const char* section, const char* strings, const char* fn);
 // A struct is stored as upper-case hex, two digits a byte, and two digits

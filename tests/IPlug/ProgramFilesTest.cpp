@@ -1,9 +1,15 @@
 #include "TestPlug.h"
 
+#include "LimitedChild.h"
 #include "TempDir.h"
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <dirent.h>
 #include <fstream>
+#include <sys/stat.h>
 
 #include <gtest/gtest.h>
 #include <iterator>
@@ -30,6 +36,19 @@ protected:
     std::vector<double> v;
     for (int i = 0; i < p.NParams(); ++i) v.push_back(p.GetParam(i)->Value());
     return v;
+  }
+  // The folder's names, sorted.
+  std::vector<std::string> Files() const
+  {
+    std::vector<std::string> names;
+    if (DIR* d = opendir(mDir.c_str()))
+    {
+      while (dirent* e = readdir(d))
+        if (strcmp(e->d_name, ".") && strcmp(e->d_name, "..")) names.push_back(e->d_name);
+      closedir(d);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
   }
   TempDir mTemp;
   const std::string mDir = mTemp.Path();
@@ -153,4 +172,38 @@ TEST_F(ProgramFiles, ProgramChunkFormCarriesTheState)
   ASSERT_TRUE(c.LoadProgramFromFXP(&fxp));
   EXPECT_EQ(c.GetParam(2)->Value(), 17.25) << "the chunk form keeps full precision";
   EXPECT_TRUE(c.GetParam(1)->Bool());
+}
+
+TEST_F(ProgramFiles, AFailedSaveLeavesTheOldFileByteForByte)
+{
+  TestPlug plug;
+  WDL_String program = Path("p.fxp"), bank = Path("b.fxb");
+  ASSERT_TRUE(plug.SaveProgramAsFXP(&program));
+  ASSERT_TRUE(plug.SaveBankAsFXB(&bank));
+  chmod(program.Get(), 0640);
+  const std::vector<unsigned char> oldProgram = Bytes(program), oldBank = Bytes(bank);
+  plug.GetParam(0)->Set(0.25);
+
+  // A file-size limit stops the write part way, as a full disk would.
+  EXPECT_TRUE(InLimitedChild({16, false}, [&] { return !plug.SaveProgramAsFXP(&program) && errno == EFBIG; }));
+  EXPECT_TRUE(InLimitedChild({16, false}, [&] { return !plug.SaveBankAsFXB(&bank) && errno == EFBIG; }));
+  EXPECT_EQ(Bytes(program), oldProgram);
+  EXPECT_EQ(Bytes(bank), oldBank);
+  EXPECT_EQ(Files(), (std::vector<std::string>{"b.fxb", "p.fxp"})) << "no temporary file is left";
+
+  // A folder that cannot be written: nothing appears, and errno says why.
+  const std::string readOnly = mDir + "/ro";
+  ASSERT_EQ(mkdir(readOnly.c_str(), 0555), 0);
+  chmod(mDir.c_str(), 0755);
+  WDL_String inside((readOnly + "/new.fxp").c_str());
+  EXPECT_TRUE(
+      InLimitedChild({RLIM_INFINITY, true}, [&] { return !plug.SaveProgramAsFXP(&inside) && errno == EACCES; }));
+  EXPECT_NE(access(inside.Get(), F_OK), 0);
+
+  // A save that works replaces the file and keeps its permissions.
+  ASSERT_TRUE(plug.SaveProgramAsFXP(&program));
+  EXPECT_NE(Bytes(program), oldProgram);
+  struct stat st;
+  ASSERT_EQ(stat(program.Get(), &st), 0);
+  EXPECT_EQ(st.st_mode & 0777, 0640u);
 }

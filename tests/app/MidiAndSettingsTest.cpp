@@ -121,6 +121,16 @@ TEST(Settings, UnreadableFilesAreKeptWithoutOverwritingEarlierOnes)
   EXPECT_EQ(ReadWholeFile(path + ".bad.1"), "second junk");
   EXPECT_EQ(ReadWholeFile(path + ".bad.2"), "third junk");
   EXPECT_NE(ReadWholeFile(path).find("[midi]"), std::string::npos);
+
+  // A folder under the file's name is reported and left alone: nothing is
+  // kept beside it, no temporary file, no write later.
+  system(("rm -rf '" + temp.Path() + "/VELTRA' && mkdir -p '" + path + "'").c_str());
+  EXPECT_EQ(LoadSettings(), 0);
+  UpdateINI();
+  struct stat st;
+  EXPECT_TRUE(stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode));
+  EXPECT_NE(stat((path + ".bad").c_str(), &st), 0);
+  EXPECT_NE(stat((temp.Path() + "/VELTRA/.settings.ini.new").c_str(), &st), 0);
   unsetenv("XDG_CONFIG_HOME");
   gState = nullptr;
 }

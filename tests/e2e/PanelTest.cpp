@@ -9,6 +9,8 @@
 #include "lice.h"
 
 #include <cmath>
+#include <cstring>
+#include <dirent.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
@@ -209,4 +211,28 @@ TEST(Panel, ProgramsSaveAndLoadThroughTheFileDialogs)
   EXPECT_GT(ChangedShare(named.get(), after.get(), 30, 40, 66, 76), 0.05) << "OP1 Waveform moved";
   EXPECT_GT(ChangedShare(named.get(), after.get(), 295, 215, 410, 235), 0.02) << "the display shows the new name";
   midi.Send({0x80, 69, 0});
+}
+
+// A save that fails (here the disk takes no more than 100 bytes a file) is
+// told in a message box; no file, not even half of one, is left.
+TEST(Panel, AFailedSaveSaysSoAndLeavesNoFile)
+{
+  VeltraOnScreen s;
+  s.run.veltra.launcher = {"/usr/bin/prlimit", "--fsize=100", "--"};
+  ASSERT_EQ(s.Start(), "");
+  const std::string target = s.run.home.File("full.fxp");
+  s.ChoosePopupItem(450, 240, 0); // Save Program...
+  ASSERT_TRUE(AnswerFileDialog(s, "^Save$", "ctrl+a", target));
+  const unsigned long box = s.xserver.WaitForWindow("^Program not saved$", 20.0);
+  ASSERT_NE(box, 0u) << "the message box";
+  if (DIR* d = opendir(s.run.home.Path().c_str()))
+  {
+    while (dirent* e = readdir(d)) EXPECT_EQ(strstr(e->d_name, "full.fxp"), nullptr) << e->d_name;
+    closedir(d);
+  }
+  s.xserver.Focus(box);
+  s.xserver.Key("Return");
+  EXPECT_TRUE(s.xserver.WaitForWindowGone(box, 10.0));
+  const int status = s.run.veltra.StopWith(SIGTERM, 15.0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "it played on and ends as usual";
 }

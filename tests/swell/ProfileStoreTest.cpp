@@ -1,6 +1,8 @@
 #include "swell-ini.h"
 
+#include "LimitedChild.h"
 #include "TempDir.h"
+#include <cerrno>
 #include <cstdlib>
 #include <fstream>
 
@@ -101,6 +103,14 @@ TEST_F(ProfileStore, UnchangedWritesLeaveTheFileAlone)
   EXPECT_FALSE(WritePrivateProfileString("s", "", "v", fn.c_str()));
   WritePrivateProfileString("s", "k", nullptr, fn.c_str());
   EXPECT_EQ(Read(fn), "[s]\n\n");
+
+  // A write stopped by a full disk (here a file-size limit) says so and
+  // leaves the old file whole, without the temporary one beside it.
+  EXPECT_TRUE(
+      InLimitedChild({4, false}, [&]
+                     { return !WritePrivateProfileString("s", "k", "a longer value", fn.c_str()) && errno == EFBIG; }));
+  EXPECT_EQ(Read(fn), "[s]\n\n");
+  EXPECT_NE(access((mDir + "/.d.ini.new").c_str(), F_OK), 0);
 }
 
 TEST_F(ProfileStore, ChangesBehindTheCacheAndEviction)
