@@ -18,6 +18,7 @@ guint sStatusTimer = 0;
 gboolean OnStatusTimer(gpointer)
 {
   ReportStreamStatus();
+  ReportMidiStatus();
   return G_SOURCE_CONTINUE;
 }
 
@@ -40,12 +41,8 @@ void Init()
   gPluginInstance->RestorePreset(0); // every parameter in force before the stream starts
   ChooseMidiInput(gState->mMidiInDev);
   ChooseMidiOutput(gState->mMidiOutDev);
-  // Without a device the application runs silent; it says so, in its own
-  // words rather than the sound libraries'.
-  if (!TryToChangeAudio())
-    printf(gAudioOutputDevs.empty()
-               ? "no audio device: running silent\n"
-               : "audio did not start: running silent; choose a device in File > Preferences...\n");
+  // Without a device the application runs silent, and says so.
+  RestartAudio();
   ReportMidiPorts();
   sStatusTimer = g_timeout_add(100, OnStatusTimer, nullptr);
 }

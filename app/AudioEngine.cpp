@@ -106,6 +106,7 @@ std::vector<std::string> GetAudioDriverNames()
 
 bool TryToChangeAudioDriverType()
 {
+  sStreamStarted = false; // closed here, not gone away
   if (gDAC)
   {
     if (gDAC->isStreamOpen()) gDAC->closeStream();
@@ -189,6 +190,15 @@ int GetAudioDeviceIDForSettings(const char* name, bool input)
   if (usable.empty()) return -1;
   const unsigned int def = input ? gDAC->getDefaultInputDevice() : gDAC->getDefaultOutputDevice();
   return (int)(IsListed(usable, def) ? def : usable.front());
+}
+
+bool RestartAudio()
+{
+  if (TryToChangeAudio()) return true;
+  // In VELTRA's own words rather than the sound libraries'.
+  printf(gAudioOutputDevs.empty() ? "no audio device: running silent\n"
+                                  : "audio did not start: running silent; choose a device in File > Preferences...\n");
+  return false;
 }
 
 bool TryToChangeAudio()
@@ -331,7 +341,8 @@ void ReportStreamStatus()
   if (sStreamStarted && gDAC && !gDAC->isStreamRunning())
   {
     sStreamStarted = false;
-    printf("audio stream stopped: the sound device or server went away; VELTRA runs on silent\n");
+    printf("audio stream stopped: %s went away; VELTRA runs on silent\n",
+           gDAC->getCurrentApi() == RtAudio::UNIX_JACK ? "the JACK server" : "the sound device");
   }
 }
 

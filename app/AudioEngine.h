@@ -34,6 +34,9 @@ int GetAudioDeviceID(const char* name);
 // API's default device of that direction; -1 for none.
 int GetAudioDeviceIDForSettings(const char* name, bool input);
 bool TryToChangeAudio();
+// TryToChangeAudio, with one console line of VELTRA's own when the stream
+// did not start (no device, or one that would not open).
+bool RestartAudio();
 bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, unsigned int iovs, unsigned int chnls,
                      unsigned int inChanL, unsigned int outChanL);
 

@@ -6,6 +6,8 @@
 #include "QuietProbe.h"
 #include "Settings.h"
 
+#include <atomic>
+#include <jack/jack.h>
 #include <rtmidi/RtMidi.h>
 
 #include <cstdio>
@@ -19,6 +21,53 @@ std::vector<std::string> gMIDIOutputDevNames;
 
 namespace
 {
+// MIDI on JACK lives in clients of the JACK server; when the server goes
+// away, every call into those clients (closing a port, deleting the object)
+// crashes inside libjack. A client of our own with no ports hears the
+// shutdown; from then on the MIDI objects are dropped, never called again,
+// and made afresh once the user restarts the sound.
+std::atomic<bool> sServerGone{false};
+jack_client_t* sWatch = nullptr;
+bool sDropped = false;
+// Objects of a server that went away: kept, never touched, so that nothing
+// calls into the dead clients (their destructors would). A plain array, so
+// that it still holds them when static destructors have run.
+void* sDeadObjects[96];
+size_t sDeadCount = 0;
+
+void Bury(void* object)
+{
+  if (object && sDeadCount < sizeof(sDeadObjects) / sizeof(sDeadObjects[0])) sDeadObjects[sDeadCount++] = object;
+}
+
+void OnServerShutdown(jack_status_t, const char*, void*) { sServerGone.store(true); }
+
+void WatchJackServer()
+{
+  sServerGone.store(false);
+  Bury(sWatch); // its server is gone too
+  sWatch = jack_client_open("VELTRA-watch", JackNoStartServer, nullptr);
+  if (!sWatch) return;
+  jack_on_info_shutdown(sWatch, OnServerShutdown, nullptr);
+  jack_activate(sWatch);
+}
+
+// Drops the MIDI objects whose server has gone; true when there are none.
+bool MidiGone()
+{
+  if (!sServerGone.load() || sDropped) return sDropped;
+  sDropped = true;
+  Bury(gMidiIn);
+  Bury(gMidiOut);
+  Bury(sWatch);
+  gMidiIn = nullptr;
+  gMidiOut = nullptr;
+  sWatch = nullptr;
+  IPlugStandalone::SetMidiSendFunc(nullptr);
+  printf("MIDI stopped: the JACK server went away; restart the sound in File > Preferences...\n");
+  return true;
+}
+
 // The first back-end whose object can be made, in RtMidi's compiled order:
 // the ALSA sequencer where it exists, else JACK MIDI. Without a sequencer
 // device ALSA is not even tried, so that its failure leaves no noise.
@@ -62,7 +111,7 @@ int PortNumber(T* midi, const char* name, const char* virtualName)
 {
   if (!strcmp(name, "off")) return 0;
   if (!strcmp(name, virtualName)) return 1;
-  if (!midi) return -1;
+  if (!midi || MidiGone()) return -1;
   const unsigned int n = midi->getPortCount();
   for (unsigned int i = 0; i < n; ++i)
     if (midi->getPortName(i) == name) return (int)i + 2;
@@ -74,7 +123,7 @@ int PortNumber(T* midi, const char* name, const char* virtualName)
 template<class T>
 bool Choose(T* midi, int number, const char* virtualPort, const char* portName)
 {
-  if (!midi) return false;
+  if (!midi || MidiGone()) return false;
   try
   {
     midi->closePort();
@@ -116,7 +165,21 @@ bool InitialiseMidi()
   gMidiIn->setCallback(MIDICallback, nullptr);
   gMidiIn->ignoreTypes(true, true, true);
   IPlugStandalone::SetMidiSendFunc(SendToPort);
+  if (gMidiIn->getCurrentApi() == RtMidi::UNIX_JACK) WatchJackServer();
   return true;
+}
+
+void ReportMidiStatus() { MidiGone(); }
+
+void ReviveMidi()
+{
+  if (!MidiGone()) return;
+  QuietProbe quiet;
+  if (!InitialiseMidi()) return; // still no server: try again at the next restart
+  sDropped = false;
+  ChooseMidiInput(gState->mMidiInDev);
+  ChooseMidiOutput(gState->mMidiOutDev);
+  ReportMidiPorts();
 }
 
 void ProbeMidiIO()
@@ -152,12 +215,14 @@ int NumberOrOff(int number, char (&setting)[N])
 
 bool ChooseMidiInput(const char* name)
 {
+  if (MidiGone()) return false; // the setting waits for the sound's restart
   const int number = NumberOrOff(GetMIDIInPortNumber(name), gState->mMidiInDev);
   return Choose(gMidiIn, number, "To VELTRA", "RtMidi Input");
 }
 
 bool ChooseMidiOutput(const char* name)
 {
+  if (MidiGone()) return false;
   const int number = NumberOrOff(GetMIDIOutPortNumber(name), gState->mMidiOutDev);
   return Choose(gMidiOut, number, "From VELTRA", "RtMidi Output");
 }
@@ -202,6 +267,7 @@ void MIDICallback(double, std::vector<unsigned char>* message, void*)
 
 void StopMidi()
 {
+  if (MidiGone()) return;
   if (gMidiIn)
   {
     gMidiIn->cancelCallback();
@@ -213,8 +279,11 @@ void StopMidi()
 void DeleteMidi()
 {
   IPlugStandalone::SetMidiSendFunc(nullptr);
+  if (MidiGone()) return;
   delete gMidiIn;
   delete gMidiOut;
   gMidiIn = nullptr;
   gMidiOut = nullptr;
+  if (sWatch) jack_client_close(sWatch);
+  sWatch = nullptr;
 }

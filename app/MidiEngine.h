@@ -25,6 +25,13 @@ int GetMIDIOutPortNumber(const char* name);
 // which are rewritten at once. False only when the object is missing.
 bool ChooseMidiInput(const char* name);
 bool ChooseMidiOutput(const char* name);
+// Main thread, after the sound restarted: MIDI objects dropped because their
+// JACK server went away are made afresh and connected as the settings say
+// (the virtual ports published again). Nothing otherwise.
+void ReviveMidi();
+// Main thread, on the status timer: says once when MIDI stopped with its
+// JACK server.
+void ReportMidiStatus();
 // Main thread: one console line on the MIDI system and the ports in use.
 void ReportMidiPorts();
 // MIDI thread: size rule, channel filter, then the instrument.

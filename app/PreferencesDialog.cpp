@@ -2,6 +2,7 @@
 
 #include "AudioEngine.h"
 #include "MidiEngine.h"
+#include "QuietProbe.h"
 #include "Settings.h"
 #include "resource.h"
 
@@ -118,18 +119,21 @@ bool SelectedText(HWND dlg, int id, char (&setting)[N])
   return true;
 }
 
-// The device info of an id, or a blank one when the device can't be asked.
+// The device info of an id, or a blank one when the device can't be asked
+// (a server that went away): the dialog then offers no channels, which says
+// enough.
 RtAudio::DeviceInfo InfoOf(int id)
 {
   RtAudio::DeviceInfo info;
   if (!gDAC || id < 0) return info;
+  QuietProbe quiet;
   try
   {
     info = gDAC->getDeviceInfo((unsigned int)id);
   }
-  catch (RtAudioError& e)
+  catch (RtAudioError&)
   {
-    e.printMessage();
+    info = RtAudio::DeviceInfo();
   }
   return info;
 }
@@ -222,7 +226,9 @@ void FillPorts(HWND dlg, int id, const std::vector<std::string>& names, char (&s
 
 void PopulateMidiDialogs(HWND dlg)
 {
-  if (!gMidiIn || !gMidiOut) return;
+  // The lists of start-up time: also while the MIDI of a JACK server that
+  // went away waits for the sound to restart.
+  if (gMIDIInputDevNames.empty() || gMIDIOutputDevNames.empty()) return;
   FillPorts(dlg, IDC_COMBO_MIDI_IN_DEV, gMIDIInputDevNames, gState->mMidiInDev);
   FillPorts(dlg, IDC_COMBO_MIDI_OUT_DEV, gMIDIOutputDevNames, gState->mMidiOutDev);
   for (int id : {IDC_COMBO_MIDI_IN_CHAN, IDC_COMBO_MIDI_OUT_CHAN})
@@ -355,11 +361,13 @@ void OnCommand(HWND dlg, int id, int code)
   {
   case IDOK:
     // A change of MIDI fields alone restarts the stream too.
-    if (memcmp(gState, gActiveState, sizeof(AppState))) TryToChangeAudio();
+    if (memcmp(gState, gActiveState, sizeof(AppState))) RestartAudio();
+    ReviveMidi();
     EndDialog(dlg, IDOK);
     return;
   case IDAPPLY:
-    TryToChangeAudio();
+    RestartAudio();
+    ReviveMidi();
     return;
   case IDCANCEL:
     EndDialog(dlg, IDCANCEL);
@@ -367,7 +375,7 @@ void OnCommand(HWND dlg, int id, int code)
     {
       TryToChangeAudioDriverType();
       ProbeAudioIO();
-      TryToChangeAudio();
+      RestartAudio();
     }
     return;
   case IDC_BUTTON_OS_DEV_SETTINGS:

@@ -1,24 +1,78 @@
 #include "QuietProbe.h"
 
 #include <alsa/asoundlib.h>
+#include <atomic>
+#include <cstring>
 #include <iostream>
+#include <mutex>
+#include <string>
+#include <unistd.h>
 
 namespace
 {
-// A stream buffer that takes everything and keeps nothing.
-class NullBuffer : public std::streambuf
+// What the sound libraries write to std::cerr, line by line: nothing while a
+// probe runs, never the notices that VELTRA replaces with a line of its own,
+// never the blank lines around their messages; everything else to standard
+// error as written. Lines may come from the libraries' own threads.
+class FilterBuffer : public std::streambuf
 {
+public:
+  std::atomic<int> mQuiet{0};
+
 protected:
-  int overflow(int c) override { return c == EOF ? 0 : c; }
-  std::streamsize xsputn(const char*, std::streamsize n) override { return n; }
+  int overflow(int c) override
+  {
+    if (c == EOF) return 0;
+    const char ch = (char)c;
+    xsputn(&ch, 1);
+    return c;
+  }
+  std::streamsize xsputn(const char* s, std::streamsize n) override
+  {
+    std::lock_guard<std::mutex> lock(mMutex);
+    for (std::streamsize i = 0; i < n; ++i)
+    {
+      if (s[i] != '\n')
+      {
+        mLine += s[i];
+        continue;
+      }
+      if (!mLine.empty() && mQuiet.load() == 0 && !Replaced(mLine))
+      {
+        mLine += '\n';
+        if (write(STDERR_FILENO, mLine.data(), mLine.size()) < 0)
+        {
+          // Standard error is gone: nothing to tell anyone.
+        }
+      }
+      mLine.clear();
+    }
+    return n;
+  }
+
+private:
+  // RtAudio's notice when a JACK server shuts VELTRA's client down: VELTRA
+  // says itself that the server went away.
+  static bool Replaced(const std::string& line)
+  {
+    return line.rfind("RtApiJack: the Jack server is shutting down this client", 0) == 0;
+  }
+
+  std::mutex mMutex;
+  std::string mLine;
 };
-NullBuffer sNull;
+// Never destroyed: std::cerr is flushed after static destructors have run.
+FilterBuffer& sFilter = *new FilterBuffer;
 
 void SilentAlsa(const char*, int, const char*, int, const char*, ...) {}
 } // namespace
 
-QuietProbe::QuietProbe() : mSaved(std::cerr.rdbuf(&sNull)) {}
+QuietProbe::QuietProbe() { sFilter.mQuiet.fetch_add(1); }
 
-QuietProbe::~QuietProbe() { std::cerr.rdbuf(mSaved); }
+QuietProbe::~QuietProbe() { sFilter.mQuiet.fetch_sub(1); }
 
-void SilenceAlsaLib() { snd_lib_error_set_handler(SilentAlsa); }
+void QuietSoundLibraries()
+{
+  snd_lib_error_set_handler(SilentAlsa);
+  std::cerr.rdbuf(&sFilter);
+}

@@ -5,8 +5,6 @@
 // nowhere meanwhile. Errors of real use (a stream that will not open) are
 // printed as always. Main thread.
 
-#include <iosfwd>
-
 class QuietProbe
 {
 public:
@@ -14,12 +12,11 @@ public:
   ~QuietProbe();
   QuietProbe(const QuietProbe&) = delete;
   QuietProbe& operator=(const QuietProbe&) = delete;
-
-private:
-  std::streambuf* mSaved;
 };
 
-// alsa-lib's own error printing, which names every configuration step that
-// fails on a machine without sound cards, is silenced for the whole run:
-// VELTRA says itself what it found. Called once at start.
-void SilenceAlsaLib();
+// Called once at start. alsa-lib's own error printing, which names every
+// configuration step that fails on a machine without sound cards, is
+// silenced for the whole run: VELTRA says itself what it found. std::cerr,
+// where RtAudio and RtMidi write, goes through a filter from now on, which
+// holds back what a QuietProbe asks and the notices VELTRA replaces.
+void QuietSoundLibraries();

@@ -51,7 +51,7 @@ int main(int argc, char** argv)
   // A write beyond the file-size limit fails with an error that VELTRA
   // reports, instead of ending the process.
   signal(SIGXFSZ, SIG_IGN);
-  SilenceAlsaLib();
+  QuietSoundLibraries();
   // The desktop entry's StartupWMClass names this class, so that docks
   // group the window with its launcher.
   SWELL_SetWindowClass("veltra", nullptr);

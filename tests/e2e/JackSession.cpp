@@ -329,6 +329,7 @@ void JackRecorder::Close()
     jack_deactivate(mClient);
     jack_client_close(mClient);
     mClient = nullptr;
+    mIn[0] = mIn[1] = nullptr; // gone with the client; a reopened one makes its own
   }
 }
 

@@ -156,3 +156,42 @@ TEST(Preferences, ADriverWithoutDevicesLeavesVeltraSilentAndTheDialogUsable)
   EXPECT_TRUE(s.xserver.WaitForWindowGone(dialog, 10.0));
   EXPECT_TRUE(s.run.veltra.Running());
 }
+
+// MIDI on JACK (no ALSA sequencer here): the server dies while VELTRA plays.
+// Its MIDI ports are dropped without a call into the dead client, so the
+// dialog can change them; once the server is back, Apply restarts the
+// sound and publishes "To VELTRA" again.
+TEST(Preferences, MidiOfADeadServerIsDroppedAndComesBackWithTheSound)
+{
+  VeltraOnScreen s;
+  ASSERT_EQ(s.Start("[midi]\nindev=virtual input\n"), "");
+  ASSERT_TRUE(s.run.recorder.WaitForFrames(kRate, 20.0));
+  s.run.recorder.Close();
+  s.run.server.Kill();
+  const double start = Now();
+  while (s.run.veltra.Output().find("VELTRA runs on silent") == std::string::npos && SecondsSince(start) < 10.0)
+    Sleep(0.05);
+  EXPECT_NE(s.run.veltra.Output().find("audio stream stopped: the JACK server went away; VELTRA runs on silent"),
+            std::string::npos)
+      << s.run.veltra.Output();
+  EXPECT_EQ(s.run.veltra.Errors().find("RtApiJack"), std::string::npos) << "only VELTRA's own line";
+
+  unsigned long dialog = OpenPreferences(s);
+  ASSERT_NE(dialog, 0u);
+  ChooseInCombo(s, dialog, kMidiIn, -1); // virtual input -> off
+  Sleep(0.5);
+  ASSERT_TRUE(s.run.veltra.Running()) << s.run.veltra.Errors();
+  ChooseInCombo(s, dialog, kMidiIn, 1); // and back
+
+  std::string error;
+  ASSERT_TRUE(s.run.server.Start(&error)) << error;
+  ASSERT_TRUE(s.run.recorder.Open(s.run.server.Name(), &error)) << error;
+  Press(s, dialog, kApply);
+  MidiSender midi;
+  ASSERT_TRUE(midi.ConnectTo("To VELTRA", 20.0)) << "the virtual port is published again\n" << s.run.veltra.Output();
+  EXPECT_TRUE(Sounds(s, midi, {0x90, 69, 120})) << s.run.veltra.Output() << s.run.veltra.Errors();
+  Press(s, dialog, kOK);
+  EXPECT_TRUE(s.xserver.WaitForWindowGone(dialog, 10.0));
+  const int status = s.run.veltra.StopWith(SIGTERM, 15.0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << s.run.veltra.Errors();
+}
