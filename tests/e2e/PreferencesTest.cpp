@@ -146,6 +146,9 @@ TEST(Preferences, ADriverWithoutDevicesLeavesVeltraSilentAndTheDialogUsable)
   Sleep(1.0);
   EXPECT_TRUE(s.run.veltra.Running());
   EXPECT_FALSE(s.run.recorder.PortsExist("VELTRA:"));
+  const std::string out = s.run.veltra.Output();
+  EXPECT_EQ(out.find("went away"), std::string::npos) << "nothing went away: " << out;
+  EXPECT_NE(out.find("no audio device: running silent"), std::string::npos) << out;
 
   dialog = OpenPreferences(s);
   ASSERT_NE(dialog, 0u) << "the dialog opens again";
