@@ -114,7 +114,8 @@ bool SelectedText(HWND dlg, int id, char (&setting)[N])
 {
   const int sel = Selection(dlg, id);
   char buf[1024] = "";
-  if (sel < 0 || Send(dlg, id, CB_GETLBTEXT, sel, (LPARAM)buf) < 0) return false;
+  const LRESULT len = sel < 0 ? -1 : Send(dlg, id, CB_GETLBTEXTLEN, sel);
+  if (len < 0 || len >= (LRESULT)sizeof(buf) || Send(dlg, id, CB_GETLBTEXT, sel, (LPARAM)buf) < 0) return false;
   SetText(setting, buf);
   return true;
 }

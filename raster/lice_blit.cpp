@@ -19,6 +19,17 @@ struct Rows
   long stride;
 };
 
+// A coordinate in 16.16 fixed point, held to the range of int: a
+// destination far off the surface may put the first source sample beyond
+// it, where a plain conversion would be undefined.
+int Fixed16(double v)
+{
+  const double f = v * 65536.0;
+  if (!(f > -2147483647.0)) return -2147483647; // also NaN
+  if (f > 2147483647.0) return 2147483647;
+  return (int)f;
+}
+
 Rows RowsFrom(LICE_IBitmap* bm, int top)
 {
   const long span = bm->getRowSpan();
@@ -444,8 +455,8 @@ void LICE_ScaledBlit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, 
   if (dstw > destw - dstx) dstw = destw - dstx;
   if (dsth > desth - dsty) dsth = desth - dsty;
 
-  const int idx = (int)(xadvance * 65536.0), idy = (int)(yadvance * 65536.0);
-  int icurx = (int)(sx * 65536.0), icury = (int)(sy * 65536.0);
+  const int idx = Fixed16(xadvance), idy = Fixed16(yadvance);
+  int icurx = Fixed16(sx), icury = Fixed16(sy);
   const int srcwidth = src->getWidth(), srcheight = src->getHeight();
   FitToSource(idx, &icurx, &dstx, &dstw, srcwidth);
   FitToSource(idy, &icury, &dsty, &dsth, srcheight);
@@ -562,7 +573,7 @@ void DeltaCore(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, int ds
 
   const int ia = (int)(alpha * 256.0);
   if (!ia) return;
-  auto fx = [](double v) { return (int)(v * 65536.0); };
+  auto fx = Fixed16;
   const Rows s = RowsFrom(src, 0), d = RowsFrom(dest, dsty);
   const LICE_pixel* sp = s.first + (long)c.t * s.stride + c.l;
   LICE_WithFunctor(mode, ia,

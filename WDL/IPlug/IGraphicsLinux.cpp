@@ -650,17 +650,7 @@ void IGraphicsLinux::PromptForFile(WDL_String* fileName, EFileAction action, WDL
 bool IGraphicsLinux::OpenURL(const char* url, const char*, const char*, const char*)
 {
   if (!url || !*url) return true;
-  std::string uri;
-  if (strstr(url, "http"))
-    uri = url;
-  else
-  {
-    gchar* u = g_filename_to_uri(url[0] == '/' ? url : (std::string(g_get_current_dir()) + "/" + url).c_str(), nullptr,
-                                 nullptr);
-    if (!u) return true; // no link can be made of it
-    uri = u;
-    g_free(u);
-  }
+  const std::string uri = XLinkFor(url);
   GError* error = nullptr;
   GtkWindow* owner = mView ? GTK_WINDOW(gtk_widget_get_toplevel(mView)) : nullptr;
   const bool ok = gtk_show_uri_on_window(owner, uri.c_str(), GDK_CURRENT_TIME, &error);

@@ -222,7 +222,8 @@ bool IGraphicsX11::OpenURL(const char* url, const char*, const char*, const char
   if (opener.empty()) return false;
   // Through a shell that leaves the opener running on its own, so that no
   // child of the host's process is left to reap.
-  const char* argv[] = {"/bin/sh", "-c", "\"$0\" \"$1\" >/dev/null 2>&1 &", opener.c_str(), url, nullptr};
+  const std::string link = XLinkFor(url);
+  const char* argv[] = {"/bin/sh", "-c", "\"$0\" \"$1\" >/dev/null 2>&1 &", opener.c_str(), link.c_str(), nullptr};
   pid_t pid;
   if (posix_spawn(&pid, argv[0], nullptr, nullptr, (char**)argv, environ)) return false;
   int status = 0;

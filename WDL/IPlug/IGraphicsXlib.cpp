@@ -2,7 +2,9 @@
 
 #include <X11/Xlib.h>
 #include <X11/keysym.h>
+#include <cctype>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <pwd.h>
 #include <strings.h>
@@ -96,6 +98,33 @@ std::string XUserHome()
   if (home && *home) return home;
   const passwd* pw = getpwuid(getuid());
   return pw && pw->pw_dir ? pw->pw_dir : "/";
+}
+
+std::string XLinkFor(const char* url)
+{
+  // A scheme: a letter, then letters, digits, "+", "-" or ".", then ":";
+  // two letters at least, so that no one-letter drive name counts.
+  size_t n = 0;
+  while (isalnum((unsigned char)url[n]) || (n && (url[n] == '+' || url[n] == '-' || url[n] == '.'))) ++n;
+  if (n >= 2 && isalpha((unsigned char)url[0]) && url[n] == ':') return url;
+
+  std::string path = url;
+  if (path.empty() || path[0] != '/')
+  {
+    char* here = getcwd(nullptr, 0);
+    path = std::string(here ? here : "") + "/" + path;
+    free(here);
+  }
+  std::string link = "file://";
+  static const char* const kHex = "0123456789ABCDEF";
+  for (unsigned char c : path)
+  {
+    if (isalnum(c) || strchr("/-._~", c))
+      link += (char)c;
+    else
+      link += std::string("%") + kHex[c >> 4] + kHex[c & 15];
+  }
+  return link;
 }
 
 XFilePrompt XBeginFilePrompt(WDL_String* fileName, WDL_String* dir, const char* extensions)

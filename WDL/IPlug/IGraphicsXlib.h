@@ -28,6 +28,10 @@ int XVirtualKeyOf(unsigned long keysym);
 void XHostPath(WDL_String* path);
 // The user's home folder.
 std::string XUserHome();
+// What OpenURL hands to the desktop: a text that starts with a scheme
+// ("https:", "mailto:", "file:") as it is; anything else is a file path,
+// made absolute against the current folder and given as a file:// link.
+std::string XLinkFor(const char* url);
 
 // What both views' PromptForFile starts from: the name proposed (taken from
 // fileName, which is emptied), the folder to open (dir; "~/Desktop" when dir

@@ -25,7 +25,6 @@ HMENU__::~HMENU__()
 
 namespace
 {
-HMENU sModalMenu = nullptr;
 
 SWELL_MenuItem* ItemAt(HMENU menu, int pos)
 {
@@ -277,7 +276,9 @@ void SetMenu(HWND hwnd, HMENU menu)
 
 HMENU GetMenu(HWND hwnd) { return hwnd ? hwnd->menu : nullptr; }
 
-void SWELL_SetDefaultModalWindowMenu(HMENU menu) { sModalMenu = menu; }
+// On GTK every dialog is a window of its own, modal over the window whose
+// bar stays in place: there is no separate bar to show while it runs.
+void SWELL_SetDefaultModalWindowMenu(HMENU) {}
 
 void SWELL_SetMenuItemAccel(HMENU menu, int cmd, const char* accel)
 {

@@ -269,8 +269,12 @@ LRESULT ControlMessage(HWND c, unsigned int msg, WPARAM wParam, LPARAM lParam)
     return (LRESULT)c->comboTexts.size();
   case CB_GETCURSEL:
     return gtk_combo_box_get_active(combo);
+  case CB_GETLBTEXTLEN:
+    if (wParam < 0 || (size_t)wParam >= c->comboTexts.size()) return -1;
+    return (LRESULT)c->comboTexts[(size_t)wParam].size();
   case CB_GETLBTEXT:
   {
+    // As on Windows, lParam holds CB_GETLBTEXTLEN + 1 bytes.
     if (wParam < 0 || (size_t)wParam >= c->comboTexts.size() || !lParam) return -1;
     const std::string& t = c->comboTexts[(size_t)wParam];
     memcpy((char*)lParam, t.c_str(), t.size() + 1);

@@ -234,5 +234,6 @@ TEST(Panel, AFailedSaveSaysSoAndLeavesNoFile)
   s.xserver.Key("Return");
   EXPECT_TRUE(s.xserver.WaitForWindowGone(box, 10.0));
   const int status = s.run.veltra.StopWith(SIGTERM, 15.0);
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "it played on and ends as usual";
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0)
+      << "it played on and ends as usual: status " << status << "\n" << s.run.veltra.Errors();
 }

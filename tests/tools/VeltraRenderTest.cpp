@@ -300,6 +300,8 @@ TEST_F(VeltraRender, EveryRefusalNamesItsArgumentAndLeavesNoFile)
       {{"--bank", Write("b.fxb", bank), good}, "its current program, 99, is outside"},
       {{"--preset", "-1", "--bank", Path("b.fxb"), good}, "--preset: -1"},
       {{"--set", "Filter Cutof=0.5", good}, "did you mean 'Filter Cutoff'"},
+      {{"--set", "feedback=0.5", good}, "did you mean 'Filter Feedback'?"},
+      {{"--set", "Attack=0.5", good}, "did you mean 'OP1 Attack', 'OP2 Attack' or 'AR Env. Attack'?"},
       {{"--set", "26=0.5", good}, "a meter, not a setting"},
       {{"--set", "Filter Cutoff=5", good}, "out of range"},
       {{"--set", "2=abc", good}, "not a number"},
@@ -337,6 +339,8 @@ TEST_F(VeltraRender, ProgramsBanksAndTheParameterList)
   EXPECT_NE(list.out.find("Filter Cutoff"), std::string::npos);
   EXPECT_NE(list.out.find("0.01 .. 0.99"), std::string::npos) << list.out;
   EXPECT_EQ(list.out.find("\n   26 "), std::string::npos) << "meters are no settings";
+  EXPECT_NE(list.out.find("0 SUM (OP1 + OP2), 1 FM (OP1 > OP2)"), std::string::npos)
+      << "switches as the panel names them";
   EXPECT_EQ(Render({"--version"}).out, "veltra-render v1.1.3\n");
 
   // A bank whose programs are silent, and a program that is not: the

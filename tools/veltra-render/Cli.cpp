@@ -83,6 +83,48 @@ size_t Distance(const std::string& a, const std::string& b)
 }
 
 bool IsMeter(VELTRA* plug, int idx) { return plug->GetParam(idx)->Type() == IParam::kTypeNone; }
+
+std::string Lower(std::string s)
+{
+  for (char& c : s) c = (char)tolower((unsigned char)c);
+  return s;
+}
+
+// The names an unknown one may have meant: those that contain it (in any
+// case), else the closest by edit distance.
+std::string Hint(VELTRA* plug, const std::string& name)
+{
+  std::vector<std::string> containing;
+  int best = -1;
+  size_t bestDistance = (size_t)-1;
+  for (int i = 0; i < plug->NParams(); ++i)
+  {
+    if (IsMeter(plug, i)) continue;
+    const std::string candidate = plug->GetParam(i)->GetNameForHost();
+    if (!name.empty() && Lower(candidate).find(Lower(name)) != std::string::npos) containing.push_back(candidate);
+    const size_t d = Distance(name, candidate);
+    if (d < bestDistance) best = i, bestDistance = d;
+  }
+  if (containing.empty()) containing.push_back(plug->GetParam(best)->GetNameForHost());
+  std::string hint = "did you mean ";
+  for (size_t k = 0; k < containing.size(); ++k)
+    hint += (k == 0 ? "'" : k + 1 == containing.size() ? " or '" : ", '") + containing[k] + "'";
+  return hint + "?";
+}
+
+// A switch's two states, as the panel names them.
+const char* SwitchStates(int idx)
+{
+  switch (idx)
+  {
+  case kSynthMode:
+    return "0 SUM (OP1 + OP2), 1 FM (OP1 > OP2)";
+  case kCrusherBeforeVCF:
+    return "0 after the filter, 1 Pre VCF";
+  default:
+    return "0 off, 1 On";
+  }
+}
 } // namespace
 
 void Fail(const char* fmt, ...)
@@ -127,18 +169,7 @@ int FindSettableParam(VELTRA* plug, const std::string& name)
     for (int i = 0; i < plug->NParams() && idx < 0; ++i)
       if (!IsMeter(plug, i) && !strcasecmp(name.c_str(), plug->GetParam(i)->GetNameForHost())) idx = i;
     if (idx < 0)
-    {
-      int best = -1;
-      size_t bestDistance = (size_t)-1;
-      for (int i = 0; i < plug->NParams(); ++i)
-      {
-        if (IsMeter(plug, i)) continue;
-        const size_t d = Distance(name, plug->GetParam(i)->GetNameForHost());
-        if (d < bestDistance) best = i, bestDistance = d;
-      }
-      Fail("--set: no parameter '%s'; did you mean '%s'? (--list-params shows them all)", name.c_str(),
-           plug->GetParam(best)->GetNameForHost());
-    }
+      Fail("--set: no parameter '%s'; %s (--list-params shows them all)", name.c_str(), Hint(plug, name).c_str());
   }
   if (IsMeter(plug, idx)) Fail("--set: %d is a meter, not a setting", idx);
   return idx;
@@ -156,7 +187,7 @@ void ListParams(VELTRA* plug)
     char range[64], def[32];
     snprintf(range, sizeof(range), "%g .. %g", lo, hi);
     snprintf(def, sizeof(def), "%g", p->GetDefault());
-    const char* unit = p->Type() == IParam::kTypeBool ? "0 off, 1 on" : p->GetLabelForHost();
+    const char* unit = p->Type() == IParam::kTypeBool ? SwitchStates(i) : p->GetLabelForHost();
     printf("%5d  %-22s %-22s %-10s %s\n", i, p->GetNameForHost(), range, def, unit);
   }
 }
