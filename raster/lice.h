@@ -195,9 +195,11 @@ void LICE_AlignText(const RECT* r, int tw, int th, int flags, int* x, int* y);
 // owns. Null on any failure.
 LICE_IBitmap* LICE_LoadPNG(const char* filename, LICE_IBitmap* bmp = nullptr);
 LICE_IBitmap* LICE_LoadPNGFromMemory(const void* data, int buflen, LICE_IBitmap* bmp = nullptr);
-// A name relative to the resource root: $VELTRA_RESOURCES, else
-// <exe dir>/../share/veltra, else <exe dir>.
+// A name relative to the resource root, a folder that the platform layer
+// chooses and sets; null while none is set.
 LICE_IBitmap* LICE_LoadPNGFromNamedResource(const char* name, LICE_IBitmap* bmp = nullptr);
+void LICE_SetResourceRoot(const char* folder);
+const char* LICE_GetResourceRoot();
 LICE_IBitmap* LICE_LoadPNGFromResource(void* hInst, int resid, LICE_IBitmap* bmp = nullptr);
 
 struct LICE_ImageLoaderRec

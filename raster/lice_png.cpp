@@ -12,7 +12,6 @@
 #include <png.h>
 #include <string>
 #include <strings.h>
-#include <unistd.h>
 #include <vector>
 
 namespace
@@ -108,22 +107,9 @@ LICE_IBitmap* Decode(LICE_IBitmap* given, SetupIO&& setupIO)
   return out;
 }
 
-// The resource root: $VELTRA_RESOURCES, then <exe dir>/../share/veltra,
-// then <exe dir>.
-std::string ResourceRoot()
-{
-  const char* env = getenv("VELTRA_RESOURCES");
-  if (env && *env) return env;
-  char exe[4096];
-  const ssize_t n = readlink("/proc/self/exe", exe, sizeof(exe) - 1);
-  if (n <= 0) return std::string();
-  exe[n] = 0;
-  std::string dir(exe);
-  dir.erase(dir.rfind('/') == std::string::npos ? 0 : dir.rfind('/'));
-  const std::string shared = dir + "/../share/veltra";
-  if (access(shared.c_str(), F_OK) == 0) return shared;
-  return dir;
-}
+// The folder that named resources are relative to; the platform layer
+// sets it.
+std::string sResourceRoot;
 
 LICE_IBitmap* LoaderFunc(const char* filename, bool checkFileName, LICE_IBitmap* bmp)
 {
@@ -172,12 +158,14 @@ LICE_IBitmap* LICE_LoadPNGFromMemory(const void* data, int buflen, LICE_IBitmap*
   return Decode(bmp, [&reader](png_structp png) { png_set_read_fn(png, &reader, ReadFromMemory); });
 }
 
+void LICE_SetResourceRoot(const char* folder) { sResourceRoot = folder ? folder : ""; }
+
+const char* LICE_GetResourceRoot() { return sResourceRoot.c_str(); }
+
 LICE_IBitmap* LICE_LoadPNGFromNamedResource(const char* name, LICE_IBitmap* bmp)
 {
-  if (!name || strlen(name) >= 401) return nullptr;
-  const std::string root = ResourceRoot();
-  if (root.empty()) return nullptr;
-  return LICE_LoadPNG((root + "/" + name).c_str(), bmp);
+  if (!name || strlen(name) >= 401 || sResourceRoot.empty()) return nullptr;
+  return LICE_LoadPNG((sResourceRoot + "/" + name).c_str(), bmp);
 }
 
 LICE_IBitmap* LICE_LoadPNGFromResource(void*, int, LICE_IBitmap*) { return nullptr; }

@@ -161,6 +161,10 @@ public:
   // whatever the name. A missing image gives a bitmap with no pixels, which
   // draws nothing.
   IBitmap LoadIBitmap(int id, const char* name, int nFrames = 1, bool framesAreHorizontal = false);
+  // One line on standard error naming the folder searched and every image
+  // that could not be loaded since the last report; nothing when none is
+  // missing. The views call it as the panel opens.
+  void ReportMissingImages(const char* folder);
   void RetainBitmap(IBitmap* bitmap);
   void ReleaseBitmap(IBitmap* bitmap);
   IBitmap ScaleBitmap(IBitmap* bitmap, int destW, int destH);
@@ -218,6 +222,8 @@ public:
 
 protected:
   WDL_PtrList<IControl> mControls;
+  WDL_String mMissingImages; // names, ", " between them
+  int mNumMissingImages = 0;
   IPlugBase* mPlug;
   IRECT mDrawRECT;
   bool mCursorHidden = false;

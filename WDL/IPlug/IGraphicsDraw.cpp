@@ -119,13 +119,24 @@ IBitmap IGraphics::LoadIBitmap(int id, const char* name, int nFrames, bool frame
     lb = OSLoadBitmap(id, name);
     if (!lb)
     {
-      // Broken resources: the panel shows what it has rather than failing.
-      fprintf(stderr, "image \"%s\" could not be loaded; it will not be drawn\n", name ? name : "");
+      // Broken resources: the panel shows what it has rather than failing,
+      // and says once what is missing.
+      if (mNumMissingImages++) mMissingImages.Append(", ");
+      mMissingImages.Append(name ? name : "(no name)");
       return IBitmap(nullptr, 0, 0, nFrames < 1 ? 1 : nFrames, framesAreHorizontal);
     }
     s_bitmapCache.Add(lb, id);
   }
   return IBitmap(lb, lb->getWidth(), lb->getHeight(), nFrames < 1 ? 1 : nFrames, framesAreHorizontal);
+}
+
+void IGraphics::ReportMissingImages(const char* folder)
+{
+  if (!mNumMissingImages) return;
+  fprintf(stderr, "%d image%s missing from %s, not drawn: %s\n", mNumMissingImages, mNumMissingImages == 1 ? "" : "s",
+          folder && *folder ? folder : "(no resource folder)", mMissingImages.Get());
+  mMissingImages.Set("");
+  mNumMissingImages = 0;
 }
 
 void IGraphics::RetainBitmap(IBitmap* bitmap)

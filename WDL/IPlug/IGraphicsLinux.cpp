@@ -7,6 +7,7 @@
 #include "IParam.h"
 #include "IPlugBase.h"
 #include "swell-appmain.h"
+#include "swell-resources.h"
 #include "swell-wnd.h"
 
 #include <algorithm>
@@ -265,7 +266,12 @@ struct IGraphicsLinux::View
   }
 };
 
-IGraphicsLinux::IGraphicsLinux(IPlugBase* plug, int w, int h, int fps) : IGraphics(plug, w, h, fps) {}
+IGraphicsLinux::IGraphicsLinux(IPlugBase* plug, int w, int h, int fps) : IGraphics(plug, w, h, fps)
+{
+  // The application's start has set the root; a panel made without it (a
+  // test, a tool) finds it the same way.
+  if (!*LICE_GetResourceRoot()) SWELL_InitResourceRoot();
+}
 
 IGraphicsLinux::~IGraphicsLinux()
 {
@@ -392,6 +398,7 @@ void IGraphicsLinux::DropWindowGC()
 void* IGraphicsLinux::OpenWindow(void* parent)
 {
   CloseWindow();
+  ReportMissingImages(LICE_GetResourceRoot());
   GtkWidget* container = (GtkWidget*)SWELL_GetViewContainer((HWND)parent);
   if (!gdk_display_get_default() || !container) return nullptr;
   mContainer = container;

@@ -78,6 +78,7 @@ LICE_IBitmap* IGraphicsX11::OSLoadBitmap(int, const char* name)
 void* IGraphicsX11::OpenWindow(void* parent)
 {
   CloseWindow();
+  ReportMissingImages(mResourceRoot.c_str());
   mDisplay = XOpenDisplay(nullptr);
   if (!mDisplay) return nullptr;
   Adopt(mDisplay);

@@ -1,6 +1,7 @@
 #include "swell-appmain.h"
 
 #include "swell-gdi.h"
+#include "swell-resources.h"
 
 #include <csignal>
 #include <cstdio>
@@ -81,6 +82,7 @@ int SWELL_ApplicationMain(int argc, char** argv, SWELLAppMainProc appMain)
   if (!sHasDisplay && display && *display)
     fprintf(stderr, "cannot open display %s: running without a window\n", display);
   SWELL_InstallGfxBackend(); // text in bitmaps, with or without a display
+  SWELL_InitResourceRoot();
 
   // GTK dispatches its events from the default main context, so one GLib
   // loop serves the window-less case and the windowed one alike.

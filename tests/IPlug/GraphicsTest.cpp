@@ -4,10 +4,12 @@
 // draws what it reports. Mouse and key events arrive in panel pixels.
 
 #include "TestGraphics.h"
+#include "swell-resources.h"
 
 #include <clocale>
 #include <functional>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <utility>
 
 namespace
@@ -442,4 +444,28 @@ TEST(Graphics, NumbersReadAndWriteWithAPointUnderAGermanLocale)
   setlocale(LC_ALL, was.c_str());
   EXPECT_EQ(typed, -2.5);
   EXPECT_STREQ(shown, "-2.5");
+}
+
+// A VELTRA_RESOURCES without images is passed over for the installed ones,
+// with a line that says so; images that are missing all the same are named
+// in one line with the folder searched.
+TEST(Graphics, MissingImagesAreNamedInOneLineWithTheirFolder)
+{
+  TempDir empty;
+  setenv("VELTRA_RESOURCES", empty.Path().c_str(), 1);
+  std::string note;
+  const std::string root = SWELL_FindResourceRoot(&note);
+  unsetenv("VELTRA_RESOURCES");
+  struct stat st;
+  EXPECT_EQ(stat((root + "/resources/img/bg.png").c_str(), &st), 0) << "the installed images: " << root;
+  EXPECT_EQ(note, "VELTRA_RESOURCES=" + empty.Path() + " holds no resources/img folder; using the images in " + root);
+
+  GuiRig rig;
+  rig.gui->LoadIBitmap(9001, "resources/img/gone.png");
+  rig.gui->LoadIBitmap(9002, "resources/img/lost.png", 3);
+  testing::internal::CaptureStderr();
+  rig.gui->ReportMissingImages("/some/folder");
+  rig.gui->ReportMissingImages("/some/folder");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "2 images missing from /some/folder, not drawn: resources/img/gone.png, resources/img/lost.png\n");
 }

@@ -103,7 +103,7 @@ grep -q "Icon (48 x 48)" <<<"$props" || fail "the window has no icon"
 DISPLAY=$display import -window "$win" "$work/window.png"
 colours=$(convert "$work/window.png" -gravity south -crop 920x400+0+0 +repage -format %k info:)
 [ "$colours" -gt 1000 ] || fail "the panel shows $colours colours: not drawn"
-if grep -q 'could not be loaded' "$work/veltra.err"; then
+if grep -q 'missing from' "$work/veltra.err"; then
   cat "$work/veltra.err"
   fail "images missing from the unpacked package"
 fi

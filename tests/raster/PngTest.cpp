@@ -104,7 +104,7 @@ TEST_F(Png, NamesLoaderAndResources)
   delete ok;
   EXPECT_EQ(LICE_ImageLoader_list->loadfunc((mDir + "/a.png.txt").c_str(), true, nullptr), nullptr);
 
-  setenv("VELTRA_RESOURCES", mDir.c_str(), 1);
+  LICE_SetResourceRoot(mDir.c_str());
   std::string name400(396, 'n');
   name400 += ".png";
   WritePng(mDir + "/" + name400.substr(0, 250), PNG_COLOR_TYPE_RGB, 8, {{1, 2, 3, 4, 5, 6}, {1, 2, 3, 4, 5, 6}});
@@ -114,5 +114,6 @@ TEST_F(Png, NamesLoaderAndResources)
   LICE_IBitmap* named = LICE_LoadPNGFromNamedResource("a.PNG");
   EXPECT_NE(named, nullptr);
   delete named;
-  unsetenv("VELTRA_RESOURCES");
+  LICE_SetResourceRoot("");
+  EXPECT_EQ(LICE_LoadPNGFromNamedResource("a.PNG"), nullptr) << "no root, no named resources";
 }
