@@ -62,9 +62,11 @@ public:
   // noting what changed when asked.
   void ConvertToScreen(const IRECT& rect, LICE_ScreenChanges* changes = nullptr);
 
-  // GTK signal handlers of the view; not for callers.
+  // GTK signal handlers of the view (painting, input); not for callers.
   struct View;
   friend struct View;
+  struct Input;
+  friend struct Input;
 
 private:
   void MakeScreenImage();
@@ -75,6 +77,8 @@ private:
   bool PaintNow(const IRECT& rect);
   void DropWindowGC();
   void EndTextEntry(bool accept);
+  // The input handlers on mView.
+  void ConnectInput();
   int ClickCount(int button, unsigned int time, int x, int y);
 
   GtkWidget* mView = nullptr; // GtkDrawingArea; owned by its window once added

@@ -155,9 +155,7 @@ bool VeltraProcess::Start(const std::string& exe, const std::string& jackServer,
                                   "JACK_DEFAULT_SERVER=" + jackServer, "JACK_NO_AUDIO_RESERVATION=1",
                                   "LSAN_OPTIONS=suppressions=" VELTRA_LSAN_SUPPRESSIONS};
   env.insert(env.end(), displayEnv.begin(), displayEnv.end());
-  std::vector<std::string> args = launcher;
-  args.push_back(exe);
-  mPid = Spawn(args,
+  mPid = Spawn({exe},
                MakeEnv({"DISPLAY", "WAYLAND_DISPLAY", "GDK_BACKEND", "HOME", "XDG_CONFIG_HOME", "JACK_DEFAULT_SERVER",
                         "LSAN_OPTIONS"},
                        env),

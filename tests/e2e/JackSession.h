@@ -56,10 +56,6 @@ public:
   // The process's peak resident size in KiB (VmHWM), 0 when unknown.
   long PeakKiB() const;
 
-  // A program that Start runs veltra through (as "prlimit --fsize=100 --"),
-  // which then becomes veltra itself.
-  std::vector<std::string> launcher;
-
 private:
   pid_t mPid = -1;
   std::string mOutPath, mErrPath;
