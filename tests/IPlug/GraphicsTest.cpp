@@ -82,12 +82,6 @@ TEST(GuiValues, RectanglesFollowTheirEmptinessAndRoundingRules)
 
   EXPECT_EQ(LiceColor(COLOR_RED), 0x0000FFFFu);
   EXPECT_EQ(LiceColor(COLOR_BLUE), 0xFF0000FFu);
-  const IChannelBlend add(IChannelBlend::kBlendAdd, 0.5f), odd((IChannelBlend::EBlendMethod)9);
-  EXPECT_EQ(LiceBlendMode(nullptr), 0x10000);
-  EXPECT_EQ(LiceBlendMode(&add), 0x10001);
-  EXPECT_EQ(LiceBlendMode(&odd), 0x10000);
-  EXPECT_EQ(LiceWeight(nullptr), 1.0f);
-  EXPECT_EQ(LiceWeight(&add), 0.5f);
 }
 
 TEST(GuiValues, PopupMenusNumberCheckAndChooseItems)

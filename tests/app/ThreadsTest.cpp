@@ -7,6 +7,7 @@
 #include "swell-gdi.h"
 
 #include <atomic>
+#include <cmath>
 #include <gtest/gtest.h>
 #include <memory>
 #include <thread>
@@ -34,18 +35,23 @@ TEST(Threads, AudioGuiAndMidiMeetInTheInstrument)
   gBufIndex = 0;
   gVecElapsed = 51;
 
-  std::atomic<bool> stop{false};
-  std::atomic<long> blocks{0};
+  std::atomic<bool> stop{false}, stopMidi{false};
+  std::atomic<long> blocks{0}, broken{0};
   std::thread audio(
       [&]
       {
         std::vector<double> in(1024, 0.0), out(1024);
-        while (!stop) AudioCallback(out.data(), in.data(), 512, 0.0, 0, nullptr), blocks += 16;
+        while (!stop)
+        {
+          AudioCallback(out.data(), in.data(), 512, 0.0, 0, nullptr);
+          blocks += 16;
+          for (double v : out) broken += !std::isfinite(v);
+        }
       });
   std::thread midi(
       [&]
       {
-        for (int i = 0; !stop; ++i)
+        for (int i = 0; !stopMidi; ++i)
         {
           std::vector<unsigned char> on = {(unsigned char)(0x90 | (i & 1)), (unsigned char)(40 + i % 40), 100};
           std::vector<unsigned char> off = {0x80, (unsigned char)(40 + (i + 20) % 40), 0};
@@ -66,16 +72,35 @@ TEST(Threads, AudioGuiAndMidiMeetInTheInstrument)
       gui->OnMouseUp(keys.L, keys.T, &left);
     IRECT dirty;
     if (gui->IsDirty(&dirty)) gui->Draw(&dirty);
-    __atomic_store_n(&state.mMidiInChan, (unsigned short)(i % 3), __ATOMIC_RELAXED);
-    __atomic_store_n(&state.mAudioInIsMono, (unsigned short)(i & 1), __ATOMIC_RELAXED);
+    // The preferences dialog's Cancel puts a copy of the settings back while
+    // the audio and MIDI threads read them.
+    AppState copy = state;
+    copy.mMidiInChan = (unsigned short)(i % 3);
+    copy.mAudioInIsMono = (unsigned short)(i & 1);
+    state = copy;
     plug->GetNumKeys();
     plug->GetKeyStatus(i % 128);
     if (i % 100 == 0) std::this_thread::yield();
   }
+  stopMidi = true;
+  midi.join();
+  // Every note the MIDI thread and the mouse left held is let go: the key
+  // table, written by two threads and read by a third, ends empty.
+  IMouseMod left(true);
+  gui->OnMouseUp(keys.L, keys.T, &left);
+  state.mMidiInChan = 0;
+  for (int note = 0; note < 128; ++note)
+  {
+    std::vector<unsigned char> off = {0x80, (unsigned char)note, 0}, off2 = {0x81, (unsigned char)note, 0};
+    MIDICallback(0.0, &off, nullptr);
+    MIDICallback(0.0, &off2, nullptr);
+  }
+  const long settled = blocks + 64;
+  while (blocks < settled) std::this_thread::yield();
   stop = true;
   audio.join();
-  midi.join();
   gPluginInstance = nullptr;
   gState = nullptr;
-  EXPECT_GT(blocks.load(), 0);
+  EXPECT_EQ(broken.load(), 0) << "samples that are not finite";
+  for (int note = 0; note < 128; ++note) EXPECT_FALSE(plug->GetKeyStatus(note)) << "note " << note << " left held";
 }

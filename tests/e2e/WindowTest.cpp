@@ -63,21 +63,6 @@ TEST(Window, ShowsThePanelBelowItsMenuBarExactlyAsTheEngineDrawsIt)
   ExpectCleanExit(veltra.StopWith(SIGTERM, 15.0), veltra);
 }
 
-TEST(Window, AboutShowsTheMakerAndTheBuildDate)
-{
-  VeltraOnScreen s;
-  ASSERT_EQ(s.Start(), "");
-  s.ChooseMenuItem("Help", 0);
-  const unsigned long box = s.xserver.WaitForWindow("^VELTRA$", 10.0, {s.window});
-  ASSERT_NE(box, 0u) << "the About box";
-  std::unique_ptr<LICE_IBitmap> shot(s.xserver.Screenshot(box, s.run.home.File("about.png")));
-  ASSERT_TRUE(shot);
-  EXPECT_LT(shot->getWidth(), 920) << "a box of its own, not the main window";
-  s.xserver.Key("Return"); // OK
-  EXPECT_TRUE(s.xserver.WaitForWindowGone(box, 10.0));
-  EXPECT_TRUE(s.run.veltra.Running()) << "closing the box leaves VELTRA running";
-}
-
 // Quit from the menu, Ctrl+Q and the window manager's close all end VELTRA
 // through its clean-up, with status 0, its stream closed.
 TEST(Window, QuitCtrlQAndClosingTheWindowEachEndVeltra)
