@@ -8,6 +8,7 @@
 #include "swell-appmain.h"
 #include "swell-wnd.h"
 
+#include <algorithm>
 #include <cstring>
 #include <gtk/gtk.h>
 #include <string>
@@ -77,6 +78,20 @@ GtkWidget* MakeGtkMenu(IPopupMenu* menu, MenuRun* run)
   }
   gtk_widget_show_all(shell);
   return shell;
+}
+// 760 x 520 where the screen's work area allows, else what it allows.
+void FitChooserToScreen(GtkWidget* dlg, gpointer)
+{
+  GdkDisplay* display = gtk_widget_get_display(dlg);
+  GdkWindow* window = gtk_widget_get_window(dlg);
+  GdkMonitor* monitor = window ? gdk_display_get_monitor_at_window(display, window) : nullptr;
+  if (!monitor) monitor = gdk_display_get_primary_monitor(display);
+  if (!monitor) return;
+  GdkRectangle area;
+  gdk_monitor_get_workarea(monitor, &area);
+  const int w = std::min(760, area.width - 40), h = std::min(520, area.height - 60);
+  gtk_window_resize(GTK_WINDOW(dlg), std::max(w, 300), std::max(h, 240));
+  gtk_window_move(GTK_WINDOW(dlg), area.x + (area.width - w) / 2, area.y + (area.height - h) / 2);
 }
 } // namespace
 
@@ -180,7 +195,9 @@ void IGraphicsLinux::PromptForFile(WDL_String* fileName, EFileAction action, WDL
       save ? "Save" : "Open", owner, save ? GTK_FILE_CHOOSER_ACTION_SAVE : GTK_FILE_CHOOSER_ACTION_OPEN, "_Cancel",
       GTK_RESPONSE_CANCEL, save ? "_Save" : "_Open", GTK_RESPONSE_ACCEPT, nullptr);
   GtkFileChooser* chooser = GTK_FILE_CHOOSER(dlg);
-  gtk_window_set_default_size(GTK_WINDOW(dlg), 760, 520);
+  // The chooser sizes itself from its font when it maps, which can exceed a
+  // small screen; it is sized again then, to fit the screen's work area.
+  g_signal_connect_after(dlg, "map", G_CALLBACK(FitChooserToScreen), nullptr);
   gtk_dialog_set_default_response(GTK_DIALOG(dlg), GTK_RESPONSE_ACCEPT);
   gtk_file_chooser_set_current_folder(chooser, folder.c_str());
   gtk_file_chooser_set_local_only(chooser, TRUE);

@@ -470,11 +470,19 @@ def section(c, rect, title):
     c.select_font_face("DejaVu Sans", cairo.FONT_SLANT_NORMAL, cairo.FONT_WEIGHT_BOLD)
     c.set_font_size(9)
     label = title.upper()
-    width = sum(c.text_extents(ch).x_advance for ch in label) + 1.2 * (len(label) - 1)
+    # Letter-spaced from 12 pixels in; a heading too long for that keeps 10
+    # pixels from each rounded corner, closing up its letters if it must.
+    spacing, left = 1.2, x0 + 12
+    advance = sum(c.text_extents(ch).x_advance for ch in label)
+    room = (x1 - 10) - (x0 + 10)
+    if left + advance + spacing * (len(label) - 1) > x1 - 10:
+        spacing = max(0.0, min(spacing, (room - advance) / (len(label) - 1)))
+        left = x0 + 10
+    width = advance + spacing * (len(label) - 1)
     c.set_source_rgb(*PANEL_TOP)
-    c.rectangle(x0 + 8, y0 - 1, width + 8, 3)
+    c.rectangle(left - 4, y0 - 1, width + 8, 3)
     c.fill()
-    text(c, label, x0 + 12, y0 + 4, size=9, bold=True, colour=LEGEND, align="left", spacing=1.2)
+    text(c, label, left, y0 + 4, size=9, bold=True, colour=LEGEND, align="left", spacing=spacing)
 
 
 def knob_marks(c, x, y, detents=0, bipolar=False):
@@ -489,7 +497,16 @@ def knob_marks(c, x, y, detents=0, bipolar=False):
 
 
 def caption_below(c, x, y, w, h, label, shift=0):
-    text(c, label, x + w / 2 + shift, y + h + 9, size=9, colour=CAPTION)
+    """The caption centred under its control, kept 5 pixels inside the
+    section it lies in."""
+    c.select_font_face("DejaVu Sans", cairo.FONT_SLANT_NORMAL, cairo.FONT_WEIGHT_NORMAL)
+    c.set_font_size(9)
+    half = sum(c.text_extents(ch).x_advance for ch in label) / 2
+    centre = x + w / 2 + shift
+    for (x0, y0, x1, y1), _ in SECTIONS:
+        if x0 <= x + w / 2 <= x1 and y0 <= y + h <= y1:
+            centre = min(max(centre, x0 + 5 + half), x1 - 5 - half)
+    text(c, label, centre, y + h + 9, size=9, colour=CAPTION)
 
 
 def beside_meter(x, y):
@@ -497,9 +514,9 @@ def beside_meter(x, y):
     move away from it."""
     for mx, my in LEDS:
         if my - KNOB <= y <= my and 0 < mx - x <= KNOB + 4:
-            return -3
-        if my - KNOB <= y <= my and 0 < x - (mx + LED) <= 10:
-            return 4
+            return -5
+        if my - KNOB <= y <= my and 0 <= x - (mx + LED) <= 10:
+            return 9
     return 0
 
 
