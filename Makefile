@@ -51,6 +51,8 @@ bench: deps
 	@$(BENCH)/bin/veltra-render $(BENCH)/chords.mid $(BENCH)/chords.wav
 	@echo "== the window's cost while a chord plays"
 	@bash scripts/window-cpu.sh $(BENCH)/bin/veltra
+	@echo "== start-up time"
+	@bash scripts/startup-time.sh 5 $(BENCH)
 
 # Each fuzz target for FUZZ_SECONDS (default 60) with libFuzzer; what they
 # find goes to build/fuzz/artifacts and belongs under tests/fuzz once fixed.
