@@ -34,6 +34,9 @@ unsigned int sReportedCallbacks = 0;
 // (cleared once it stops), and whether the open stream ever started.
 bool sStreamStarted = false;
 bool sOpenStreamStarted = false;
+// Set when a JACK stream was stopped from the outside (its server went
+// away), until a stream starts again.
+bool sJackGone = false;
 
 // The exit's gate: once closed, callbacks no longer reach the instrument.
 // Callbacks count themselves in and out around their check of the gate, so
@@ -267,6 +270,7 @@ bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, uns
     gDAC->startStream();
     *gActiveState = *gState;
     sStreamStarted = sOpenStreamStarted = true;
+    sJackGone = false;
     return true;
   }
   catch (RtAudioError& e)
@@ -332,6 +336,10 @@ int AudioCallback(void* outputBuffer, void* inputBuffer, unsigned int nFrames, d
   return 0;
 }
 
+bool AudioRunsOnJack() { return gDAC && gDAC->getCurrentApi() == RtAudio::UNIX_JACK; }
+
+bool JackServerWentAway() { return sJackGone; }
+
 void ReportStreamStatus()
 {
   const unsigned int flagged = __atomic_load_n(&sFlaggedCallbacks, __ATOMIC_RELAXED);
@@ -342,7 +350,8 @@ void ReportStreamStatus()
   {
     sStreamStarted = false;
     printf("audio stream stopped: %s went away; VELTRA runs on silent\n",
-           gDAC->getCurrentApi() == RtAudio::UNIX_JACK ? "the JACK server" : "the sound device");
+           AudioRunsOnJack() ? "the JACK server" : "the sound device");
+    sJackGone = AudioRunsOnJack();
   }
 }
 

@@ -48,6 +48,11 @@ int AudioCallback(void* outputBuffer, void* inputBuffer, unsigned int nFrames, d
 // Main thread: prints the console line for each callback that the device
 // flagged since the last call. The callback itself never prints.
 void ReportStreamStatus();
+// Main thread: whether the JACK server of the last stream went away (the
+// stream stopped from the outside), until a stream starts again.
+bool JackServerWentAway();
+// Whether the sound's driver is JACK.
+bool AudioRunsOnJack();
 
 // Main thread, at exit: no callback reaches the instrument after StopAudio;
 // the stream is stopped, closed and deleted unless its sound library is

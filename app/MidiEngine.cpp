@@ -23,9 +23,10 @@ namespace
 {
 // MIDI on JACK lives in clients of the JACK server; when the server goes
 // away, every call into those clients (closing a port, deleting the object)
-// crashes inside libjack. A client of our own with no ports hears the
-// shutdown; from then on the MIDI objects are dropped, never called again,
-// and made afresh once the user restarts the sound.
+// crashes inside libjack. The sound's stream on the same server, or else a
+// client of our own with no ports, hears the shutdown; from then on the MIDI
+// objects are dropped, never called again, and made afresh once the user
+// restarts the sound.
 std::atomic<bool> sServerGone{false};
 jack_client_t* sWatch = nullptr;
 bool sDropped = false;
@@ -55,7 +56,15 @@ void WatchJackServer()
 // Drops the MIDI objects whose server has gone; true when there are none.
 bool MidiGone()
 {
-  if (!sServerGone.load() || sDropped) return sDropped;
+  if (sDropped) return true;
+  // A JACK stream stopped from the outside is the server going away (its
+  // console line is printed now if it was not yet).
+  if (!sServerGone.load() && !sWatch && gMidiIn && gMidiIn->getCurrentApi() == RtMidi::UNIX_JACK)
+  {
+    ReportStreamStatus();
+    if (JackServerWentAway()) sServerGone.store(true);
+  }
+  if (!sServerGone.load()) return false;
   sDropped = true;
   Bury(gMidiIn);
   Bury(gMidiOut);
@@ -165,7 +174,10 @@ bool InitialiseMidi()
   gMidiIn->setCallback(MIDICallback, nullptr);
   gMidiIn->ignoreTypes(true, true, true);
   IPlugStandalone::SetMidiSendFunc(SendToPort);
-  if (gMidiIn->getCurrentApi() == RtMidi::UNIX_JACK) WatchJackServer();
+  // With the sound on JACK too, its stream hears the server go (see
+  // MidiGone); otherwise a watching client of its own does. Every client
+  // costs the server's time at each later client's start.
+  if (gMidiIn->getCurrentApi() == RtMidi::UNIX_JACK && !AudioRunsOnJack()) WatchJackServer();
   return true;
 }
 
@@ -176,6 +188,7 @@ void ReviveMidi()
   if (!MidiGone()) return;
   QuietProbe quiet;
   if (!InitialiseMidi()) return; // still no server: try again at the next restart
+  sServerGone.store(false);
   sDropped = false;
   ChooseMidiInput(gState->mMidiInDev);
   ChooseMidiOutput(gState->mMidiOutDev);
