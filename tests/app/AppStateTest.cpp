@@ -3,21 +3,28 @@
 #include <cstring>
 #include <gtest/gtest.h>
 
-TEST(AppState, AudioAndMidiHalvesCompareApart)
+// A copy (as the preferences dialog takes and restores one) carries every
+// field, and the halves compare apart, texts up to their terminator only.
+TEST(AppState, CopiesEveryFieldAndComparesItsHalvesApart)
 {
   AppState a;
-  AppState b = a;
-  EXPECT_TRUE(AudioSettingsInStateAreEqual(&a, &b));
-  EXPECT_TRUE(MIDISettingsInStateAreEqual(&a, &b));
-  strcpy(b.mMidiInDev, "virtual input");
-  EXPECT_TRUE(AudioSettingsInStateAreEqual(&a, &b));
-  EXPECT_FALSE(MIDISettingsInStateAreEqual(&a, &b));
-
+  unsigned char* bytes = reinterpret_cast<unsigned char*>(&a);
+  for (size_t i = 0; i < sizeof(a); ++i) bytes[i] = (unsigned char)(i * 7 + 1);
+  AppState b;
   b = a;
-  strcpy(b.mAudioSR, "44100\0garbage"); // compared up to the terminator only
-  b.mAudioSR[7] = 'x';
-  EXPECT_TRUE(AudioSettingsInStateAreEqual(&a, &b));
-  b.mAudioInIsMono = 1;
-  EXPECT_FALSE(AudioSettingsInStateAreEqual(&a, &b));
-  EXPECT_TRUE(MIDISettingsInStateAreEqual(&a, &b));
+  EXPECT_EQ(memcmp(&a, &b, sizeof(a)), 0) << "a field the copy missed";
+  const AppState d(a);
+  EXPECT_EQ(memcmp(&a, &d, sizeof(a)), 0);
+
+  b = AppState();
+  AppState c = b;
+  strcpy(c.mMidiInDev, "virtual input");
+  EXPECT_TRUE(AudioSettingsInStateAreEqual(&b, &c));
+  EXPECT_FALSE(MIDISettingsInStateAreEqual(&b, &c));
+  c = b;
+  c.mAudioSR[7] = 'x'; // after the terminator of "44100"
+  EXPECT_TRUE(AudioSettingsInStateAreEqual(&b, &c));
+  c.mAudioInIsMono = 1;
+  EXPECT_FALSE(AudioSettingsInStateAreEqual(&b, &c));
+  EXPECT_TRUE(MIDISettingsInStateAreEqual(&b, &c));
 }
