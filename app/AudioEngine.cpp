@@ -44,6 +44,11 @@ bool sJackGone = false;
 std::atomic<bool> sGateClosed{false};
 std::atomic<int> sCallbacksInside{0};
 std::atomic<unsigned int> sCallbacksSeen{0};
+// The API's default devices as the last probe found them: the first device
+// whose information says it is the default of that direction, else 0, as
+// the sound library itself answers on Linux, without asking the sound
+// server for every device once more (two JACK clients each).
+unsigned int sDefaultIn = 0, sDefaultOut = 0;
 // At exit, a stream that its sound library may be closing on a thread of
 // its own: VELTRA leaves it alone to the end of the process.
 bool sLeaveStream = false;
@@ -134,7 +139,9 @@ void ProbeAudioIO()
   gAudioInputDevs.clear();
   gAudioOutputDevs.clear();
   gAudioIDDevNames.clear();
+  sDefaultIn = sDefaultOut = 0;
   if (!gDAC) return;
+  bool haveIn = false, haveOut = false;
 
   QuietProbe quiet;
   const unsigned int n = gDAC->getDeviceCount();
@@ -156,6 +163,9 @@ void ProbeAudioIO()
     const size_t sep = name.rfind(": ");
     if (sep != std::string::npos && name.size() >= 2) name = name.substr(sep + 2);
     gAudioIDDevNames.push_back(name);
+
+    if (!haveIn && info.isDefaultInput) haveIn = true, sDefaultIn = i;
+    if (!haveOut && info.isDefaultOutput) haveOut = true, sDefaultOut = i;
 
     if (!info.probed || name == "Generic Low Latency ASIO Driver")
     {
@@ -191,7 +201,7 @@ int GetAudioDeviceIDForSettings(const char* name, bool input)
   if (strcmp(name, input ? "Built-in Input" : "Built-in Output") != 0) return -1;
   const std::vector<unsigned int>& usable = input ? gAudioInputDevs : gAudioOutputDevs;
   if (usable.empty()) return -1;
-  const unsigned int def = input ? gDAC->getDefaultInputDevice() : gDAC->getDefaultOutputDevice();
+  const unsigned int def = input ? sDefaultIn : sDefaultOut;
   return (int)(IsListed(usable, def) ? def : usable.front());
 }
 
