@@ -9,6 +9,7 @@
 #include "IControl.h"
 #include "IGraphicsLinux.h"
 #include "IKeyboardControl.h"
+#include "PanelPlay.h"
 #include "VELTRA.h"
 #include "swell-gdi.h"
 
@@ -35,22 +36,12 @@ struct Panel
     plug->RestorePreset(0);
     gui = MakePlugGUI(plug.get());
     // A chord held from MIDI: the keyboard shows its keys.
-    for (int note : {48, 52, 55, 60, 64, 67, 72, 76})
-    {
-      IMidiMsg on(0, 0x90, (uint8_t)note, 100);
-      plug->ProcessMidiMsg(&on);
-    }
+    HoldChord(plug.get());
     IRECT all(0, 0, 920, 400);
     gui->Draw(&all);
   }
   // What the render loop does at control ticks between two frames.
-  void MoveMeters()
-  {
-    phase += 0.013;
-    gui->GetControl(kARMeterControl)->SetValueFromPlug(0.5 + 0.49 * (phase - (int)phase));
-    gui->GetControl(kLFOMeterControl)->SetValueFromPlug(phase - (int)phase);
-    gui->GetControl(kPWMMeterControl)->SetValueFromPlug(1.0 - (phase - (int)phase));
-  }
+  void MoveMeters() { ::MoveMeters(gui, &phase); }
   // One tick of the frame timer; the rectangle it drew.
   IRECT Tick()
   {

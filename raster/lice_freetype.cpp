@@ -178,16 +178,9 @@ int DrawTextFn(HDC dc, const char* buf, int len, RECT* r, int flags)
   int tw = 0;
   for (const auto& line : lines) tw = std::max(tw, LineWidth(font, line));
   const int th = lineHeight * (int)lines.size();
-  if (flags & DT_CALCRECT)
-  {
-    r->right = r->left + tw;
-    r->bottom = r->top + th;
-    return th;
-  }
   int x, y;
-  LICE_AlignText(r, tw, th, flags, &x, &y);
-  RECT box = LICE_MemContextBounds(ctx);
-  if (!(flags & DT_NOCLIP)) LICE_CutRect(&box, *r);
+  RECT box;
+  if (!LICE_PlaceText(ctx, r, flags, tw, th, &x, &y, &box)) return th;
   if (box.right <= box.left || box.bottom <= box.top) return th;
   // Colours are Win32's 0x00BBGGRR; every pixel keeps its alpha byte.
   auto put = [&](int px, int py, int c, int cov)

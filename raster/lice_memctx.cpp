@@ -75,6 +75,20 @@ void LICE_CutRect(RECT* box, const RECT& r)
   box->bottom = std::min(box->bottom, r.bottom);
 }
 
+bool LICE_PlaceText(HDC ctx, RECT* r, int flags, int tw, int th, int* x, int* y, RECT* box)
+{
+  if (flags & DT_CALCRECT)
+  {
+    r->right = r->left + tw;
+    r->bottom = r->top + th;
+    return false;
+  }
+  LICE_AlignText(r, tw, th, flags, x, y);
+  *box = LICE_MemContextBounds(ctx);
+  if (!(flags & DT_NOCLIP)) LICE_CutRect(box, *r);
+  return true;
+}
+
 RECT LICE_MemContextBounds(HDC ctx)
 {
   RECT b = {0, 0, ctx->w, ctx->h};

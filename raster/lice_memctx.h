@@ -37,3 +37,9 @@ void LICE_MemContextSetClip(HDC ctx, const RECT* r);
 RECT LICE_MemContextBounds(HDC ctx);
 // box cut to r.
 void LICE_CutRect(RECT* box, const RECT& r);
+// The start that both back ends' DrawText share once the text's size (tw x
+// th) is known: with DT_CALCRECT, r takes that size and the result is false;
+// otherwise the text's origin aligned in r goes to *x, *y, the area it may
+// touch (the context's bounds, cut to r unless DT_NOCLIP) to *box, and the
+// result is true.
+bool LICE_PlaceText(HDC ctx, RECT* r, int flags, int tw, int th, int* x, int* y, RECT* box);

@@ -173,22 +173,14 @@ int SWELL_DrawText(HDC ctx, const char* buf, int len, RECT* r, int flags)
   pango_layout_get_pixel_extents(layout, &ink, &logical);
   const int tw = logical.width, th = logical.height;
 
-  if (flags & DT_CALCRECT)
-  {
-    r->right = r->left + tw;
-    r->bottom = r->top + th;
-    return th;
-  }
-
   int x, y;
-  LICE_AlignText(r, tw, th, flags, &x, &y);
-
-  RECT box = LICE_MemContextBounds(ctx);
+  RECT box;
+  if (!LICE_PlaceText(ctx, r, flags, tw, th, &x, &y, &box)) return th;
+  // Only where the ink may fall.
   box.left = std::max(box.left, x + std::min(0, ink.x));
   box.top = std::max(box.top, y + std::min(0, ink.y));
   box.right = std::min(box.right, x + std::max(tw, ink.x + ink.width));
   box.bottom = std::min(box.bottom, y + std::max(th, ink.y + ink.height));
-  if (!(flags & DT_NOCLIP)) LICE_CutRect(&box, *r);
   const int sw = box.right - box.left, sh = box.bottom - box.top;
   if (sw < 1 || sh < 1) return th;
 
