@@ -348,7 +348,11 @@ int AudioCallback(void* outputBuffer, void* inputBuffer, unsigned int nFrames, d
 
 bool AudioRunsOnJack() { return gDAC && gDAC->getCurrentApi() == RtAudio::UNIX_JACK; }
 
-bool JackServerWentAway() { return sJackGone; }
+bool JackServerWentAway()
+{
+  // Reported already, or stopped from the outside and not reported yet.
+  return sJackGone || (sStreamStarted && AudioRunsOnJack() && !gDAC->isStreamRunning());
+}
 
 void ReportStreamStatus()
 {

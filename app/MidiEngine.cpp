@@ -57,13 +57,9 @@ void WatchJackServer()
 bool MidiGone()
 {
   if (sDropped) return true;
-  // A JACK stream stopped from the outside is the server going away (its
-  // console line is printed now if it was not yet).
-  if (!sServerGone.load() && !sWatch && gMidiIn && gMidiIn->getCurrentApi() == RtMidi::UNIX_JACK)
-  {
-    ReportStreamStatus();
-    if (JackServerWentAway()) sServerGone.store(true);
-  }
+  // A JACK stream stopped from the outside is the server going away.
+  if (!sWatch && gMidiIn && gMidiIn->getCurrentApi() == RtMidi::UNIX_JACK && JackServerWentAway())
+    sServerGone.store(true);
   if (!sServerGone.load()) return false;
   sDropped = true;
   Bury(gMidiIn);

@@ -59,19 +59,18 @@ int IKeyboardControl::GetMouseKey(int x, int y)
 
 void IKeyboardControl::Press(int key)
 {
-  mKey = key;
   const int velocity = 1 + (int)(mVelocity * 126.0 + 0.5);
   mPress = (key + 1) | (velocity << 16);
   SetDirty(true);
 }
 
-bool IKeyboardControl::KeyIsDown(int key) { return key == mKey || ((VELTRA*)mPlug)->GetKeyStatus(key + mMinNote); }
+bool IKeyboardControl::KeyIsDown(int key) { return key == HeldKey() || ((VELTRA*)mPlug)->GetKeyStatus(key + mMinNote); }
 
 void IKeyboardControl::OnMouseDown(int x, int y, IMouseMod* mod)
 {
   if (mod->R) return;
   const int key = GetMouseKey(x, y);
-  if (key == mKey) return;
+  if (key == HeldKey()) return;
   // A note held from MIDI can't be taken by the mouse.
   if (((VELTRA*)mPlug)->GetKeyStatus(key + mMinNote)) return;
   Press(key);
@@ -81,13 +80,13 @@ void IKeyboardControl::OnMouseDrag(int x, int y, int, int, IMouseMod* mod) { OnM
 
 void IKeyboardControl::OnMouseUp(int, int, IMouseMod*)
 {
-  if (mKey < 0) return;
+  if (HeldKey() < 0) return;
   Press(-1);
 }
 
 bool IKeyboardControl::Draw(IGraphics* graphics)
 {
-  if (((VELTRA*)mPlug)->GetNumKeys() == 0 && mKey == -1) return true;
+  if (((VELTRA*)mPlug)->GetNumKeys() == 0 && HeldKey() == -1) return true;
 
   // White keys, then the top key, then the black keys over them.
   IRECT r(mRECT.L, mRECT.T, mRECT.L + mRegularKeys.W, mRECT.B);

@@ -44,14 +44,15 @@ private:
   bool KeyIsDown(int key);
   // Publishes the held key (-1 for none) with the last measured velocity.
   void Press(int key);
+  int HeldKey() const { return GetKeyPress().key; }
 
   IBitmap mRegularKeys;
   IBitmap mSharpKey;
   int mKeyCoords[12];
   int mOctaveWidth;
   int mNumOctaves;
-  int mKey = -1; // GUI thread; the sound reads mPress
-  // The key plus one in the low 16 bits, the velocity above.
+  // The held key plus one in the low 16 bits, the velocity above; written
+  // on the GUI thread, read by the sound.
   IRelaxed<int> mPress = 0;
   int mMinNote;
   int mNumKeys;
