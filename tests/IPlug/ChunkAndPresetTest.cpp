@@ -1,4 +1,3 @@
-#include "Base64.h"
 #include "TestPlug.h"
 
 #include <gtest/gtest.h>
@@ -43,23 +42,6 @@ TEST(ByteChunk, LayoutAndBoundedReads)
   z.Resize(0);
   z.Resize(8);
   EXPECT_EQ(Bytes(z), std::vector<unsigned char>(8, 0));
-}
-
-TEST(ByteChunk, VersionHeader)
-{
-  TestPlug plug;
-  ByteChunk c;
-  plug.InitChunkWithIPlugVer(&c);
-  EXPECT_EQ(Bytes(c), (std::vector<unsigned char>{0x74, 0x66, 0x66, 0x70, 0x00, 0x00, 0x01, 0x00}));
-  int pos = 0;
-  EXPECT_EQ(plug.GetIPlugVerFromChunk(&c, &pos), 0x00010000);
-  EXPECT_EQ(pos, 8);
-
-  ByteChunk shortChunk;
-  shortChunk.PutBytes("tff", 3);
-  pos = 0;
-  EXPECT_EQ(plug.GetIPlugVerFromChunk(&shortChunk, &pos), 0);
-  EXPECT_EQ(pos, 0);
 }
 
 TEST(ParamSerialisation, ShortChunkSetsWhatItHoldsAndReportsFailure)
@@ -132,21 +114,3 @@ TEST(PresetBank, BankRoundTripAndPruning)
   EXPECT_EQ(a.NPresets(), 3);
 }
 
-TEST(Base64, EncodesWithPaddingAndDecodesToTheFirstStranger)
-{
-  const unsigned char abc[] = {0x41, 0x42, 0x43};
-  char text[16];
-  base64encode(abc, text, 1);
-  EXPECT_STREQ(text, "QQ==");
-  base64encode(abc, text, 2);
-  EXPECT_STREQ(text, "QUI=");
-  base64encode(abc, text, 3);
-  EXPECT_STREQ(text, "QUJD");
-
-  unsigned char out[8] = {};
-  EXPECT_EQ(base64decode("QQ==", out, 8), 1);
-  EXPECT_EQ(out[0], 0x41);
-  EXPECT_EQ(base64decode("QUJD", out, 0), 0);
-  EXPECT_EQ(base64decode("QUJD QUJD", out, 8), 3) << "a blank ends decoding";
-  EXPECT_EQ(base64decode("QUJDQUJD", out, 2), 2) << "never beyond destSize";
-}

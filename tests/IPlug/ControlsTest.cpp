@@ -101,29 +101,6 @@ TEST(Controls, AFaderHandleFollowsTheValueAndJumpsToThePointer)
   EXPECT_DOUBLE_EQ(rig.Param(GuiPlug::kLevel), 0.5);
 }
 
-TEST(Controls, FramesAndRadioButtonsPickTheSliceUnderThePointer)
-{
-  GuiRig rig;
-  IBitmap buttons = rig.Solid(10, 8, 2, LICE_RGBA(0, 0, 0, 255));
-  // Three buttons of 10 pixels in a row of 50: gaps of 10.
-  IRadioButtonsControl* radio =
-      new IRadioButtonsControl(&rig.plug, IRECT(0, 0, 50, 8), GuiPlug::kMode, 3, buttons, kHorizontal);
-  IRadioButtonsControl* reversed =
-      new IRadioButtonsControl(&rig.plug, IRECT(0, 20, 50, 28), GuiPlug::kCents, 3, buttons, kHorizontal, true);
-  rig.gui->AttachControl(radio);
-  rig.gui->AttachControl(reversed);
-  rig.Attach();
-  EXPECT_EQ(radio->GetButtonRECT(2), IRECT(40, 0, 50, 8));
-  EXPECT_EQ(reversed->GetButtonRECT(0), IRECT(30, 20, 40, 28)) << "a reversed row starts a gap from the edge";
-
-  Gesture(rig.gui, 42, 4, {});
-  EXPECT_EQ(rig.Param(GuiPlug::kMode), 2.0);
-  rig.plug.mReports.clear();
-  Gesture(rig.gui, 15, 4, {});
-  EXPECT_EQ(rig.Param(GuiPlug::kMode), 2.0) << "a press between buttons keeps the value";
-  EXPECT_EQ(rig.plug.mReports, (std::vector<std::string>{"begin 1", "change 1", "end 1"})) << "but still sends it";
-}
-
 TEST(Controls, TextControlsRedrawOnlyWhenTheirTextChanges)
 {
   GuiRig rig;
@@ -152,38 +129,6 @@ TEST(Controls, TextControlsRedrawOnlyWhenTheirTextChanges)
   {
   }
   EXPECT_STREQ(withLabel->GetTextString(), "-3.5 dB") << "read from the plug-in at the next draw";
-}
-
-TEST(Controls, AFileSelectorFlipsItsValueAndWipesItsImageOnce)
-{
-  GuiRig rig;
-  IBitmap busy = rig.Solid(10, 10, 1, LICE_RGBA(255, 0, 0, 255));
-  IFileSelectorControl* files =
-      new IFileSelectorControl(&rig.plug, IRECT(0, 0, 10, 10), -1, busy, kFileOpen, "", "fxp");
-  IURLControl* link = new IURLControl(&rig.plug, IRECT(20, 0, 30, 10), "http://a", "http://b");
-  rig.gui->AttachControl(files);
-  rig.gui->AttachControl(link);
-  rig.Attach();
-  while (rig.Frame())
-  {
-  }
-
-  rig.gui->mFileAnswers.push_back("/tmp/x/one.fxp");
-  Gesture(rig.gui, 5, 5, {});
-  WDL_String chosen;
-  files->GetLastSelectedFileForPlug(&chosen);
-  EXPECT_STREQ(chosen.Get(), "/tmp/x/one.fxp");
-  EXPECT_EQ(files->GetValue(), 1.0);
-  EXPECT_TRUE(rig.Frame());
-  EXPECT_TRUE(files->IsDirty()) << "one more frame to wipe the image";
-  EXPECT_FALSE(files->IsDirty());
-  Gesture(rig.gui, 5, 5, {});
-  EXPECT_EQ(files->GetValue(), 0.0);
-
-  rig.gui->mURLOpens = false;
-  Gesture(rig.gui, 25, 5, {});
-  EXPECT_EQ(rig.gui->mURLsOpened, (std::vector<std::string>{"http://a", "http://b"}))
-      << "the backup when the first fails";
 }
 
 // A small panel rendered at several values, checked against the arithmetic

@@ -67,21 +67,6 @@ TEST(IParam, StepRoundingOnlyForNonDoubleKinds)
   EXPECT_EQ(d.GetNormalized(20.0), 1.0);
 }
 
-TEST(IParam, ShapeAndPrecision)
-{
-  IParam p;
-  p.InitDouble("s", 0.0, 0.0, 100.0, 0.01, "", "", 2.0);
-  EXPECT_DOUBLE_EQ(p.GetNonNormalized(0.5), 25.0);
-  EXPECT_DOUBLE_EQ(p.GetNormalized(25.0), 0.5);
-  EXPECT_EQ(p.GetDisplayPrecision(), 2);
-
-  IParam fine, zeroShape;
-  fine.InitDouble("f", 0.0, 0.0, 1.0, 1e-7);
-  EXPECT_EQ(fine.GetDisplayPrecision(), 6) << "6 is the ceiling";
-  zeroShape.InitDouble("z", 0.0, 0.0, 1.0, 0.1, "", "", 0.0);
-  EXPECT_EQ(zeroShape.GetShape(), 1.0);
-}
-
 TEST(IParam, DisplayTextsKeepTheFirstOfEqualValues)
 {
   IParam p;

@@ -18,27 +18,6 @@ void Add(IMidiQueue& q, int offset, uint8_t data1 = 0)
 }
 } // namespace
 
-TEST(IMidiMsg, AccessorsRefuseOtherKinds)
-{
-  for (uint8_t status : {0x70, 0xF8})
-  {
-    IMidiMsg m(0, status, 60, 100);
-    EXPECT_EQ(m.StatusMsg(), IMidiMsg::kNone);
-    EXPECT_EQ(m.NoteNumber(), -1);
-    EXPECT_EQ(m.Velocity(), -1);
-    EXPECT_EQ(m.Program(), -1);
-    EXPECT_EQ(m.PolyAfterTouch(), -1);
-    EXPECT_EQ(m.ChannelAfterTouch(), -1);
-    EXPECT_EQ(m.PitchWheel(), 0.0);
-    EXPECT_EQ(m.ControlChange(IMidiMsg::kModWheel), -1.0);
-  }
-  IMidiMsg off(0, 0x93, 60, 0);
-  EXPECT_EQ(off.StatusMsg(), IMidiMsg::kNoteOn) << "velocity 0 stays a note-on here";
-  EXPECT_EQ(off.Channel(), 3);
-  EXPECT_STREQ(StatusMsgStr(IMidiMsg::kPitchWheel), "pitchwheel");
-  EXPECT_STREQ(StatusMsgStr((IMidiMsg::EStatusMsg)3), "unknown");
-}
-
 TEST(IMidiMsg, PitchWheelAndControlChangeEncoding)
 {
   IMidiMsg m;

@@ -31,8 +31,6 @@ public:
   IRECT mLastScreenRect;
   std::vector<std::vector<std::string>> mMenusShown;
   IRECT mLastMenuRect;
-  std::vector<std::string> mURLsOpened;
-  bool mURLOpens = true;
 
   // The open text entry, as a platform would hold it.
   IControl* mEdControl = nullptr;
@@ -122,11 +120,7 @@ public:
     if (dir) dir->Set(path.substr(0, path.rfind('/') + 1).c_str());
   }
   bool PromptForColor(IColor*, const char*) override { return false; }
-  bool OpenURL(const char* url, const char*, const char*, const char*) override
-  {
-    mURLsOpened.push_back(url);
-    return mURLOpens;
-  }
+  bool OpenURL(const char*, const char*, const char*, const char*) override { return false; }
   void* OpenWindow(void*) override
   {
     mOpen = true;

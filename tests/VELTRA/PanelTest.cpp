@@ -133,31 +133,6 @@ TEST(Keyboard, TheMouseHoldsOneKeyAndLeavesMidiKeysAlone)
   EXPECT_EQ(k.keyboard->GetKey(), -1);
 }
 
-TEST(Keyboard, DrawsOnlyTheKeysThatAreDown)
-{
-  Keys k;
-  IGraphics* gui = MakePlugGUI(k.rig.mPlug.get());
-  IRECT all(0, 0, 920, 400);
-  gui->Draw(&all);
-  LICE_MemBitmap before;
-  LICE_Copy(&before, gui->GetDrawBitmap());
-  auto changedAt = [&](int x, int y)
-  { return LICE_GetPixel(gui->GetDrawBitmap(), x, y) != LICE_GetPixel(&before, x, y); };
-
-  IRECT keys = k.r;
-  k.keyboard->SetDirty(false);
-  gui->Draw(&keys);
-  EXPECT_FALSE(changedAt(k.WhiteX(0), k.r.B - 5)) << "nothing held: the background's keys";
-
-  k.rig.NoteOn(48 + 48); // the top key, from MIDI
-  k.rig.NoteOn(48 + 1);  // C#
-  gui->Draw(&keys);
-  EXPECT_TRUE(changedAt(k.r.R - 10, k.r.B - 5)) << "the top key shows pressed";
-  EXPECT_TRUE(changedAt(k.r.L + 18, k.r.T + 30)) << "the black key shows pressed";
-  EXPECT_FALSE(changedAt(k.WhiteX(0), k.r.B - 5)) << "its white neighbours do not";
-  EXPECT_FALSE(changedAt(k.WhiteX(1), k.r.B - 5));
-}
-
 // The program menu on the test platform: the file dialogs answer from a
 // script, and the plug-in is a small one of the framework.
 TEST(PresetMenu, SavesAndLoadsProgramsAndShowsTheFileName)

@@ -6,24 +6,6 @@
 #include <string>
 #include <sys/stat.h>
 
-TEST(VELTRAParams, IdentityAndFactoryPresets)
-{
-  VeltraRig rig;
-  VELTRA& p = *rig.mPlug;
-  EXPECT_EQ(p.NParams(), kNumParams);
-  EXPECT_EQ(p.NPresets(), 8);
-  for (int i = 0; i < 8; ++i) EXPECT_STREQ(p.GetPresetName(i), "-");
-  EXPECT_TRUE(p.CompareState(nullptr, 0));
-  EXPECT_EQ(p.GetUniqueID(), 0x564C5431) << "VLT1";
-  EXPECT_EQ(p.GetMfrID(), 0x516C6D72) << "Qlmr";
-  EXPECT_STREQ(p.GetMfrName(), "QuillmoorInstruments");
-  EXPECT_STREQ(p.GetParam(kLFORate)->GetNameForHost(), "LFO Rate");
-  EXPECT_STREQ(p.GetParam(kOP2Release)->GetNameForHost(), "OP2 Release");
-  EXPECT_EQ(p.GetParam(kARMeter)->Type(), IParam::kTypeNone);
-  EXPECT_EQ(p.mResonance, 0.25) << "program 0 put the defaults in force";
-  EXPECT_TRUE(p.mFMMode);
-}
-
 TEST(VELTRAParams, TuneOctaveAndWaveformRows)
 {
   VeltraRig rig;
@@ -66,29 +48,6 @@ TEST(VELTRAParams, VolumeDuringAHeldNoteReplacesTheVelocityTerm)
   rig.NoteOn(62, 127);
   rig.Render(32);
   EXPECT_EQ(rig.mPlug->mOsc[2].mVelocityGain, 0.9) << "velocity 127 gives exactly the volume";
-}
-
-TEST(VELTRAParams, StoredStateReproducesEveryValue)
-{
-  VeltraRig rig;
-  VELTRA& p = *rig.mPlug;
-  for (int i = 0; i < kNumParams; ++i)
-  {
-    IParam* param = p.GetParam(i);
-    double lo, hi;
-    param->GetBounds(&lo, &hi);
-    param->Set(lo + (hi - lo) * ((i * 37) % 100) / 100.0);
-  }
-  ByteChunk state;
-  ASSERT_TRUE(p.SerializeState(&state));
-  EXPECT_EQ(state.Size(), kNumParams * 8);
-  std::vector<double> saved;
-  for (int i = 0; i < kNumParams; ++i) saved.push_back(p.GetParam(i)->Value());
-
-  VeltraRig other;
-  EXPECT_EQ(other.mPlug->UnserializeState(&state, 0), kNumParams * 8);
-  for (int i = 0; i < kNumParams; ++i) EXPECT_EQ(other.mPlug->GetParam(i)->Value(), saved[i]) << "param " << i;
-  EXPECT_EQ(other.mPlug->mResonance, saved[kFilterResonance]) << "OnParamChange ran for every slot";
 }
 
 TEST(VELTRAParams, ProgramAndBankFilesRoundTripEveryValue)

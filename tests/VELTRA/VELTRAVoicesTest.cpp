@@ -1,6 +1,3 @@
-#include "IGraphics.h"
-#include "IKeyboardControl.h"
-#include "Signal.h"
 #include "VELTRATestUtil.h"
 
 #include <cmath>
@@ -138,29 +135,6 @@ TEST(VELTRAVoices, EnvelopeStagesAreStraightLinesOnTicks)
   rig.NoteOff(60);
   rig.Render(44);
   EXPECT_NEAR(rig.mPlug->mOsc[0].mEnvelope, 0.5 - mapRate(0.4), 1e-12);
-}
-
-TEST(VELTRAVoices, TheScreenKeyboardPlaysThroughTheQueue)
-{
-  VeltraRig rig;
-  rig.PlainSine();
-  IGraphics* gui = MakePlugGUI(rig.mPlug.get());
-  const IRECT keys = PanelKeyboard(rig.mPlug.get())->GetRECT();
-  IMouseMod left(true);
-  // A of the second octave (note 69), then a glissando to its B (71): white
-  // keys of 20 pixels, pressed low on the key. Pitches are quantised to whole
-  // samples a cycle, within 1 % of concert pitch here.
-  const int a = keys.L + 140 + 5 * 20 + 10, b = a + 20, y = keys.B - 10;
-  gui->OnMouseDown(a, y, &left);
-  std::vector<double> out = rig.Render(8192);
-  EXPECT_NEAR(Fundamental(out, 2048, 8192, 44100.0), 440.0, 4.4);
-  gui->OnMouseDrag(b, y, &left);
-  out = rig.Render(8192);
-  EXPECT_NEAR(Fundamental(out, 2048, 8192, 44100.0), 493.9, 4.9) << "the drag moved the note";
-  EXPECT_EQ(rig.mPlug->GetNumKeys(), 0) << "screen keys bypass the MIDI key table";
-  gui->OnMouseUp(b, y, &left);
-  out = rig.Render(44100);
-  EXPECT_LT(Rms(out, 40000, 44100), 1e-4) << "the release ended the note";
 }
 
 TEST(VELTRAVoices, AFloodWithNoAudioRunningStaysBounded)

@@ -7,15 +7,6 @@
 #include <memory>
 #include <vector>
 
-TEST(VLTFilter, FastTanhIsOddAndUnbounded)
-{
-  EXPECT_EQ(fast_tanh(0.0), 0.0);
-  EXPECT_DOUBLE_EQ(fast_tanh(1.0), 28.0 / 36.0);
-  EXPECT_DOUBLE_EQ(fast_tanh(3.0), 1.0);
-  EXPECT_DOUBLE_EQ(fast_tanh(-2.5), -fast_tanh(2.5));
-  EXPECT_GT(fast_tanh(90.0), 9.0) << "grows as x/9";
-}
-
 TEST(VLTFilter, DampedFilterFollowsAStepAndSaturatesGently)
 {
   double vel = 0.0, pos = 0.0, out = 0.0;

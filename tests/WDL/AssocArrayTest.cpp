@@ -7,8 +7,6 @@
 namespace
 {
 int sIntCmp(int* a, int* b) { return *a < *b ? -1 : *a > *b; }
-std::vector<int> sDisposed;
-void DisposeVal(int v) { sDisposed.push_back(v); }
 } // namespace
 
 TEST(AssocArray, KeepsKeysSortedWhateverTheInsertionOrder)
@@ -35,31 +33,6 @@ TEST(AssocArray, KeepsKeysSortedWhateverTheInsertionOrder)
   for (int k : keys) EXPECT_EQ(a.Get(k, -1), k * 2);
   EXPECT_EQ(a.Get(10001, -1), -1);
   EXPECT_EQ(a.GetPtr(-5), nullptr);
-}
-
-TEST(AssocArray, ReplacingAValueDisposesTheOldOneAndKeepsTheKey)
-{
-  WDL_StringKeyedArray<int> a(true, DisposeVal);
-  sDisposed.clear();
-  char key[] = "cutoff";
-  a.Insert(key, 1);
-  const char* stored = nullptr;
-  a.GetPtr("cutoff", &stored);
-  ASSERT_NE(stored, nullptr);
-  EXPECT_NE(stored, key) << "the key is duplicated";
-  key[0] = 'X'; // the caller's buffer may change afterwards
-  EXPECT_EQ(a.Get("cutoff"), 1);
-
-  a.Insert("cutoff", 2);
-  const char* again = nullptr;
-  a.GetPtr("cutoff", &again);
-  EXPECT_EQ(again, stored) << "an existing key keeps its key object";
-  EXPECT_EQ(sDisposed, std::vector<int>{1});
-  EXPECT_EQ(a.GetSize(), 1);
-
-  a.Delete("cutoff");
-  EXPECT_EQ(sDisposed, (std::vector<int>{1, 2}));
-  EXPECT_EQ(a.GetSize(), 0);
 }
 
 TEST(AssocArray, CaseRulesAndResortKeepingTheLastOfEachKey)

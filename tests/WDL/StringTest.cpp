@@ -4,18 +4,6 @@
 #include <gtest/gtest.h>
 #include <string>
 
-TEST(String, NeverYieldsNull)
-{
-  WDL_String s;
-  ASSERT_NE(s.Get(), nullptr);
-  EXPECT_STREQ(s.Get(), "");
-  EXPECT_EQ(s.GetLength(), 0);
-  s.Append("");
-  EXPECT_STREQ(s.Get(), "");
-  s.Set((const char*)nullptr);
-  EXPECT_STREQ(s.Get(), "");
-}
-
 TEST(String, SetAndAppendHonourMaxlen)
 {
   WDL_String s("hello world", 5);
@@ -42,27 +30,6 @@ TEST(String, SetFromPartOfItselfWhileGrowing)
   EXPECT_EQ(std::string(s.Get()).substr(40950, 10), "0123456789");
   s.Set(s.Get() + 3, 4);
   EXPECT_STREQ(s.Get(), "3456");
-}
-
-TEST(String, FormattingLengthsAndSpans)
-{
-  WDL_String s;
-  s.SetFormatted(5, "%d-%s", 12345, "tail");
-  EXPECT_STREQ(s.Get(), "12345") << "output beyond maxlen is lost";
-  s.SetFormatted(100, "%s=%u", "sr", 44100u);
-  EXPECT_STREQ(s.Get(), "sr=44100");
-
-  EXPECT_TRUE(s.SetLen(-3));
-  EXPECT_STREQ(s.Get(), "");
-
-  s.Set("abcdef");
-  s.DeleteSub(2, 2);
-  EXPECT_STREQ(s.Get(), "abef");
-  s.DeleteSub(3, 100); // cut at the end
-  EXPECT_STREQ(s.Get(), "abe");
-  s.DeleteSub(3, 1); // outside the text
-  s.DeleteSub(-1, 1);
-  EXPECT_STREQ(s.Get(), "abe");
 }
 
 TEST(String, PathHelpers)

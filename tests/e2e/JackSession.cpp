@@ -292,34 +292,6 @@ bool JackRecorder::WaitForFrames(size_t n, double timeoutSec) const
 
 int JackRecorder::SampleRate() const { return mClient ? (int)jack_get_sample_rate(mClient) : 0; }
 
-bool JackRecorder::WriteWav(const std::string& path) const
-{
-  FILE* f = fopen(path.c_str(), "wb");
-  if (!f) return false;
-  const uint32_t frames = (uint32_t)mFrames.load(), rate = (uint32_t)SampleRate();
-  const uint32_t dataBytes = frames * 2 * 4;
-  auto u32 = [f](uint32_t v) { fwrite(&v, 4, 1, f); };
-  auto u16 = [f](uint16_t v) { fwrite(&v, 2, 1, f); };
-  fwrite("RIFF", 1, 4, f);
-  u32(36 + dataBytes);
-  fwrite("WAVEfmt ", 1, 8, f);
-  u32(16);
-  u16(3); // IEEE float
-  u16(2);
-  u32(rate);
-  u32(rate * 8);
-  u16(8);
-  u16(32);
-  fwrite("data", 1, 4, f);
-  u32(dataBytes);
-  for (uint32_t i = 0; i < frames; ++i)
-  {
-    fwrite(&mLeft[i], 4, 1, f);
-    fwrite(&mRight[i], 4, 1, f);
-  }
-  return fclose(f) == 0;
-}
-
 void JackRecorder::Close()
 {
   if (mClient)

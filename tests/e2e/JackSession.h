@@ -80,7 +80,6 @@ public:
   const std::vector<float>& Left() const { return mLeft; }
   const std::vector<float>& Right() const { return mRight; }
   int SampleRate() const;
-  bool WriteWav(const std::string& path) const;
   void Close();
 
 private:

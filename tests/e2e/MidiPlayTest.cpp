@@ -33,7 +33,6 @@ TEST(MidiPlay, NoteThroughTheVirtualPortSoundsAndOtherChannelsAreIgnored)
   sender.Send({0x81, 69, 0});
   ASSERT_TRUE(recorder.WaitForFrames(offAt + rate, 10.0));
   const size_t end = recorder.Frames();
-  recorder.WriteWav(run.home.File("note.wav"));
   ASSERT_EQ(WEXITSTATUS(veltra.StopWith(SIGTERM, 15.0)), 0) << veltra.Errors();
 
   const std::vector<float>& out = recorder.Left();
@@ -51,34 +50,3 @@ TEST(MidiPlay, NoteThroughTheVirtualPortSoundsAndOtherChannelsAreIgnored)
          hz, level);
 }
 
-TEST(MidiPlay, FirstRunWritesTheDefaultSettings)
-{
-  PlayingVeltra run;
-  ASSERT_EQ(run.Start(), "");
-  ASSERT_EQ(WEXITSTATUS(run.veltra.StopWith(SIGTERM, 15.0)), 0) << run.veltra.Errors();
-
-  const std::string folder = run.home.Path() + "/.config/VELTRA";
-  struct stat st;
-  ASSERT_EQ(stat(folder.c_str(), &st), 0) << "the settings folder and its parents are made";
-  EXPECT_EQ(st.st_mode & 0002, 0u) << "never world-writable";
-  EXPECT_EQ(ReadWholeFile(folder + "/settings.ini"), "[audio]\n"
-                                                     "driver=0\n"
-                                                     "in1=1\n"
-                                                     "in2=2\n"
-                                                     "indev=Built-in Input\n"
-                                                     "iovs=512\n"
-                                                     "monoinput=0\n"
-                                                     "out1=1\n"
-                                                     "out2=2\n"
-                                                     "outdev=Built-in Output\n"
-                                                     "sigvs=32\n"
-                                                     "sr=44100\n"
-                                                     "\n"
-                                                     "[midi]\n"
-                                                     "inchan=0\n"
-                                                     "indev=off\n"
-                                                     "outchan=0\n"
-                                                     "outdev=off\n"
-                                                     "\n");
-  EXPECT_NE(access((folder + "/.settings.ini.new").c_str(), F_OK), 0) << "no temporary file left";
-}

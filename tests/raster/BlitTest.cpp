@@ -19,29 +19,6 @@ public:
 };
 } // namespace
 
-TEST(Bitmaps, SpansAlignmentAndGrowth)
-{
-  EXPECT_EQ(LICE_MemBitmap(10, 10, 4).getRowSpan(), 12);
-  EXPECT_EQ(LICE_MemBitmap(10, 10, 0).getRowSpan(), 10);
-  EXPECT_EQ(LICE_MemBitmap(10, 10, 1).getRowSpan(), 10);
-  EXPECT_EQ(LICE_MemBitmap(10, 10, 6).getRowSpan(), 10) << "lowest bit 2: mask 1";
-  EXPECT_EQ(LICE_MemBitmap(16, 1, 64).getRowSpan(), 32) << "the mask stops at 16 (63 would give 64)";
-  LICE_MemBitmap m(33, 3);
-  EXPECT_EQ((uintptr_t)m.getBits() % 64, 0u);
-  m.resize(0, 5);
-  EXPECT_EQ(m.getBits(), nullptr);
-  EXPECT_EQ(LICE_GetPixel(&m, 0, 0), 0u);
-
-  LICE_SysBitmap s(101, 10);
-  EXPECT_EQ(s.getRowSpan(), 104);
-  s.resize(90, 10);
-  EXPECT_EQ(s.getRowSpan(), 104) << "the span does not shrink";
-  LICE_Clear(&s, LICE_RGBA(1, 2, 3, 4));
-  EXPECT_EQ(LICE_GetPixel(&s, 89, 9), LICE_RGBA(1, 2, 3, 4));
-  EXPECT_EQ(LICE_GetPixel(&s, -1, 0), 0u);
-  EXPECT_EQ(LICE_GetPixel(&s, 90, 0), 0u);
-}
-
 TEST(Blit, ClipsAtEveryEdge)
 {
   LICE_MemBitmap src(10, 4), dest(5, 4);

@@ -50,21 +50,6 @@ TEST(Line, SamePixelsEitherWayAndClipped)
   EXPECT_EQ(x2, 19);
 }
 
-TEST(Line, AntiAliasedWeightsAndModes)
-{
-  LICE_MemBitmap bm(12, 8);
-  LICE_Clear(&bm, 0);
-  LICE_Line(&bm, 0, 0, 10, 5, LICE_RGBA(255, 255, 255, 255), 1.0f, 0, true);
-  // slope 0x8000: at the first inner pixel both weights are close to half.
-  const int w1 = (int)LICE_GETR(LICE_GetPixel(&bm, 1, 0)), w2 = (int)LICE_GETR(LICE_GetPixel(&bm, 1, 1));
-  EXPECT_NEAR(w1, 128, 2);
-  EXPECT_NEAR(w2, 127, 2);
-
-  LICE_Clear(&bm, LICE_RGBA(10, 10, 10, 10));
-  LICE_Line(&bm, 0, 2, 11, 2, LICE_RGBA(100, 100, 100, 100), 0.25f, LICE_BLIT_MODE_ADD, false);
-  EXPECT_EQ(LICE_GetPixel(&bm, 5, 2), LICE_RGBA(35, 35, 35, 35)) << "add with ia 64";
-}
-
 TEST(Shapes, CircleHasEightfoldSymmetry)
 {
   for (bool aa : {false, true})

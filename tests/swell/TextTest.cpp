@@ -25,13 +25,6 @@ protected:
 };
 } // namespace
 
-TEST_F(Text, UnknownFacesFallBackToMonospace)
-{
-  HFONT f = CreateFont(-14, 0, 0, 0, 400, 0, 0, 0, 0, 0, 0, 0, 0, "Monaco");
-  EXPECT_STREQ(SWELL_ResolvedFontFamily(f), "Monospace");
-  DeleteObject(f);
-}
-
 TEST_F(Text, GlyphsAreRenderedOnceAndReused)
 {
   LICE_CachedFont font;
