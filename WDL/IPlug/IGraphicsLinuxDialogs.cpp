@@ -5,6 +5,7 @@
 #include "IGraphicsLinux.h"
 
 #include "IPlugBase.h"
+#include "lice.h"
 #include "swell-appmain.h"
 #include "swell-wnd.h"
 
@@ -201,6 +202,11 @@ void IGraphicsLinux::PromptForFile(WDL_String* fileName, EFileAction action, WDL
   gtk_dialog_set_default_response(GTK_DIALOG(dlg), GTK_RESPONSE_ACCEPT);
   gtk_file_chooser_set_current_folder(chooser, folder.c_str());
   gtk_file_chooser_set_local_only(chooser, TRUE);
+  // The factory programs stand in the side bar, one click away; the dialog
+  // itself still starts where the program menu's rule puts it.
+  const std::string factory = std::string(LICE_GetResourceRoot()) + "/programs";
+  if (*LICE_GetResourceRoot() && g_file_test(factory.c_str(), G_FILE_TEST_IS_DIR))
+    gtk_file_chooser_add_shortcut_folder(chooser, factory.c_str(), nullptr);
   if (save)
   {
     gtk_file_chooser_set_current_name(chooser, proposed.c_str());

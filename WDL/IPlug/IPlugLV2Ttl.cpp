@@ -157,18 +157,17 @@ std::string PluginTtl(IPlugBase* plug, const LV2BundleDescription& d)
   return t;
 }
 
-std::string PresetsTtl(IPlugBase* plug, const LV2BundleDescription& d)
+std::string PresetsTtl(IPlugBase* plug, const LV2BundleDescription& d, const std::vector<LV2Preset>& presets)
 {
   std::string t = kPrefixes;
   const std::string key = std::string(d.mURI) + "#program";
-  for (int n = 0; n < plug->NPresets(); ++n)
+  for (size_t n = 0; n < presets.size(); ++n)
   {
     // The values that the program gives when loaded from its file form, so
     // that the preset sounds exactly as the program file does.
-    plug->RestorePreset(n);
     ByteChunk program;
-    const std::string name = plug->GetPresetName(n);
-    plug->MakeProgramFXP(&program, name.c_str());
+    program.PutBytes(presets[n].mProgram.data(), (int)presets[n].mProgram.size());
+    const std::string& name = presets[n].mName;
     plug->LoadProgramFromChunk(&program);
     std::vector<char> encoded((size_t)program.Size() * 4 / 3 + 8);
     base64encode(program.GetBytes(), encoded.data(), program.Size());
@@ -189,7 +188,7 @@ std::string PresetsTtl(IPlugBase* plug, const LV2BundleDescription& d)
   return t;
 }
 
-std::string ManifestTtl(IPlugBase* plug, const LV2BundleDescription& d)
+std::string ManifestTtl(const LV2BundleDescription& d, size_t presets)
 {
   std::string t = kPrefixes;
   t += "<" + std::string(d.mURI) + ">\n  a lv2:Plugin , lv2:InstrumentPlugin ;\n  lv2:binary <" + d.mBinary +
@@ -197,7 +196,7 @@ std::string ManifestTtl(IPlugBase* plug, const LV2BundleDescription& d)
   if (d.mUIBinary)
     t += "<" + std::string(d.mURI) + "#ui>\n  a ui:X11UI ;\n  ui:binary <" + d.mUIBinary + "> ;\n  rdfs:seeAlso <" +
          d.mTtlName + "> .\n\n";
-  for (int n = 0; n < plug->NPresets(); ++n)
+  for (size_t n = 0; n < presets; ++n)
     t += "<" + std::string(d.mURI) + "#preset" + std::to_string(n + 1) + ">\n  a pset:Preset ;\n  lv2:appliesTo <" +
          d.mURI + "> ;\n  rdfs:seeAlso <presets.ttl> .\n\n";
   return t;
@@ -213,10 +212,12 @@ bool WriteText(const std::string& path, const std::string& text, std::string* er
 }
 } // namespace
 
-bool WriteLV2Bundle(IPlugBase* plug, const LV2BundleDescription& desc, const std::string& folder, std::string* error)
+bool WriteLV2Bundle(IPlugBase* plug, const LV2BundleDescription& desc, const std::vector<LV2Preset>& presets,
+                    const std::string& folder, std::string* error)
 {
-  const std::string presets = PresetsTtl(plug, desc);
-  return WriteText(folder + "/manifest.ttl", ManifestTtl(plug, desc), error) &&
-         WriteText(folder + "/" + desc.mTtlName, PluginTtl(plug, desc), error) &&
-         WriteText(folder + "/presets.ttl", presets, error);
+  // The plug-in's own text first: the presets leave the last of them loaded.
+  const std::string pluginTtl = PluginTtl(plug, desc);
+  return WriteText(folder + "/manifest.ttl", ManifestTtl(desc, presets.size()), error) &&
+         WriteText(folder + "/" + desc.mTtlName, pluginTtl, error) &&
+         WriteText(folder + "/presets.ttl", PresetsTtl(plug, desc, presets), error);
 }

@@ -7,6 +7,7 @@
 #include "IPlugBase.h"
 
 #include <string>
+#include <vector>
 
 struct LV2BundleDescription
 {
@@ -19,7 +20,17 @@ struct LV2BundleDescription
   const char* mUIBinary;          // the X11 panel's binary, "veltra_ui.so"; null for none
 };
 
-// Writes the three files into folder (which must exist). Programs of the bank
-// become presets with the values that loading them as program files gives,
-// the program's bytes as their state. False with a reason on a write error.
-bool WriteLV2Bundle(IPlugBase* plug, const LV2BundleDescription& desc, const std::string& folder, std::string* error);
+// A preset of the bundle: its label and its program in the program file's
+// form (MakeProgramFXP).
+struct LV2Preset
+{
+  std::string mName;
+  std::vector<unsigned char> mProgram;
+};
+
+// Writes the three files into folder (which must exist). The presets, in
+// their order, get the values that loading them as program files gives, the
+// program's bytes as their state. The plug-in's current program changes on
+// the way. False with a reason on a write error.
+bool WriteLV2Bundle(IPlugBase* plug, const LV2BundleDescription& desc, const std::vector<LV2Preset>& presets,
+                    const std::string& folder, std::string* error);

@@ -8,7 +8,7 @@
 #include "MidiFile.h"
 #include "Process.h"
 #include "TempDir.h"
-#include "VELTRA.h"
+#include "VELTRAFactory.h"
 
 #include <cmath>
 #include <cstring>
@@ -143,7 +143,7 @@ TEST_F(LV2Plugin, PortsFollowTheParameterTable)
     EXPECT_EQ(lo, (float)plo) << p->GetNameForHost();
     EXPECT_EQ(hi, (float)phi) << p->GetNameForHost();
   }
-  EXPECT_EQ(sHost->PresetURIs().size(), (size_t)kVeltraPrograms);
+  EXPECT_EQ(sHost->PresetURIs().size(), (size_t)(kFactoryCategories * kVeltraPrograms)) << "the factory programs";
 }
 
 // Every block size a host may use, and a seeded mix of them with runs of

@@ -51,6 +51,9 @@ for f in usr/bin/veltra usr/bin/veltra-render usr/share/applications/veltra.desk
   usr/lib/lv2/veltra.lv2/veltra_dsp.so; do
   [ -e "$root/$f" ] || fail "the package lacks $f"
 done
+programs=$root/usr/share/veltra/programs
+[ "$(find "$programs" -name '*.fxp' | wc -l)" -eq 32 ] || fail "the package lacks factory programs"
+[ "$(find "$programs" -maxdepth 1 -name '*.fxb' | wc -l)" -eq 4 ] || fail "the package lacks factory banks"
 
 echo "== the LV2 plug-in, found where the package puts it"
 info=$(LV2_PATH=$root/usr/lib/lv2 lv2info https://quillmoorinstruments.com/plugins/veltra 2>&1) || true
