@@ -198,21 +198,32 @@ TEST_P(LV2Panel, PlaysTurnsAndFollowsTheHost)
   ASSERT_TRUE(turned);
   EXPECT_GT(DifferingPixels(first.get(), turned.get(), kCutoffKnobArea), 20);
 
-  // The host's first preset puts the knob back where the default program has it.
+  // The host's first preset (a factory program: none has the cutoff at its
+  // lowest) moves the knob away from where the drag left it.
   int tx, ty, tw, th;
   ASSERT_TRUE(x.Geometry(top, &tx, &ty, &tw, &th));
   x.Click(tx + 70, ty + 10);
   Sleep(0.7);
-  // jalv.gtk3 lists its preset commands above the presets.
-  x.Click(tx + 75, ty + (host == "jalv.gtk3" ? 88 : 36));
+  // jalv.gtk3 lists its preset commands above the presets; jalv.qt5's menu
+  // of 32 presets is taller than the screen and scrolls, so the keyboard
+  // takes its first entry there.
+  if (host == "jalv.gtk3")
+  {
+    x.Click(tx + 75, ty + 88);
+  }
+  else
+  {
+    x.Key("Down");
+    x.Key("Return");
+  }
   const double waitPreset = Now();
   std::unique_ptr<LICE_IBitmap> back;
   do {
     Sleep(0.2);
     back.reset(x.Screenshot(panel, dir.File("back.png")));
-  } while (back && DifferingPixels(first.get(), back.get(), kCutoffKnobArea) && SecondsSince(waitPreset) < 5.0);
+  } while (back && !DifferingPixels(turned.get(), back.get(), kCutoffKnobArea) && SecondsSince(waitPreset) < 5.0);
   ASSERT_TRUE(back);
-  EXPECT_EQ(DifferingPixels(first.get(), back.get(), kCutoffKnobArea), 0) << "the preset did not move the knob";
+  EXPECT_GT(DifferingPixels(turned.get(), back.get(), kCutoffKnobArea), 20) << "the preset did not move the knob";
 
   // The program menu opens inside the panel, and saving writes the program.
   x.Click(px + 450, py + 230);

@@ -9,6 +9,8 @@
 #include "lice.h"
 
 #include <cmath>
+#include <cstring>
+#include <dirent.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
@@ -229,3 +231,42 @@ TEST(Panel, AFailedSaveSaysSo)
   EXPECT_TRUE(s.xserver.WaitForWindowGone(box, 10.0));
   EXPECT_TRUE(s.run.veltra.Running());
 }
+
+// Every factory program of a category loads through the Open dialog and
+// saves through the Save dialog to the very same bytes.
+class FactoryInPanel : public ::testing::TestWithParam<const char*>
+{
+};
+
+TEST_P(FactoryInPanel, EveryProgramLoadsAndSavesByteForByte)
+{
+  const std::string folder = std::string(VELTRA_PROGRAMS) + "/" + GetParam();
+  std::vector<std::string> names;
+  if (DIR* d = opendir(folder.c_str()))
+  {
+    while (dirent* e = readdir(d))
+      if (strstr(e->d_name, ".fxp")) names.push_back(e->d_name);
+    closedir(d);
+  }
+  ASSERT_EQ(names.size(), 8u) << folder;
+  VeltraOnScreen s;
+  ASSERT_EQ(s.Start(), "");
+  // A first save, so that the dialogs start in a folder that exists.
+  s.ChoosePopupItem(450, 240, 0);
+  ASSERT_TRUE(AnswerFileDialog(s, "^Save$", "ctrl+a", s.run.home.File("first.fxp")));
+  for (size_t k = 0; k < names.size(); ++k)
+  {
+    SCOPED_TRACE(names[k]);
+    s.ChoosePopupItem(450, 240, 1); // Load Program...
+    ASSERT_TRUE(AnswerFileDialog(s, "^Open$", "ctrl+l", folder + "/" + names[k]));
+    const std::string saved = s.run.home.File("saved" + std::to_string(k) + ".fxp");
+    s.ChoosePopupItem(450, 240, 0); // Save Program...
+    ASSERT_TRUE(AnswerFileDialog(s, "^Save$", "ctrl+a", saved));
+    ASSERT_TRUE(WaitForFile(saved, 20.0));
+    Sleep(0.2);
+    EXPECT_TRUE(ReadWholeFile(saved) == ReadWholeFile(folder + "/" + names[k])) << "saved again as " << saved;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Categories, FactoryInPanel, ::testing::Values("Bass", "Lead", "Pad & Keys", "Pluck & FX"),
+                         [](const ::testing::TestParamInfo<const char*>& info) { return std::to_string(info.index); });
