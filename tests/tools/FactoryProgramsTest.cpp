@@ -14,6 +14,8 @@
 #include <ebur128.h>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <map>
+#include <memory>
 #include <sndfile.h>
 #include <sys/wait.h>
 
@@ -248,4 +250,24 @@ TEST_F(FactoryPrograms, NoTwoAreNearDuplicates)
         same += k != kARMeter && k != kLFOMeter && k != kPWMMeter && sPrograms[i].mValues[k] == sPrograms[j].mValues[k];
       EXPECT_LE(same, 36) << sPrograms[i].mName << " and " << sPrograms[j].mName;
     }
+}
+
+// Each category's bank holds its eight programs in order, with the values
+// and names of their program files.
+TEST_F(FactoryPrograms, BanksHoldTheProgramFiles)
+{
+  std::unique_ptr<VELTRA> bank((VELTRA*)MakePlug(nullptr, nullptr)), single((VELTRA*)MakePlug(nullptr, nullptr));
+  std::map<std::string, int> slot;
+  for (const FactoryProgram& p : sPrograms)
+  {
+    const std::string folder = std::string(VELTRA_PROGRAMS) + "/";
+    WDL_String bankFile((folder + p.mCategory + ".fxb").c_str()),
+        programFile((folder + p.mCategory + "/" + p.mName + ".fxp").c_str());
+    ASSERT_TRUE(bank->LoadBankFromFXB(&bankFile)) << bankFile.Get();
+    ASSERT_TRUE(bank->RestorePreset(slot[p.mCategory]++));
+    ASSERT_TRUE(single->LoadProgramFromFXP(&programFile)) << programFile.Get();
+    EXPECT_STREQ(bank->GetPresetName(bank->GetCurrentPresetIdx()), p.mName.c_str());
+    for (int i = 0; i < kNumParams; ++i)
+      EXPECT_EQ(bank->GetParam(i)->Value(), single->GetParam(i)->Value()) << p.mName << ", parameter " << i;
+  }
 }
