@@ -113,4 +113,3 @@ TEST(PresetBank, BankRoundTripAndPruning)
   a.EnsureDefaultPreset(); // no free slot: nothing
   EXPECT_EQ(a.NPresets(), 3);
 }
-

@@ -32,4 +32,3 @@ TEST(IPlugStandalone, MidiOutChannelReplacesTheMessagesOwn)
   EXPECT_EQ(sSent[1], (std::vector<unsigned char>{0x92, 60, 100}));
   EXPECT_EQ(sSent[2], (std::vector<unsigned char>{0xC5, 7, 0})) << "always three bytes";
 }
-

@@ -17,4 +17,3 @@ TEST(VLTWaveTables, SineFollowsItsRoundingRule)
   EXPECT_EQ(vlt_sine[64], -1.0);
   EXPECT_EQ(vlt_sine[192], 1.0);
 }
-

@@ -39,4 +39,3 @@ TEST(PtrList, EmptyDeletesFromLastToFirstWithoutShowingDeadEntries)
   EXPECT_EQ(Tracked::sDeadSeen, 0);
   EXPECT_EQ(l.GetSize(), 0);
 }
-

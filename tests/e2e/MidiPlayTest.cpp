@@ -49,4 +49,3 @@ TEST(MidiPlay, NoteThroughTheVirtualPortSoundsAndOtherChannelsAreIgnored)
   printf("note: onset %.3f s after the send, fundamental %.2f Hz, rms %.4f\n", (double)(onset - onAt) / (double)rate,
          hz, level);
 }
-

@@ -43,4 +43,3 @@ TEST(Combine, IntegerAlphaAndModesOutsideTheTable)
             LICE_RGBA(210, 220, 230, 240))
       << "the filter byte takes no part in the choice";
 }
-
