@@ -172,16 +172,15 @@ bool ReadFactoryProgramsFile(const std::string& path, std::vector<FactoryProgram
   return true;
 }
 
-void ApplyFactoryProgram(VELTRA* plug, const FactoryProgram& program)
+void ApplyFactoryProgram(VELTRA* plug, const FactoryProgram& program, ByteChunk* fxp)
 {
   for (int i = 0; i < kNumParams; ++i)
     if (!IsMeter(i)) plug->GetParam(i)->Set(program.mValues[i]);
   // Through the program file's road, so that every value is the one that a
   // load of the file gives.
-  ByteChunk fxp;
-  plug->MakeProgramFXP(&fxp, program.mName.c_str());
-  plug->LoadProgramFromChunk(&fxp);
-  plug->ModifyCurrentPreset(program.mName.c_str());
+  fxp->Clear();
+  plug->MakeProgramFXP(fxp, program.mName.c_str());
+  plug->LoadProgramFromChunk(fxp); // which also names the preset
 }
 
 bool WriteFactoryFiles(VELTRA* plug, const std::vector<FactoryProgram>& programs, const std::string& folder,
@@ -202,7 +201,8 @@ bool WriteFactoryFiles(VELTRA* plug, const std::vector<FactoryProgram>& programs
     {
       if (p.mCategory != category) continue;
       plug->RestorePreset(slot++);
-      ApplyFactoryProgram(plug, p);
+      ByteChunk fxp;
+      ApplyFactoryProgram(plug, p, &fxp);
       WDL_String path((sub + "/" + p.mName + ".fxp").c_str());
       errno = 0;
       if (!plug->SaveProgramAsFXP(&path)) return failed(path.Get());

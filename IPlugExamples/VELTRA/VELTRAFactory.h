@@ -30,8 +30,8 @@ bool ReadFactoryPrograms(const std::string& text, std::vector<FactoryProgram>* p
 bool ReadFactoryProgramsFile(const std::string& path, std::vector<FactoryProgram>* programs, std::string* error);
 
 // Puts the program's values into the plug-in's current preset slot and names
-// it, as loading its program file would.
-void ApplyFactoryProgram(VELTRA* plug, const FactoryProgram& program);
+// it, as loading its program file would; fxp receives that file's bytes.
+void ApplyFactoryProgram(VELTRA* plug, const FactoryProgram& program, ByteChunk* fxp);
 
 // Writes <folder>/<Category>/<Name>.fxp for every program and
 // <folder>/<Category>.fxb for every category (the folders are made). False

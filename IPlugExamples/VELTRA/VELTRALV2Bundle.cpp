@@ -28,9 +28,8 @@ int main(int argc, char** argv)
   std::vector<LV2Preset> presets;
   for (const FactoryProgram& p : factory)
   {
-    ApplyFactoryProgram(plug.get(), p);
     ByteChunk program;
-    plug->MakeProgramFXP(&program, p.mName.c_str());
+    ApplyFactoryProgram(plug.get(), p, &program);
     presets.push_back({p.mName, std::vector<unsigned char>(program.GetBytes(), program.GetBytes() + program.Size())});
   }
   const char* meters[kNumParams] = {};

@@ -4,6 +4,7 @@
 
 #include "Process.h"
 #include "Signal.h"
+#include "Smf.h"
 #include "TempDir.h"
 #include "VELTRAFactory.h"
 
@@ -22,7 +23,6 @@
 namespace
 {
 constexpr int kRate = 44100;
-typedef std::vector<unsigned char> Bytes;
 struct Note
 {
   int at, length, key; // milliseconds
@@ -57,10 +57,7 @@ Bytes MidiFile(const std::vector<Note>& notes, int bendAt = -1)
     now = e.first;
   }
   track.insert(track.end(), {0, 0xFF, 0x2F, 0});
-  Bytes f = {'M', 'T', 'h', 'd', 0, 0, 0, 6, 0, 0, 0, 1, 0xE7, 0x28, 'M', 'T', 'r', 'k'};
-  for (int shift : {24, 16, 8, 0}) f.push_back((unsigned char)(track.size() >> shift));
-  f.insert(f.end(), track.begin(), track.end());
-  return f;
+  return Smf(0, 0xE728, {track});
 }
 
 // What each category is played with: a bass line from C1 to G2, a melody from
@@ -141,6 +138,12 @@ protected:
   {
     std::string error;
     ASSERT_TRUE(ReadFactoryProgramsFile(VELTRA_FACTORY, &sPrograms, &error)) << error;
+  }
+
+  // Every program rendered and measured, once, by the first test that asks.
+  static const std::vector<Measured>& Rendered()
+  {
+    if (!sMeasured.empty()) return sMeasured;
     TempDir dir;
     for (const FactoryProgram& p : sPrograms) sMeasured.push_back(Measure(p, dir));
     printf("%-24s %-11s %9s %12s %8s %6s\n", "program", "category", "LUFS", "chord peak", "A4 Hz", "DC %");
@@ -148,6 +151,7 @@ protected:
       printf("%-24s %-11s %9.1f %8.1f dBFS %8.1f %6.2f\n", sPrograms[i].mName.c_str(), sPrograms[i].mCategory.c_str(),
              sMeasured[i].loudness, 20 * std::log10(sMeasured[i].chordPeak), sMeasured[i].pitch,
              100 * sMeasured[i].dcShare);
+    return sMeasured;
   }
 
   // One render: the category's phrase, 5 s later a held A4 (1.5 s), 5 s later
@@ -208,18 +212,19 @@ std::vector<Measured> FactoryPrograms::sMeasured;
 
 TEST_F(FactoryPrograms, AreLevelledCleanQuietAfterwardsAndInTune)
 {
+  const std::vector<Measured>& measured = Rendered();
   for (const char* category : kFactoryCategoryNames)
   {
     std::vector<double> levels;
     for (size_t i = 0; i < sPrograms.size(); ++i)
-      if (sPrograms[i].mCategory == category) levels.push_back(sMeasured[i].loudness);
+      if (sPrograms[i].mCategory == category) levels.push_back(measured[i].loudness);
     std::nth_element(levels.begin(), levels.begin() + levels.size() / 2, levels.end());
     const double median =
         (levels[levels.size() / 2] + *std::max_element(levels.begin(), levels.begin() + levels.size() / 2)) / 2;
     for (size_t i = 0; i < sPrograms.size(); ++i)
     {
       if (sPrograms[i].mCategory != category) continue;
-      const Measured& m = sMeasured[i];
+      const Measured& m = measured[i];
       SCOPED_TRACE(sPrograms[i].mName);
       EXPECT_NEAR(m.loudness, median, 2.0) << "LUFS against the " << category << " median";
       EXPECT_LT(m.chordPeak, std::pow(10.0, -1.0 / 20)) << "the eight-note chord peaks above -1 dBFS";
@@ -237,11 +242,12 @@ TEST_F(FactoryPrograms, AreLevelledCleanQuietAfterwardsAndInTune)
 // level, both, or when they share more than 36 of the 44 stored values.
 TEST_F(FactoryPrograms, NoTwoAreNearDuplicates)
 {
+  const std::vector<Measured>& measured = Rendered();
   for (size_t i = 0; i < sPrograms.size(); ++i)
     for (size_t j = 0; j < i; ++j)
     {
-      const double spectrum = MeanDistance(sMeasured[i].bands, sMeasured[j].bands),
-                   envelope = MeanDistance(sMeasured[i].envelope, sMeasured[j].envelope);
+      const double spectrum = MeanDistance(measured[i].bands, measured[j].bands),
+                   envelope = MeanDistance(measured[i].envelope, measured[j].envelope);
       EXPECT_TRUE(spectrum >= 3.0 || envelope >= 3.0)
           << sPrograms[i].mName << " and " << sPrograms[j].mName << ": " << spectrum << " dB apart in spectrum, "
           << envelope << " dB in level";

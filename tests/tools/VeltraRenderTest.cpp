@@ -3,6 +3,7 @@
 
 #include "Process.h"
 #include "Signal.h"
+#include "Smf.h"
 #include "TempDir.h"
 #include "VELTRA.h"
 
@@ -24,30 +25,6 @@
 
 namespace
 {
-typedef std::vector<unsigned char> Bytes;
-
-Bytes Chunk(const char* id, const Bytes& body)
-{
-  Bytes c(id, id + 4);
-  const size_t n = body.size();
-  for (int shift : {24, 16, 8, 0}) c.push_back((unsigned char)(n >> shift));
-  c.insert(c.end(), body.begin(), body.end());
-  return c;
-}
-
-// A Standard MIDI File: tracks of raw (delta, bytes) data.
-Bytes Smf(int format, int division, const std::vector<Bytes>& tracks)
-{
-  Bytes f = Chunk("MThd", {0, (unsigned char)format, 0, (unsigned char)tracks.size(), (unsigned char)(division >> 8),
-                           (unsigned char)division});
-  for (const Bytes& t : tracks)
-  {
-    const Bytes c = Chunk("MTrk", t);
-    f.insert(f.end(), c.begin(), c.end());
-  }
-  return f;
-}
-
 // Note 69 from 0 for one second at 480 ticks a quarter and 120 bpm.
 Bytes OneSecondOf69() { return Smf(0, 480, {{0, 0x90, 69, 127, 0x87, 0x40, 0x80, 69, 0, 0, 0xFF, 0x2F, 0}}); }
 
