@@ -4,6 +4,7 @@
 #include "AudioEngine.h"
 #include "MainWindow.h"
 #include "MidiEngine.h"
+#include "Session.h"
 #include "Settings.h"
 #include "VELTRA.h"
 
@@ -27,6 +28,7 @@ int Load()
   gState = new AppState;
   gTempState = new AppState;
   gActiveState = new AppState;
+  JoinSession(); // under a session manager, its folder holds the settings
   return LoadSettings();
 }
 } // namespace
@@ -39,6 +41,7 @@ void Init()
   ProbeMidiIO();
   gPluginInstance = (IPlugStandalone*)MakePlug(gMidiOut, &gState->mMidiOutChan);
   gPluginInstance->RestorePreset(0); // every parameter in force before the stream starts
+  LoadSessionProgram();
   ChooseMidiInput(gState->mMidiInDev);
   ChooseMidiOutput(gState->mMidiOutDev);
   // Without a device the application runs silent, and says so.
@@ -49,6 +52,7 @@ void Init()
 
 void Cleanup()
 {
+  LeaveSession();
   if (sStatusTimer)
   {
     g_source_remove(sStatusTimer);
@@ -84,6 +88,7 @@ INT_PTR SWELLAppMain(int msg, INT_PTR parm1, INT_PTR)
   case APPMSG_LAUNCHED:
     Init();
     LaunchMainWindow();
+    SessionLaunched();
     return 0;
   case APPMSG_TERMINATING:
     if (gHWND) DestroyWindow(gHWND);

@@ -3,6 +3,7 @@
 #include "AppState.h"
 #include "IPlugStandalone.h"
 #include "QuietProbe.h"
+#include "Session.h"
 
 #include <rtaudio/RtAudio.h>
 
@@ -264,7 +265,8 @@ bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, uns
 
   RtAudio::StreamOptions options;
   options.flags = RTAUDIO_NONINTERLEAVED;
-  options.streamName = "VELTRA"; // the client name that JACK and PipeWire show
+  // The client name that JACK and PipeWire show: a session's own name.
+  options.streamName = SessionClientName().empty() ? "VELTRA" : SessionClientName();
 
   gBufIndex = 0;
   gVecElapsed = 0;

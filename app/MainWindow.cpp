@@ -4,6 +4,7 @@
 #include "AudioEngine.h"
 #include "IGraphics.h"
 #include "IPlugStandalone.h"
+#include "Session.h"
 #include "Settings.h"
 #include "VELTRA.h"
 #include "lice.h"
@@ -52,7 +53,11 @@ void OnCommand(HWND hwnd, int id)
       UpdateINI();
     break;
   case ID_QUIT:
-    DestroyWindow(hwnd);
+    // A session manager ends VELTRA; quitting only hides the window.
+    if (SessionKeepsWindow())
+      HideWindowForSession();
+    else
+      DestroyWindow(hwnd);
     break;
   default:
     break;
@@ -90,7 +95,10 @@ LRESULT MainDlgProc(HWND hwnd, unsigned int msg, WPARAM wParam, LPARAM)
     SWELL_PostQuitMessage(hwnd); // the only window: closing it ends the program
     return 0;
   case WM_CLOSE:
-    DestroyWindow(hwnd);
+    if (SessionKeepsWindow())
+      HideWindowForSession();
+    else
+      DestroyWindow(hwnd);
     return 0;
   case WM_COMMAND:
     OnCommand(hwnd, LOWORD(wParam));

@@ -4,6 +4,7 @@
 #include "AudioEngine.h"
 #include "IPlugStandalone.h"
 #include "QuietProbe.h"
+#include "Session.h"
 #include "Settings.h"
 
 #include <atomic>
@@ -143,13 +144,20 @@ bool Choose(T* midi, int number, const char* virtualPort, const char* portName)
   }
   return true;
 }
+
+// In a session the MIDI clients carry the session's name for VELTRA, so
+// that two VELTRAs of one session keep apart.
+std::string ClientName(const char* own, const char* inSession)
+{
+  return SessionClientName().empty() ? own : SessionClientName() + inSession;
+}
 } // namespace
 
 bool InitialiseMidi()
 {
   try
   {
-    gMidiIn = MakeMidiObject<RtMidiIn>("RtMidi Input Client");
+    gMidiIn = MakeMidiObject<RtMidiIn>(ClientName("RtMidi Input Client", " MIDI In").c_str());
   }
   catch (RtMidiError& e)
   {
@@ -159,7 +167,7 @@ bool InitialiseMidi()
   }
   try
   {
-    gMidiOut = MakeMidiObject<RtMidiOut>("RtMidi Output Client");
+    gMidiOut = MakeMidiObject<RtMidiOut>(ClientName("RtMidi Output Client", " MIDI Out").c_str());
   }
   catch (RtMidiError& e)
   {

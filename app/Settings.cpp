@@ -31,11 +31,16 @@ bool FolderExists(const std::string& path)
   return !stat(path.c_str(), &st) && S_ISDIR(st.st_mode);
 }
 
-// The settings folder with a closing slash: $XDG_CONFIG_HOME/VELTRA/ when
+// A session's folder, when a session manager gave one.
+std::string sSessionFolder;
+
+// The settings folder with a closing slash: a session's folder, else
+// $XDG_CONFIG_HOME/VELTRA/ when
 // that is set and absolute, else $HOME/.config/VELTRA/. Empty without a
 // usable home folder: a HOME that does not exist is not made.
 std::string SettingsFolder()
 {
+  if (!sSessionFolder.empty()) return sSessionFolder;
   const char* xdg = getenv("XDG_CONFIG_HOME");
   if (xdg && xdg[0] == '/') return std::string(xdg) + "/VELTRA/";
   const char* homeDir = getenv("HOME");
@@ -206,6 +211,20 @@ void UpdateINI()
   // The old file stays as it was; the user learns why it did not change.
   if (sWriteFailed) printf("could not save settings to %s: %s\n", gINIPath, strerror(sWriteError));
 }
+
+bool SaveSettings()
+{
+  if (!gINIPath || !HaveFile())
+  {
+    errno = ENOENT;
+    return false;
+  }
+  UpdateINI();
+  if (sWriteFailed) errno = sWriteError;
+  return !sWriteFailed;
+}
+
+void SetSettingsFolder(const std::string& folder) { sSessionFolder = folder; }
 
 void FreeSettingsPath()
 {

@@ -2,6 +2,8 @@
 // settings.ini: where it lies, its 15 keys, and when it is read and written.
 // Main thread only.
 
+#include <string>
+
 // The settings file's path; empty while the application has no usable
 // settings folder (it then runs on defaults and writes nothing).
 extern char* gINIPath;
@@ -14,6 +16,14 @@ int LoadSettings();
 // Writes all 15 fields of gState; the file store rewrites the file only
 // when a value changed.
 void UpdateINI();
+
+// UpdateINI for a save that must be known to have worked: false, with
+// errno, when the file could not be written or there is none.
+bool SaveSettings();
+
+// The folder (with a closing slash) that the next LoadSettings uses instead
+// of the user's settings folder: a session's.
+void SetSettingsFolder(const std::string& folder);
 
 // Releases gINIPath at the end of the run.
 void FreeSettingsPath();

@@ -8,7 +8,7 @@ packages=(
   librtaudio-dev librtmidi-dev libasound2-dev
   libpng-dev zlib1g-dev
   libgtk-3-dev libx11-dev libxext-dev libfreetype-dev libfontconfig-dev
-  libsndfile1-dev libebur128-dev
+  libsndfile1-dev libebur128-dev liblo-dev
   googletest libgtest-dev libbenchmark-dev
   clang libclang-rt-14-dev
   jackd2 libjack-jackd2-dev

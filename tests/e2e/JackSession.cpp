@@ -315,7 +315,9 @@ std::string PlayingVeltra::Start(const std::string& settings, const std::vector<
     std::ofstream(SettingsPath()) << settings;
   }
   if (!recorder.Open(server.Name(), &error)) return error;
-  if (!veltra.Start(VELTRA_EXE, server.Name(), home.Path(), displayEnv)) return "VELTRA did not start";
-  if (!recorder.ConnectTo("VELTRA:outport ", 20.0)) return "no VELTRA ports: " + veltra.Output() + veltra.Errors();
+  std::vector<std::string> all = env;
+  all.insert(all.end(), displayEnv.begin(), displayEnv.end());
+  if (!veltra.Start(VELTRA_EXE, server.Name(), home.Path(), all)) return "VELTRA did not start";
+  if (!recorder.ConnectTo(client + ":outport ", 20.0)) return "no VELTRA ports: " + veltra.Output() + veltra.Errors();
   return std::string();
 }

@@ -53,6 +53,7 @@ public:
   std::string Output() const;
   std::string Errors() const;
   bool Running() const;
+  pid_t Pid() const { return mPid; }
   // The process's peak resident size in KiB (VmHWM), 0 when unknown.
   long PeakKiB() const;
 
@@ -100,6 +101,10 @@ struct PlayingVeltra
   // what failed.
   std::string Start(const std::string& settings = "", const std::vector<std::string>& displayEnv = {});
   std::string SettingsPath() const { return home.Path() + "/.config/VELTRA/settings.ini"; }
+  // VELTRA's JACK client, whose outputs are recorded, and environment
+  // settings beyond the display's.
+  std::string client = "VELTRA";
+  std::vector<std::string> env;
 
   JackServer server;
   TempDir home;
