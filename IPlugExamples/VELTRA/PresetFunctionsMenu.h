@@ -14,7 +14,6 @@ public:
   // A small green arrow in the top right corner, over a clear area.
   bool Draw(IGraphics* graphics) override;
   void doPopupMenu();
-  const char* GetPreviousPath() const { return mPreviousPath.Get(); }
 
 private:
   // A message box: "<path> <what>: <reason>." under caption.

@@ -21,10 +21,9 @@ class TestGraphics : public IGraphics
 public:
   TestGraphics(IPlugBase* plug, int w, int h) : IGraphics(plug, w, h, 0) {}
 
-  // Scripts: the next menu choice (-1 dismisses), the next file dialog's
-  // answer ("" cancels).
+  // Script: the next menu choice (-1 dismisses). File dialogs are
+  // cancelled.
   std::deque<int> mMenuAnswers;
-  std::deque<std::string> mFileAnswers;
 
   // What the engine asked of the platform.
   int mScreenDraws = 0;
@@ -106,19 +105,7 @@ public:
   void DesktopPath(WDL_String* path) override { path->Set((mFolder.Path() + "/Desktop").c_str()); }
   void AppSupportPath(WDL_String* path, bool) override { path->Set((mFolder.Path() + "/config").c_str()); }
   void SandboxSafeAppSupportPath(WDL_String* path) override { path->Set((mFolder.Path() + "/Music").c_str()); }
-  std::string mProposedName; // what the last file dialog was given
-  void PromptForFile(WDL_String* fileName, EFileAction, WDL_String* dir, const char*) override
-  {
-    mProposedName = fileName->Get();
-    if (dir && !dir->GetLength()) dir->Set("~/Desktop");
-    fileName->Set("");
-    if (mFileAnswers.empty()) return;
-    const std::string path = mFileAnswers.front();
-    mFileAnswers.pop_front();
-    if (path.empty()) return;
-    fileName->Set(path.c_str());
-    if (dir) dir->Set(path.substr(0, path.rfind('/') + 1).c_str());
-  }
+  void PromptForFile(WDL_String* fileName, EFileAction, WDL_String*, const char*) override { fileName->Set(""); }
   bool PromptForColor(IColor*, const char*) override { return false; }
   bool OpenURL(const char*, const char*, const char*, const char*) override { return false; }
   void* OpenWindow(void*) override

@@ -1,8 +1,8 @@
-// VELTRA's panel as built: its geometry against its art, the on-screen
-// keyboard's rules, and the program menu driven on the test platform.
+// VELTRA's panel as built: its geometry against its art and the on-screen
+// keyboard's rules. The program menu is played through its real dialogs in
+// the end-to-end panel test.
 
 #include "IKeyboardControl.h"
-#include "PresetFunctionsMenu.h"
 #include "TestGraphics.h"
 #include "VELTRATestUtil.h"
 
@@ -131,48 +131,4 @@ TEST(Keyboard, TheMouseHoldsOneKeyAndLeavesMidiKeysAlone)
   EXPECT_EQ(k.keyboard->GetKey(), 5) << "and back on them it plays again";
   gui->OnMouseUp(k.WhiteX(3), y, &left);
   EXPECT_EQ(k.keyboard->GetKey(), -1);
-}
-
-// The program menu on the test platform: the file dialogs answer from a
-// script, and the plug-in is a small one of the framework.
-TEST(PresetMenu, SavesAndLoadsProgramsAndShowsTheFileName)
-{
-  GuiRig rig(500, 300);
-  IText style;
-  ITextControl* display = new ITextControl(&rig.plug, IRECT(295, 215, 410, 255), &style, "No sound loaded.");
-  PresetFunctionsMenu* menu = new PresetFunctionsMenu(&rig.plug, IRECT(410, 210, 490, 250), display);
-  rig.gui->AttachControl(display);
-  rig.gui->AttachControl(menu);
-  rig.Attach();
-  IMouseMod left = Left(), right(false, true);
-
-  rig.gui->OnMouseDown(450, 230, &right);
-  EXPECT_TRUE(rig.gui->mMenusShown.empty()) << "the right button opens no menu";
-  EXPECT_TRUE(menu->IsDirty());
-
-  const std::string path = rig.gui->mFolder.File("lead.fxp");
-  rig.gui->mMenuAnswers.push_back(0);
-  rig.gui->mFileAnswers.push_back(path);
-  rig.plug.GetParam(GuiPlug::kLevel)->Set(0.9);
-  rig.gui->OnMouseDown(450, 230, &left);
-  ASSERT_EQ(rig.gui->mMenusShown.size(), 1u);
-  EXPECT_EQ(rig.gui->mMenusShown[0], (std::vector<std::string>{"Save Program...", "", "Load Program..."}));
-  EXPECT_EQ(rig.gui->mLastMenuRect, menu->GetRECT());
-  EXPECT_EQ(rig.gui->mProposedName, rig.plug.GetPresetName(0)) << "saving proposes the program's name";
-  EXPECT_STREQ(display->GetTextString(), "lead.fxp");
-  EXPECT_EQ(std::string(menu->GetPreviousPath()), rig.gui->mFolder.Path() + "/") << "the next dialog starts there";
-
-  // A cancelled load: the display goes blank, the program stays.
-  rig.plug.GetParam(GuiPlug::kLevel)->Set(0.1);
-  rig.gui->mMenuAnswers.push_back(2);
-  rig.gui->mFileAnswers.push_back("");
-  rig.gui->OnMouseDown(450, 230, &left);
-  EXPECT_STREQ(display->GetTextString(), "");
-  EXPECT_DOUBLE_EQ(rig.Param(GuiPlug::kLevel), 0.1);
-
-  rig.gui->mMenuAnswers.push_back(2);
-  rig.gui->mFileAnswers.push_back(path);
-  rig.gui->OnMouseDown(450, 230, &left);
-  EXPECT_NEAR(rig.Param(GuiPlug::kLevel), 0.9, 1e-6) << "the saved program came back";
-  EXPECT_STREQ(display->GetTextString(), "lead.fxp");
 }
