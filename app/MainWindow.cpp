@@ -39,6 +39,16 @@ const SWELL_MenuGen_Entry kMenu1[] = {
 void CreateMenu1(HMENU menu) { SWELL_GenerateMenuFromList(menu, kMenu1, (int)(sizeof(kMenu1) / sizeof(kMenu1[0]))); }
 SWELL_MenuGenHelper sMenu1(&SWELL_curmodule_menuresource_head, CreateMenu1, IDR_MENU1);
 
+// The only window: closing it ends the program, except under a session
+// manager, which ends VELTRA itself; there it only hides.
+void CloseMainWindow(HWND hwnd)
+{
+  if (SessionKeepsWindow())
+    HideWindowForSession();
+  else
+    DestroyWindow(hwnd);
+}
+
 const char* const kAboutText = "QuillmoorInstruments\nBuilt on " __DATE__;
 
 void OnCommand(HWND hwnd, int id)
@@ -53,11 +63,7 @@ void OnCommand(HWND hwnd, int id)
       UpdateINI();
     break;
   case ID_QUIT:
-    // A session manager ends VELTRA; quitting only hides the window.
-    if (SessionKeepsWindow())
-      HideWindowForSession();
-    else
-      DestroyWindow(hwnd);
+    CloseMainWindow(hwnd);
     break;
   default:
     break;
@@ -95,10 +101,7 @@ LRESULT MainDlgProc(HWND hwnd, unsigned int msg, WPARAM wParam, LPARAM)
     SWELL_PostQuitMessage(hwnd); // the only window: closing it ends the program
     return 0;
   case WM_CLOSE:
-    if (SessionKeepsWindow())
-      HideWindowForSession();
-    else
-      DestroyWindow(hwnd);
+    CloseMainWindow(hwnd);
     return 0;
   case WM_COMMAND:
     OnCommand(hwnd, LOWORD(wParam));

@@ -119,33 +119,14 @@ void ShowMainWindow(bool show)
   Tell(gHWND && show ? "/nsm/client/gui_is_shown" : "/nsm/client/gui_is_hidden");
 }
 
-bool MakeFolder(const std::string& folder)
-{
-  for (size_t at = folder.find('/', 1); at != std::string::npos; at = folder.find('/', at + 1))
-    if (mkdir(folder.substr(0, at).c_str(), 0777) && errno != EEXIST) return false;
-  struct stat st;
-  if (stat(folder.c_str(), &st)) return false;
-  errno = ENOTDIR;
-  return S_ISDIR(st.st_mode);
-}
-
-// A program file that cannot be loaded is kept under a fresh name beside it
-// (program.fxp.bad, .bad.1, ...), never overwriting a kept one.
+// A program file that cannot be loaded is kept beside it as .bad and goes,
+// so that the next start does not meet it again.
 void SetAside(const std::string& path)
 {
-  for (int k = 0; k < 1000; ++k)
-  {
-    const std::string bad = path + ".bad" + (k ? "." + std::to_string(k) : "");
-    if (link(path.c_str(), bad.c_str()) == 0)
-    {
-      unlink(path.c_str());
-      printf("%s could not be read as a VELTRA program; kept as %s, starting with the default program\n", path.c_str(),
-             bad.c_str());
-      return;
-    }
-    if (errno != EEXIST) break;
-  }
-  printf("%s could not be read as a VELTRA program; starting with the default program\n", path.c_str());
+  const std::string bad = KeepCopyAsBad(path);
+  const std::string kept = bad.empty() ? "" : "kept as " + bad + ", ";
+  if (!bad.empty()) unlink(path.c_str());
+  printf("%s could not be read as a VELTRA program; %sstarting with the default program\n", path.c_str(), kept.c_str());
 }
 
 // A session opened while VELTRA runs (a switch, or a manager that answered
@@ -189,7 +170,7 @@ int OnOpen(const char*, const char*, lo_arg** argv, int, lo_message, void*)
     return 0;
   }
   if (folder.back() != '/') folder += '/';
-  if (!MakeFolder(folder))
+  if (!MakeFolders(folder))
   {
     Error("/nsm/client/open", kErrCreateFailed, "cannot create " + folder + ": " + strerror(errno));
     return 0;

@@ -35,9 +35,9 @@ bool FolderExists(const std::string& path)
 std::string sSessionFolder;
 
 // The settings folder with a closing slash: a session's folder, else
-// $XDG_CONFIG_HOME/VELTRA/ when
-// that is set and absolute, else $HOME/.config/VELTRA/. Empty without a
-// usable home folder: a HOME that does not exist is not made.
+// $XDG_CONFIG_HOME/VELTRA/ when that is set and absolute, else
+// $HOME/.config/VELTRA/. Empty without a usable home folder: a HOME that
+// does not exist is not made.
 std::string SettingsFolder()
 {
   if (!sSessionFolder.empty()) return sSessionFolder;
@@ -48,8 +48,8 @@ std::string SettingsFolder()
   return std::string();
 }
 
-// Creates the folder and any missing parents with mode 0777 under the
-// user's umask, so that it is never world-writable.
+} // namespace
+
 bool MakeFolders(const std::string& path)
 {
   for (size_t at = 1; at != std::string::npos && at < path.size(); at = path.find('/', at + 1))
@@ -61,6 +61,31 @@ bool MakeFolders(const std::string& path)
   return FolderExists(path);
 }
 
+std::string KeepCopyAsBad(const std::string& path)
+{
+  FILE* in = fopen(path.c_str(), "rb");
+  if (!in) return std::string();
+  std::string name;
+  FILE* out = nullptr;
+  for (int k = 0; k < 1000 && !out; ++k)
+  {
+    name = path + ".bad" + (k ? "." + std::to_string(k) : "");
+    const int fd = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0666);
+    if (fd >= 0)
+      out = fdopen(fd, "wb");
+    else if (errno != EEXIST)
+      break;
+  }
+  bool ok = out != nullptr;
+  char buf[65536];
+  for (size_t n; ok && (n = fread(buf, 1, sizeof(buf), in)) > 0;) ok = fwrite(buf, 1, n, out) == n;
+  if (out) ok = (fclose(out) == 0) && ok;
+  fclose(in);
+  return ok ? name : std::string();
+}
+
+namespace
+{
 bool HaveFile()
 {
   return gINIPath[0] && strlen(gINIPath) >= strlen(kFileName) &&
@@ -95,20 +120,6 @@ void WriteNumber(const char* section, const char* key, unsigned int value)
   snprintf(buf, sizeof(buf), "%u", value);
   WriteText(section, key, buf);
 }
-// A fresh name for a kept file: settings.ini.bad, then .bad.1, .bad.2 and
-// so on, opened only if nothing is there yet, so that no kept file is ever
-// overwritten.
-FILE* OpenFreshBadFile(std::string* name)
-{
-  for (int k = 0; k < 1000; ++k)
-  {
-    *name = std::string(gINIPath) + ".bad" + (k ? "." + std::to_string(k) : "");
-    const int fd = open(name->c_str(), O_WRONLY | O_CREAT | O_EXCL, 0666);
-    if (fd >= 0) return fdopen(fd, "wb");
-    if (errno != EEXIST) return nullptr;
-  }
-  return nullptr;
-}
 
 // A file with content but neither section cannot be settings: before the
 // defaults are written over it, it is kept beside, as settings.ini.bad (or
@@ -120,15 +131,9 @@ void KeepUnreadableFile(long long size)
   const bool audio = GetPrivateProfileString("audio", nullptr, "", probe, sizeof(probe), gINIPath) > 0;
   const bool midi = GetPrivateProfileString("midi", nullptr, "", probe, sizeof(probe), gINIPath) > 0;
   if (audio || midi) return;
-  std::string bad;
-  FILE* in = fopen(gINIPath, "rb");
-  FILE* out = in ? OpenFreshBadFile(&bad) : nullptr;
-  bool ok = in && out;
-  char buf[65536];
-  for (size_t n; ok && (n = fread(buf, 1, sizeof(buf), in)) > 0;) ok = fwrite(buf, 1, n, out) == n;
-  if (out) ok = (fclose(out) == 0) && ok;
-  if (in) fclose(in);
-  if (ok) printf("%s could not be read as settings; kept as %s, starting with defaults\n", gINIPath, bad.c_str());
+  const std::string bad = KeepCopyAsBad(gINIPath);
+  if (!bad.empty())
+    printf("%s could not be read as settings; kept as %s, starting with defaults\n", gINIPath, bad.c_str());
 }
 } // namespace
 

@@ -25,5 +25,14 @@ bool SaveSettings();
 // of the user's settings folder: a session's.
 void SetSettingsFolder(const std::string& folder);
 
+// Creates the folder and any missing parents with mode 0777 under the
+// user's umask, so that it is never world-writable; true when it exists.
+bool MakeFolders(const std::string& path);
+
+// Keeps a copy of a file that could not be read beside it, under the first
+// free name of path.bad, path.bad.1, ... (never overwriting a kept one);
+// the copy's name, or empty when none could be made.
+std::string KeepCopyAsBad(const std::string& path);
+
 // Releases gINIPath at the end of the run.
 void FreeSettingsPath();

@@ -20,14 +20,15 @@ std::string Trim(const std::string& s)
   return s.substr(a, s.find_last_not_of(" \t\r") - a + 1);
 }
 
-bool IsMeter(int index) { return index == kARMeter || index == kLFOMeter || index == kPWMMeter; }
-
 // The parameter table of a plug-in made once, for names and ranges.
 VELTRA* Table()
 {
   static VELTRA* sPlug = (VELTRA*)MakePlug(nullptr, nullptr);
   return sPlug;
 }
+
+// The meters' slots are parameters without a kind: no program sets them.
+bool IsMeter(int index) { return Table()->GetParam(index)->Type() == IParam::kTypeNone; }
 
 int ParamByName(const std::string& name)
 {
