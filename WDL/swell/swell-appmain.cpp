@@ -74,7 +74,15 @@ int SWELL_ApplicationMain(int argc, char** argv, SWELLAppMainProc appMain)
 {
   sAppMain = appMain;
   sQuitGranted = false;
+  // Windows here are painted from bitmaps, never through OpenGL. Without
+  // this GDK loads the GL libraries and queries the display's GL visuals at
+  // start, which costs about 40 ms before the first window can open. GDK
+  // reads the variable once, in its set-up; programs VELTRA starts later do
+  // not inherit it. A value the user set is kept.
+  const bool glChosen = g_getenv("GDK_GL") != nullptr;
+  if (!glChosen) g_setenv("GDK_GL", "disable", TRUE);
   sHasDisplay = gtk_init_check(&argc, &argv);
+  if (!glChosen) g_unsetenv("GDK_GL");
   // A display that was asked for but could not be opened is worth saying:
   // VELTRA goes on without its window, which is easy to miss.
   const char* display = getenv("WAYLAND_DISPLAY");
