@@ -2,6 +2,7 @@
 
 #include "AppState.h"
 #include "IPlugStandalone.h"
+#include "JackProbe.h"
 #include "QuietProbe.h"
 #include "Session.h"
 
@@ -78,14 +79,38 @@ std::vector<RtAudio::Api> CompiledApis()
   return apis;
 }
 
-// Driver type 0 ("Default") lets RtAudio take the first API that has
-// devices. An index outside the list counts as 0, so that a hand-edited
-// settings file still gets a working audio object.
+// Driver type 0 ("Default") takes the first API that has devices. An index
+// outside the list counts as 0, so that a hand-edited settings file still
+// gets a working audio object. When JACK comes first and a server with
+// devices answers VELTRA's own probe, JACK is named outright: RtAudio would
+// otherwise open a client of the server once more only to count them.
 RtAudio::Api ApiForDriverType(unsigned int type)
 {
   const std::vector<RtAudio::Api> apis = CompiledApis();
-  if (type == 0 || type > apis.size()) return RtAudio::UNSPECIFIED;
-  return apis[type - 1];
+  if (type > 0 && type <= apis.size()) return apis[type - 1];
+  if (!apis.empty() && apis.front() == RtAudio::UNIX_JACK && JackHasAudioDevices()) return RtAudio::UNIX_JACK;
+  return RtAudio::UNSPECIFIED;
+}
+
+// Every device of the driver in force with its details; JACK's through the
+// probe's one client (see JackProbe.h).
+std::vector<RtAudio::DeviceInfo> DeviceInfos()
+{
+  if (gDAC->getCurrentApi() == RtAudio::UNIX_JACK) return ProbeJackDevices();
+  std::vector<RtAudio::DeviceInfo> infos(gDAC->getDeviceCount());
+  for (unsigned int i = 0; i < infos.size(); ++i)
+  {
+    try
+    {
+      infos[i] = gDAC->getDeviceInfo(i);
+    }
+    catch (RtAudioError& e)
+    {
+      e.printMessage();
+      infos[i].probed = false;
+    }
+  }
+  return infos;
 }
 
 bool IsListed(const std::vector<unsigned int>& list, unsigned int id)
@@ -116,6 +141,7 @@ std::vector<std::string> GetAudioDriverNames()
 bool TryToChangeAudioDriverType()
 {
   sStreamStarted = false; // closed here, not gone away
+  ReleaseJackProbe();     // the server is asked afresh
   if (gDAC)
   {
     if (gDAC->isStreamOpen()) gDAC->closeStream();
@@ -145,20 +171,10 @@ void ProbeAudioIO()
   bool haveIn = false, haveOut = false;
 
   QuietProbe quiet;
-  const unsigned int n = gDAC->getDeviceCount();
-  for (unsigned int i = 0; i < n; ++i)
+  const std::vector<RtAudio::DeviceInfo> infos = DeviceInfos();
+  for (unsigned int i = 0; i < infos.size(); ++i)
   {
-    RtAudio::DeviceInfo info;
-    try
-    {
-      info = gDAC->getDeviceInfo(i);
-    }
-    catch (RtAudioError& e)
-    {
-      e.printMessage();
-      info.probed = false;
-    }
-
+    const RtAudio::DeviceInfo& info = infos[i];
     // The display name is what follows the last ": ".
     std::string name = info.name;
     const size_t sep = name.rfind(": ");
@@ -411,6 +427,7 @@ void CloseAudio()
 
 void DeleteAudioDriver()
 {
+  ReleaseJackProbe();
   if (sLeaveStream) return; // its destructor would close the stream too
   delete gDAC;
   gDAC = nullptr;
