@@ -29,6 +29,9 @@ int Load()
   gTempState = new AppState;
   gActiveState = new AppState;
   JoinSession(); // under a session manager, its folder holds the settings
+  // The panel's images decode meanwhile, while the sound's start waits on
+  // its servers.
+  if (SWELL_HasDisplay()) DecodePanelImagesAhead();
   return LoadSettings();
 }
 } // namespace

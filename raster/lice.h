@@ -201,6 +201,12 @@ LICE_IBitmap* LICE_LoadPNGFromNamedResource(const char* name, LICE_IBitmap* bmp 
 void LICE_SetResourceRoot(const char* folder);
 const char* LICE_GetResourceRoot();
 LICE_IBitmap* LICE_LoadPNGFromResource(void* hInst, int resid, LICE_IBitmap* bmp = nullptr);
+// Starts decoding these named resources on a thread of its own, so that a
+// program can have its images ready by the time it opens a window. The first
+// LICE_LoadPNG of one of their paths (without a bitmap given) takes the
+// decoded image, waiting for it if need be; a file that did not decode is
+// then read again as if never asked for.
+void LICE_DecodeNamedPNGsAhead(const char* const* names, int count);
 
 struct LICE_ImageLoaderRec
 {

@@ -4,14 +4,18 @@
 #include "lice.h"
 
 #include <climits>
+#include <condition_variable>
 #include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <new>
 #include <png.h>
 #include <string>
 #include <strings.h>
+#include <thread>
+#include <utility>
 #include <vector>
 
 namespace
@@ -111,6 +115,71 @@ LICE_IBitmap* Decode(LICE_IBitmap* given, SetupIO&& setupIO)
 // sets it.
 std::string sResourceRoot;
 
+// Files decoded ahead on a thread of their own, by path: a bitmap waiting
+// for its first LICE_LoadPNG (null when the file would not decode), or a
+// path still queued. What no one takes is freed at exit.
+struct DecodedAhead
+{
+  std::mutex mutex;
+  std::condition_variable decoded;
+  std::vector<std::string> queued;
+  std::vector<std::pair<std::string, LICE_IBitmap*>> ready;
+  std::thread worker;
+
+  ~DecodedAhead()
+  {
+    if (worker.joinable()) worker.join();
+    for (auto& r : ready) delete r.second;
+  }
+
+  void Run(std::vector<std::string> paths)
+  {
+    for (const std::string& path : paths)
+    {
+      FILE* fp = fopen(path.c_str(), "rb");
+      LICE_IBitmap* bmp = fp ? Decode(nullptr, [fp](png_structp png) { png_init_io(png, fp); }) : nullptr;
+      if (fp) fclose(fp);
+      std::lock_guard<std::mutex> lock(mutex);
+      ready.emplace_back(path, bmp);
+      for (size_t i = 0; i < queued.size(); ++i)
+        if (queued[i] == path)
+        {
+          queued.erase(queued.begin() + (long)i);
+          break;
+        }
+      decoded.notify_all();
+    }
+  }
+
+  // The bitmap decoded ahead for this path, waiting while it is still
+  // queued; false when the path was never asked for or would not decode.
+  bool Take(const char* path, LICE_IBitmap** bmp)
+  {
+    std::unique_lock<std::mutex> lock(mutex);
+    decoded.wait(lock,
+                 [&]
+                 {
+                   for (const std::string& q : queued)
+                     if (q == path) return false;
+                   return true;
+                 });
+    for (size_t i = 0; i < ready.size(); ++i)
+      if (ready[i].first == path)
+      {
+        *bmp = ready[i].second;
+        ready.erase(ready.begin() + (long)i);
+        return *bmp != nullptr;
+      }
+    return false;
+  }
+};
+
+DecodedAhead& Ahead()
+{
+  static DecodedAhead ahead;
+  return ahead;
+}
+
 LICE_IBitmap* LoaderFunc(const char* filename, bool checkFileName, LICE_IBitmap* bmp)
 {
   if (checkFileName)
@@ -144,6 +213,8 @@ static LICE_PNGLoader s_pngLoader;
 LICE_IBitmap* LICE_LoadPNG(const char* filename, LICE_IBitmap* bmp)
 {
   if (!filename) return nullptr;
+  LICE_IBitmap* ahead = nullptr;
+  if (!bmp && Ahead().Take(filename, &ahead)) return ahead;
   FILE* fp = fopen(filename, "rb");
   if (!fp) return nullptr;
   LICE_IBitmap* r = Decode(bmp, [fp](png_structp png) { png_init_io(png, fp); });
@@ -169,3 +240,18 @@ LICE_IBitmap* LICE_LoadPNGFromNamedResource(const char* name, LICE_IBitmap* bmp)
 }
 
 LICE_IBitmap* LICE_LoadPNGFromResource(void*, int, LICE_IBitmap*) { return nullptr; }
+
+void LICE_DecodeNamedPNGsAhead(const char* const* names, int count)
+{
+  if (sResourceRoot.empty() || count <= 0) return;
+  DecodedAhead& ahead = Ahead();
+  if (ahead.worker.joinable()) ahead.worker.join(); // one batch at a time
+  std::vector<std::string> paths;
+  for (int i = 0; i < count; ++i)
+    if (names[i] && strlen(names[i]) < 401) paths.push_back(sResourceRoot + "/" + names[i]);
+  {
+    std::lock_guard<std::mutex> lock(ahead.mutex);
+    ahead.queued.insert(ahead.queued.end(), paths.begin(), paths.end());
+  }
+  ahead.worker = std::thread(&DecodedAhead::Run, &ahead, std::move(paths));
+}

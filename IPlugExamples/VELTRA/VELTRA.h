@@ -297,3 +297,8 @@ void* MakePlug(void* midiOut, unsigned short* midiOutChan);
 // GUI thread: the instrument's panel, made on the first call; the plug-in
 // owns it.
 IGraphics* MakePlugGUI(void* plug);
+
+// Has the panel's images decoded on a thread of their own from now on, so
+// that they are ready when the panel is made: a program that will show the
+// panel calls it early in its start.
+void DecodePanelImagesAhead();

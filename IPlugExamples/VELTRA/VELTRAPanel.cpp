@@ -8,6 +8,7 @@
 #include "IGraphics.h"
 #include "IKeyboardControl.h"
 #include "PresetFunctionsMenu.h"
+#include "lice.h"
 
 namespace
 {
@@ -104,6 +105,8 @@ const StripFile kStrips[] = {
     {kWhiteKeys, "resources/img/wk.png", 6},      {kBlackKey, "resources/img/bk.png", 1},
 };
 
+const char kBackgroundFile[] = "resources/img/bg.png";
+
 // A strip by its id; the engine's cache loads each file once.
 IBitmap LoadStrip(IGraphics* panel, EBitmap id)
 {
@@ -113,11 +116,19 @@ IBitmap LoadStrip(IGraphics* panel, EBitmap id)
 }
 } // namespace
 
+void DecodePanelImagesAhead()
+{
+  const char* names[1 + sizeof(kStrips) / sizeof(kStrips[0])] = {kBackgroundFile};
+  int n = 1;
+  for (const StripFile& s : kStrips) names[n++] = s.file;
+  LICE_DecodeNamedPNGsAhead(names, n);
+}
+
 void VELTRA::MakePanel()
 {
   if (mPanel) return;
   IGraphics* panel = MakeGraphics(this, kPanelWidth, kPanelHeight, 0);
-  panel->AttachBackground(kBackground, "resources/img/bg.png");
+  panel->AttachBackground(kBackground, kBackgroundFile);
   for (int param = 0; param < kNumParams; ++param)
   {
     const ControlPlace& c = kControls[param];
