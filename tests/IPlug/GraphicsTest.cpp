@@ -56,30 +56,6 @@ IMouseMod Left() { return IMouseMod(true); }
 IMouseMod Right() { return IMouseMod(false, true); }
 } // namespace
 
-TEST(GuiValues, PopupMenusNumberCheckAndChooseItems)
-{
-  IPopupMenu menu(2);
-  menu.SetPrefix(4);
-  EXPECT_EQ(menu.GetPrefix(), 2) << "an unknown prefix form keeps the old one";
-  menu.AddItem("One");
-  menu.AddSeparator();
-  menu.AddItem("Three", -1, IPopupMenuItem::kDisabled);
-  menu.AddItem("Zero", 0);
-  WDL_String text;
-  menu.GetDisplayText(3, &text);
-  EXPECT_STREQ(text.Get(), "04: Three") << "separators count in the numbering";
-  EXPECT_FALSE(menu.GetItem(3)->GetEnabled());
-  EXPECT_EQ(menu.GetItem(4), nullptr);
-
-  EXPECT_TRUE(menu.CheckItem(1, true));
-  EXPECT_FALSE(menu.CheckItem(9, true));
-  menu.CheckItemAlone(0);
-  EXPECT_TRUE(menu.IsItemChecked(0));
-  EXPECT_FALSE(menu.IsItemChecked(1));
-  menu.CheckItemAlone(-1);
-  EXPECT_FALSE(menu.IsItemChecked(0)) << "a bad index clears every check";
-}
-
 TEST(Graphics, ControlsKeepDrawingOrderAndValuesFanOutToEveryBoundControl)
 {
   GuiRig rig;

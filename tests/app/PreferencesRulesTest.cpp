@@ -3,7 +3,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -41,37 +40,6 @@ TEST(PreferencesRules, VectorSizesMapToSettingsAndTheSignalVectorFallsToTheSmall
   EXPECT_STREQ(s.mAudioSigVS, "16");
   EXPECT_FALSE(ApplyVectorSizes(&s, -1, 99)) << "an index outside the list is no choice";
   EXPECT_STREQ(s.mAudioSigVS, "16");
-}
-
-TEST(PreferencesRules, CancelPutsEveryFieldBack)
-{
-  AppState snapshot;
-  snprintf(snapshot.mMidiInDev, sizeof(snapshot.mMidiInDev), "virtual input");
-  snapshot.mMidiInChan = 2;
-  AppState edited = snapshot;
-  EXPECT_FALSE(RestoreOnCancel(&edited, &snapshot)) << "nothing changed: nothing to restart";
-
-  edited.mAudioDriverType = 2;
-  snprintf(edited.mAudioInDev, sizeof(edited.mAudioInDev), "USB");
-  snprintf(edited.mAudioOutDev, sizeof(edited.mAudioOutDev), "USB");
-  snprintf(edited.mAudioSR, sizeof(edited.mAudioSR), "48000");
-  snprintf(edited.mAudioIOVS, sizeof(edited.mAudioIOVS), "64");
-  snprintf(edited.mAudioSigVS, sizeof(edited.mAudioSigVS), "16");
-  edited.mAudioInChanL = 3;
-  edited.mAudioInChanR = 4;
-  edited.mAudioOutChanL = 5;
-  edited.mAudioOutChanR = 6;
-  edited.mAudioInIsMono = 1;
-  snprintf(edited.mMidiInDev, sizeof(edited.mMidiInDev), "off");
-  snprintf(edited.mMidiOutDev, sizeof(edited.mMidiOutDev), "virtual output");
-  edited.mMidiInChan = 9;
-  edited.mMidiOutChan = 10;
-  EXPECT_TRUE(RestoreOnCancel(&edited, &snapshot));
-  EXPECT_EQ(memcmp(&edited, &snapshot, sizeof(AppState)), 0) << "every field as it was";
-
-  edited.mMidiOutChan = 4;
-  EXPECT_TRUE(RestoreOnCancel(&edited, &snapshot)) << "a MIDI change alone is put back too";
-  EXPECT_EQ(edited.mMidiOutChan, 0);
 }
 
 TEST(PreferencesRules, AudioSetupPrefersPavucontrolThenQjackctl)
