@@ -115,6 +115,22 @@ LICE_IBitmap* Decode(LICE_IBitmap* given, SetupIO&& setupIO)
 // sets it.
 std::string sResourceRoot;
 
+// The path of a named resource; empty without a root or for a name too long.
+std::string NamedPath(const char* name)
+{
+  if (!name || strlen(name) >= 401 || sResourceRoot.empty()) return std::string();
+  return sResourceRoot + "/" + name;
+}
+
+LICE_IBitmap* DecodeFile(const char* path, LICE_IBitmap* bmp)
+{
+  FILE* fp = fopen(path, "rb");
+  if (!fp) return nullptr;
+  LICE_IBitmap* r = Decode(bmp, [fp](png_structp png) { png_init_io(png, fp); });
+  fclose(fp);
+  return r;
+}
+
 // Files decoded ahead on a thread of their own, by path: a bitmap waiting
 // for its first LICE_LoadPNG (null when the file would not decode), or a
 // path still queued. What no one takes is freed at exit.
@@ -136,9 +152,7 @@ struct DecodedAhead
   {
     for (const std::string& path : paths)
     {
-      FILE* fp = fopen(path.c_str(), "rb");
-      LICE_IBitmap* bmp = fp ? Decode(nullptr, [fp](png_structp png) { png_init_io(png, fp); }) : nullptr;
-      if (fp) fclose(fp);
+      LICE_IBitmap* bmp = DecodeFile(path.c_str(), nullptr);
       std::lock_guard<std::mutex> lock(mutex);
       ready.emplace_back(path, bmp);
       for (size_t i = 0; i < queued.size(); ++i)
@@ -215,11 +229,7 @@ LICE_IBitmap* LICE_LoadPNG(const char* filename, LICE_IBitmap* bmp)
   if (!filename) return nullptr;
   LICE_IBitmap* ahead = nullptr;
   if (!bmp && Ahead().Take(filename, &ahead)) return ahead;
-  FILE* fp = fopen(filename, "rb");
-  if (!fp) return nullptr;
-  LICE_IBitmap* r = Decode(bmp, [fp](png_structp png) { png_init_io(png, fp); });
-  fclose(fp);
-  return r;
+  return DecodeFile(filename, bmp);
 }
 
 LICE_IBitmap* LICE_LoadPNGFromMemory(const void* data, int buflen, LICE_IBitmap* bmp)
@@ -235,20 +245,23 @@ const char* LICE_GetResourceRoot() { return sResourceRoot.c_str(); }
 
 LICE_IBitmap* LICE_LoadPNGFromNamedResource(const char* name, LICE_IBitmap* bmp)
 {
-  if (!name || strlen(name) >= 401 || sResourceRoot.empty()) return nullptr;
-  return LICE_LoadPNG((sResourceRoot + "/" + name).c_str(), bmp);
+  const std::string path = NamedPath(name);
+  return path.empty() ? nullptr : LICE_LoadPNG(path.c_str(), bmp);
 }
 
 LICE_IBitmap* LICE_LoadPNGFromResource(void*, int, LICE_IBitmap*) { return nullptr; }
 
 void LICE_DecodeNamedPNGsAhead(const char* const* names, int count)
 {
-  if (sResourceRoot.empty() || count <= 0) return;
+  if (count <= 0) return;
   DecodedAhead& ahead = Ahead();
   if (ahead.worker.joinable()) ahead.worker.join(); // one batch at a time
   std::vector<std::string> paths;
   for (int i = 0; i < count; ++i)
-    if (names[i] && strlen(names[i]) < 401) paths.push_back(sResourceRoot + "/" + names[i]);
+  {
+    std::string path = NamedPath(names[i]);
+    if (!path.empty()) paths.push_back(std::move(path));
+  }
   {
     std::lock_guard<std::mutex> lock(ahead.mutex);
     ahead.queued.insert(ahead.queued.end(), paths.begin(), paths.end());
