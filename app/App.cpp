@@ -9,6 +9,7 @@
 #include "VELTRA.h"
 
 #include <glib.h>
+#include <thread>
 
 HWND gHWND = nullptr;
 
@@ -89,7 +90,18 @@ INT_PTR SWELLAppMain(int msg, INT_PTR parm1, INT_PTR)
   case APPMSG_LOAD:
     return Load();
   case APPMSG_LAUNCHED:
-    Init();
+    if (SWELL_HasDisplay())
+    {
+      // The engines' start spends most of its time waiting on the sound
+      // server. Meanwhile the main thread has GTK ready its theme and fonts
+      // for the window. Init runs its steps in their order all the same, and
+      // the window opens only once it has ended, the stream running.
+      std::thread engines(Init);
+      SWELL_PrepareFirstWindow();
+      engines.join();
+    }
+    else
+      Init();
     LaunchMainWindow();
     SessionLaunched();
     return 0;

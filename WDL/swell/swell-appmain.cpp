@@ -64,6 +64,22 @@ int SWELL_RunGtkDialog(void* gtkDialog)
 
 bool SWELL_HasDisplay() { return sHasDisplay; }
 
+void SWELL_PrepareFirstWindow()
+{
+  if (!sHasDisplay) return;
+  // An offscreen window has no X window: nobody sees it. It holds what the
+  // main window starts with, a menu bar with a labelled item, so that the
+  // styles of those nodes are computed and the font map is set up.
+  GtkWidget* window = gtk_offscreen_window_new();
+  GtkWidget* box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+  GtkWidget* bar = gtk_menu_bar_new();
+  gtk_menu_shell_append(GTK_MENU_SHELL(bar), gtk_menu_item_new_with_label("File"));
+  gtk_container_add(GTK_CONTAINER(box), bar);
+  gtk_container_add(GTK_CONTAINER(window), box);
+  gtk_widget_show_all(window);
+  gtk_widget_destroy(window);
+}
+
 void SWELL_PostQuitMessage(void*)
 {
   g_swell_terminating = true;

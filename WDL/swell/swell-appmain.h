@@ -33,6 +33,12 @@ int SWELL_ApplicationMain(int argc, char** argv, SWELLAppMainProc appMain);
 // True when GTK could open a display; false while running window-less.
 bool SWELL_HasDisplay();
 
+// Main thread. Has GTK load its theme, and Pango its fonts, in a window that
+// is never on screen, so that the first real window opens without that cost
+// (about 20 ms). Nothing without a display. Meant to run while other threads
+// wait on something else.
+void SWELL_PrepareFirstWindow();
+
 // Main thread. Sets g_swell_terminating and asks the application to end: the
 // main loop returns once APPMSG_SHOULD_TERMINATE lets the quit go on.
 void SWELL_PostQuitMessage(void* obj);
