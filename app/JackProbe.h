@@ -6,7 +6,7 @@
 // and 10 to close: at start that made three of the clients VELTRA waited
 // for before its stream. This client is opened at the first question and
 // closed once the main loop is idle again, so that the questions of one
-// start, or of one change in the preferences, share it. Main thread.
+// start, or of one change in the preferences, share it. Main thread (see App.h).
 
 #include <rtaudio/RtAudio.h>
 

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <mutex>
 #include <new>
 #include <png.h>
@@ -131,21 +132,25 @@ LICE_IBitmap* DecodeFile(const char* path, LICE_IBitmap* bmp)
   return r;
 }
 
-// Files decoded ahead on a thread of their own, by path: a bitmap waiting
-// for its first LICE_LoadPNG (null when the file would not decode), or a
-// path still queued. What no one takes is freed at exit.
+// Files decoded ahead on a thread of their own, by path: each is done once
+// decoded, its bitmap null when the file would not decode, and waits there
+// for its first LICE_LoadPNG. What no one takes is freed at exit.
 struct DecodedAhead
 {
+  struct Entry
+  {
+    bool done = false;
+    LICE_IBitmap* bmp = nullptr;
+  };
   std::mutex mutex;
   std::condition_variable decoded;
-  std::vector<std::string> queued;
-  std::vector<std::pair<std::string, LICE_IBitmap*>> ready;
+  std::map<std::string, Entry> entries;
   std::thread worker;
 
   ~DecodedAhead()
   {
     if (worker.joinable()) worker.join();
-    for (auto& r : ready) delete r.second;
+    for (auto& e : entries) delete e.second.bmp;
   }
 
   void Run(std::vector<std::string> paths)
@@ -154,37 +159,22 @@ struct DecodedAhead
     {
       LICE_IBitmap* bmp = DecodeFile(path.c_str(), nullptr);
       std::lock_guard<std::mutex> lock(mutex);
-      ready.emplace_back(path, bmp);
-      for (size_t i = 0; i < queued.size(); ++i)
-        if (queued[i] == path)
-        {
-          queued.erase(queued.begin() + (long)i);
-          break;
-        }
+      entries[path] = {true, bmp};
       decoded.notify_all();
     }
   }
 
-  // The bitmap decoded ahead for this path, waiting while it is still
-  // queued; false when the path was never asked for or would not decode.
+  // The bitmap decoded ahead for this path, waiting while it is still being
+  // decoded; false when the path was never asked for or would not decode.
   bool Take(const char* path, LICE_IBitmap** bmp)
   {
     std::unique_lock<std::mutex> lock(mutex);
-    decoded.wait(lock,
-                 [&]
-                 {
-                   for (const std::string& q : queued)
-                     if (q == path) return false;
-                   return true;
-                 });
-    for (size_t i = 0; i < ready.size(); ++i)
-      if (ready[i].first == path)
-      {
-        *bmp = ready[i].second;
-        ready.erase(ready.begin() + (long)i);
-        return *bmp != nullptr;
-      }
-    return false;
+    auto it = entries.end();
+    decoded.wait(lock, [&] { return (it = entries.find(path)) == entries.end() || it->second.done; });
+    if (it == entries.end()) return false;
+    *bmp = it->second.bmp;
+    entries.erase(it);
+    return *bmp != nullptr;
   }
 };
 
@@ -264,7 +254,12 @@ void LICE_DecodeNamedPNGsAhead(const char* const* names, int count)
   }
   {
     std::lock_guard<std::mutex> lock(ahead.mutex);
-    ahead.queued.insert(ahead.queued.end(), paths.begin(), paths.end());
+    for (const std::string& path : paths)
+    {
+      DecodedAhead::Entry& e = ahead.entries[path];
+      delete e.bmp; // an earlier batch's, never taken: decoded afresh
+      e = DecodedAhead::Entry();
+    }
   }
   ahead.worker = std::thread(&DecodedAhead::Run, &ahead, std::move(paths));
 }
