@@ -2,6 +2,8 @@
 // The program's one lock type: a recursive POSIX mutex, and its scope guard.
 // The same thread may enter again; each Enter needs its Leave.
 
+#include "sharedword.h"
+
 #include <pthread.h>
 
 class WDL_Mutex
@@ -22,17 +24,17 @@ public:
   // count that any decision may rest on.
   void Enter()
   {
-    __atomic_add_fetch(&m_enterCnt, 1, __ATOMIC_RELAXED);
+    m_enterCnt.FetchAdd(1);
     pthread_mutex_lock(&m_mutex);
   }
   void Leave()
   {
-    __atomic_sub_fetch(&m_enterCnt, 1, __ATOMIC_RELAXED);
+    m_enterCnt.FetchSub(1);
     pthread_mutex_unlock(&m_mutex);
   }
 
 private:
-  int m_enterCnt;
+  WDL_SharedWord<int> m_enterCnt;
   pthread_mutex_t m_mutex;
 };
 

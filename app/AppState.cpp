@@ -51,11 +51,11 @@ AppState& AppState::operator=(const AppState& o)
   mAudioInChanR = o.mAudioInChanR;
   mAudioOutChanL = o.mAudioOutChanL;
   mAudioOutChanR = o.mAudioOutChanR;
-  __atomic_store_n(&mAudioInIsMono, o.mAudioInIsMono, __ATOMIC_RELAXED);
+  mAudioInIsMono = o.mAudioInIsMono;
   memcpy(mMidiInDev, o.mMidiInDev, sizeof(mMidiInDev));
   memcpy(mMidiOutDev, o.mMidiOutDev, sizeof(mMidiOutDev));
-  __atomic_store_n(&mMidiInChan, o.mMidiInChan, __ATOMIC_RELAXED);
-  __atomic_store_n(&mMidiOutChan, o.mMidiOutChan, __ATOMIC_RELAXED);
+  mMidiInChan = o.mMidiInChan;
+  mMidiOutChan = o.mMidiOutChan;
   return *this;
 }
 

@@ -3,6 +3,8 @@
 // and compared as a whole, so it holds no pointers. Numbers, sizes and rates
 // are decimal text, as the preferences dialog shows them.
 
+#include "sharedword.h"
+
 #include <cstdint>
 
 struct AppState
@@ -17,16 +19,16 @@ struct AppState
   uint16_t mAudioInChanR;
   uint16_t mAudioOutChanL;
   uint16_t mAudioOutChanR;
-  uint16_t mAudioInIsMono; // read by the audio thread without a lock
+  WDL_SharedWord<uint16_t> mAudioInIsMono; // read by the audio thread
   char mMidiInDev[100];
   char mMidiOutDev[100];
-  uint16_t mMidiInChan;  // read by the MIDI thread without a lock
-  uint16_t mMidiOutChan; // read by the instrument's MIDI output without a lock
+  WDL_SharedWord<uint16_t> mMidiInChan;  // read by the MIDI thread
+  WDL_SharedWord<uint16_t> mMidiOutChan; // read by the instrument's MIDI output
 
   AppState();
   AppState(const AppState& o);
-  // Field by field; the three fields that other threads read are stored one
-  // word at a time, so that restoring the settings never races them.
+  // Field by field; the three shared words are stored whole, so that
+  // restoring the settings never races the threads that read them.
   AppState& operator=(const AppState& o);
 };
 

@@ -325,7 +325,7 @@ int AudioCallback(void* outputBuffer, void* inputBuffer, unsigned int nFrames, d
 
   double* out = (double*)outputBuffer;
   double* in = (double*)inputBuffer;
-  const bool mono = __atomic_load_n(&gState->mAudioInIsMono, __ATOMIC_RELAXED) != 0;
+  const bool mono = gState->mAudioInIsMono != 0;
   const unsigned int rightInOffset = mono ? 0 : nFrames;
 
   if (gVecElapsed <= 50)

@@ -277,7 +277,7 @@ void MIDICallback(double, std::vector<unsigned char>* message, void*)
   }
   // Read without a lock, one word: a change in the dialog acts on the next
   // message.
-  const unsigned int chan = __atomic_load_n(&gState->mMidiInChan, __ATOMIC_RELAXED);
+  const unsigned int chan = gState->mMidiInChan;
   if (chan != 0 && chan != (unsigned int)msg.Channel() + 1) return;
   if (gPluginInstance) gPluginInstance->ProcessMidiMsg(&msg);
 }

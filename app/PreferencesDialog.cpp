@@ -348,13 +348,11 @@ void OnCommand(HWND dlg, int id, int code)
       return;
     case IDC_COMBO_MIDI_IN_CHAN:
       // The MIDI thread reads it, one word at a time: the next message obeys.
-      if (Selection(dlg, id) >= 0)
-        __atomic_store_n(&gState->mMidiInChan, (uint16_t)Selection(dlg, id), __ATOMIC_RELAXED);
+      if (Selection(dlg, id) >= 0) gState->mMidiInChan = (uint16_t)Selection(dlg, id);
       return;
     case IDC_COMBO_MIDI_OUT_CHAN:
       // The instrument's MIDI output reads it, one word at a time.
-      if (Selection(dlg, id) >= 0)
-        __atomic_store_n(&gState->mMidiOutChan, (uint16_t)Selection(dlg, id), __ATOMIC_RELAXED);
+      if (Selection(dlg, id) >= 0) gState->mMidiOutChan = (uint16_t)Selection(dlg, id);
       return;
     default:
       break;
@@ -386,7 +384,7 @@ void OnCommand(HWND dlg, int id, int code)
     return;
   case IDC_CB_MONO_INPUT:
     // The audio thread reads it at its next callback.
-    __atomic_store_n(&gState->mAudioInIsMono, (uint16_t)(Send(dlg, id, BM_GETCHECK) == 1 ? 1 : 0), __ATOMIC_RELAXED);
+    gState->mAudioInIsMono = (uint16_t)(Send(dlg, id, BM_GETCHECK) == 1 ? 1 : 0);
     return;
   default:
     return;

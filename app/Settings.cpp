@@ -98,9 +98,20 @@ void ReadText(const char* section, const char* key, const char* def, char (&out)
   GetPrivateProfileString(section, key, def, out, (int)N, gINIPath);
 }
 
+uint16_t ReadNumber(const char* section, const char* key, uint16_t def)
+{
+  return (uint16_t)GetPrivateProfileInt(section, key, def, gINIPath); // narrowed to 16 bits
+}
+
 void ReadNumber(const char* section, const char* key, uint16_t def, uint16_t* out)
 {
-  *out = (uint16_t)GetPrivateProfileInt(section, key, def, gINIPath); // narrowed to 16 bits
+  *out = ReadNumber(section, key, def);
+}
+
+// A word that another thread reads: stored whole.
+void ReadNumber(const char* section, const char* key, uint16_t def, WDL_SharedWord<uint16_t>* out)
+{
+  *out = ReadNumber(section, key, def);
 }
 
 // Set when a write failed; errno of the first failure.

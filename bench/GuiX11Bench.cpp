@@ -21,9 +21,11 @@
 #include <string>
 #include <unistd.h>
 
-IGraphics* MakeGraphics(IPlugBase* plug, int w, int h, int fps)
+namespace
 {
-  IGraphicsX11* view = new IGraphicsX11(plug, w, h, fps);
+IGraphicsX11* MakeView(IPlugBase* plug)
+{
+  IGraphicsX11* view = new IGraphicsX11(plug, kPanelWidth, kPanelHeight, 0);
   // The panel's images lie beside the benchmark, as beside the programs.
   char exe[4096];
   const ssize_t n = readlink("/proc/self/exe", exe, sizeof(exe) - 1);
@@ -31,6 +33,7 @@ IGraphics* MakeGraphics(IPlugBase* plug, int w, int h, int fps)
   view->SetResourceRoot(dir.substr(0, dir.rfind('/')).c_str());
   return view;
 }
+} // namespace
 
 namespace
 {
@@ -41,8 +44,8 @@ struct Panel
     LICE_InstallFreeTypeBackend();
     plug.reset((VELTRA*)MakePlug(nullptr, nullptr));
     plug->RestorePreset(0);
-    plug->MakePanel();
-    view = (IGraphicsX11*)plug->mPanel;
+    view = MakeView(plug.get());
+    plug->AttachPanel(view);
     HoldChord(plug.get());
     open = view->OpenWindow(nullptr) != nullptr;
     if (!open) return;

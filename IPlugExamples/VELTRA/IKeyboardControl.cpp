@@ -17,8 +17,9 @@ const int kBlackNotes[5] = {1, 3, 6, 8, 10};
 
 IKeyboardControl::IKeyboardControl(IPlugBase* plug, int x, int y, int minNote, int nOctaves, const IBitmap& regularKeys,
                                    const IBitmap& sharpKey, const int* keyCoords)
-    : IControl(plug, IRECT(x, y, regularKeys), -1), mRegularKeys(regularKeys), mSharpKey(sharpKey),
-      mOctaveWidth(regularKeys.W * 7), mNumOctaves(nOctaves), mMinNote(minNote), mNumKeys(nOctaves * 12)
+    : IControl(plug, IRECT(x, y, regularKeys), -1), mKeyTable(dynamic_cast<IKeyTable*>(plug)),
+      mRegularKeys(regularKeys), mSharpKey(sharpKey), mOctaveWidth(regularKeys.W * 7), mNumOctaves(nOctaves),
+      mMinNote(minNote), mNumKeys(nOctaves * 12)
 {
   memcpy(mKeyCoords, keyCoords, sizeof(mKeyCoords));
   // One white key wider than the octaves: the top key.
@@ -64,7 +65,10 @@ void IKeyboardControl::Press(int key)
   SetDirty(true);
 }
 
-bool IKeyboardControl::KeyIsDown(int key) { return key == HeldKey() || ((VELTRA*)mPlug)->GetKeyStatus(key + mMinNote); }
+bool IKeyboardControl::KeyIsDown(int key)
+{
+  return key == HeldKey() || (mKeyTable && mKeyTable->GetKeyStatus(key + mMinNote));
+}
 
 void IKeyboardControl::OnMouseDown(int x, int y, IMouseMod* mod)
 {
@@ -72,7 +76,7 @@ void IKeyboardControl::OnMouseDown(int x, int y, IMouseMod* mod)
   const int key = GetMouseKey(x, y);
   if (key == HeldKey()) return;
   // A note held from MIDI can't be taken by the mouse.
-  if (((VELTRA*)mPlug)->GetKeyStatus(key + mMinNote)) return;
+  if ((mKeyTable && mKeyTable->GetKeyStatus(key + mMinNote))) return;
   Press(key);
 }
 
@@ -86,7 +90,7 @@ void IKeyboardControl::OnMouseUp(int, int, IMouseMod*)
 
 bool IKeyboardControl::Draw(IGraphics* graphics)
 {
-  if (((VELTRA*)mPlug)->GetNumKeys() == 0 && HeldKey() == -1) return true;
+  if ((!mKeyTable || mKeyTable->GetNumKeys() == 0) && HeldKey() == -1) return true;
 
   // White keys, then the top key, then the black keys over them.
   IRECT r(mRECT.L, mRECT.T, mRECT.L + mRegularKeys.W, mRECT.B);

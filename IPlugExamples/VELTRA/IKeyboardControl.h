@@ -6,13 +6,15 @@
 // paints only the keys that are down.
 
 #include "IControl.h"
+#include "IKeyTable.h"
 #include "VELTRA.h"
 
 class IKeyboardControl : public IControl, public IScreenKeyboard
 {
 public:
   // keyCoords: the x offset within an octave of each of the 12 notes; only
-  // the black notes' entries are used.
+  // the black notes' entries are used. plug is also the IKeyTable whose
+  // notes the keys show.
   IKeyboardControl(IPlugBase* plug, int x, int y, int minNote, int nOctaves, const IBitmap& regularKeys,
                    const IBitmap& sharpKey, const int* keyCoords);
 
@@ -46,6 +48,7 @@ private:
   void Press(int key);
   int HeldKey() const { return GetKeyPress().key; }
 
+  IKeyTable* mKeyTable; // the plug-in's: the notes that MIDI holds
   IBitmap mRegularKeys;
   IBitmap mSharpKey;
   int mKeyCoords[12];
@@ -53,7 +56,7 @@ private:
   int mNumOctaves;
   // The held key plus one in the low 16 bits, the velocity above; written
   // on the GUI thread, read by the sound.
-  IRelaxed<int> mPress = 0;
+  WDL_SharedWord<int> mPress = 0;
   int mMinNote;
   int mNumKeys;
   double mVelocity = 0.0; // 0 at the top of a key, 1 at its bottom

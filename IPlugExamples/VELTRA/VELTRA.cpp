@@ -7,16 +7,14 @@
 #include <initializer_list>
 
 VELTRA::VELTRA(IPlugInstanceInfo instanceInfo)
-    : IPlug(instanceInfo, kNumParams, "0-1 0-2", kVeltraPrograms, "VELTRA", "", "QuillmoorInstruments", kVeltraVersion,
-            kVeltraUniqueID, kVeltraMfrID, 0, true, false, true, 0),
+    : IPlugStandalone(instanceInfo, kNumParams, "0-1 0-2", kVeltraPrograms, kVeltraName, "", kVeltraMfrName,
+                      kVeltraVersion, kVeltraUniqueID, kVeltraMfrID, 0, true, false, true, 0),
       mMidiQueue(1024)
 {
-  InitParams();
   // The panel comes only when a program asks for it (MakePlugGUI): the sound
-  // needs none. The start values of the members are not the parameters': restoring a
-  // program, which the application does before its stream starts, puts
-  // these in force through OnParamChange.
-  MakeDefaultPreset("-", kVeltraPrograms);
+  // needs none. Restoring a program, which every host does before its sound
+  // starts, puts the parameters in force.
+  InitVeltraParams(this);
 }
 
 VELTRA::~VELTRA() {}
@@ -91,11 +89,10 @@ void VELTRA::Reset()
   mSampleRate = GetSampleRate();
   // In a plug-in MIDI arrives on the audio thread, where the queue must not
   // grow: it takes its full size here, and beyond it messages are dropped.
-  mMidiQueue.Resize(GetAPI() == kAPILV2 ? kMaxQueuedMidiMessages : GetBlockSize());
+  mMidiQueue.Resize(GetAPI() != kAPISA ? kMaxQueuedMidiMessages : GetBlockSize());
 }
 
-#if !defined(LV2_API) && !defined(LV2_UI_API)
-void* MakePlug(void* midiOut, unsigned short* midiOutChan)
+void* MakePlug(void* midiOut, const WDL_SharedWord<uint16_t>* midiOutChan)
 {
   static WDL_Mutex sMutex;
   WDL_MutexLock lock(&sMutex);
@@ -105,4 +102,3 @@ void* MakePlug(void* midiOut, unsigned short* midiOutChan)
   info.mMidiOutChan = midiOutChan;
   return new VELTRA(info);
 }
-#endif

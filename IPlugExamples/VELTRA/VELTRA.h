@@ -3,8 +3,9 @@
 // with its own attack-release envelope and LFO, a crusher, chorus and reverb.
 // One object for the whole run, made by MakePlug.
 
+#include "IKeyTable.h"
 #include "IMidiQueue.h"
-#include "IPlugAdapter.h"
+#include "IPlugStandalone.h"
 #include "VLTChorus.h"
 #include "VLTOscillator.h"
 #include "VLTRandom.h"
@@ -44,6 +45,8 @@ constexpr int kVeltraVersion = 0x10103;
 constexpr int kVeltraUniqueID = ('V' << 24) | ('L' << 16) | ('T' << 8) | '1';
 constexpr int kVeltraMfrID = ('Q' << 24) | ('l' << 16) | ('m' << 8) | 'r';
 constexpr int kVeltraPrograms = 8;
+constexpr const char* kVeltraName = "VELTRA";
+constexpr const char* kVeltraMfrName = "QuillmoorInstruments";
 // The LV2 plug-in and its panel.
 constexpr const char* kVeltraLV2URI = "https://quillmoorinstruments.com/plugins/veltra";
 constexpr int kPanelWidth = 920;
@@ -143,7 +146,11 @@ double midi2CPS(double note);
 // per-tick step.
 double mapRate(double v);
 
-class VELTRA : public IPlug
+// Construction, for the instrument and for a plug-in's panel alike: names,
+// kinds and ranges of the 44 slots, and the default program.
+void InitVeltraParams(IPlugBase* plug);
+
+class VELTRA : public IPlugStandalone, public IKeyTable
 {
 public:
   explicit VELTRA(IPlugInstanceInfo instanceInfo);
@@ -171,24 +178,16 @@ public:
   // and reverb as a new object has them, the parameters in force untouched.
   void OnActivate(bool active) override;
 
-  // GUI thread: makes the panel and attaches it, once; only programs that
-  // show a panel link it (MakePlugGUI).
+  // GUI thread: makes the panel in the view of MakeGraphics and attaches
+  // it, once; only programs that show a panel link it (MakePlugGUI).
   void MakePanel();
-
-#if defined(LV2_API)
-  // Audio thread, under the mutex: the key table for the plug-in's panel.
-  void GetHeldNotes(uint8_t* bits) override;
-#elif defined(LV2_UI_API)
-  // The plug-in's panel: the notes its sound's MIDI holds light the keys,
-  // and the key held with the mouse goes to the sound as MIDI.
-  void SetHeldNotes(const uint8_t* bits) override;
-  void OnIdle() override;
-  int mSentKey = -1;
-#endif
+  // GUI thread: the same in a view that the caller made; the plug-in owns it
+  // from here on. Nothing when a panel is attached already.
+  void AttachPanel(IGraphics* engine);
 
   // Any thread; take the mutex. The key table follows MIDI input only.
-  int GetNumKeys();
-  bool GetKeyStatus(int key);
+  int GetNumKeys() override;
+  bool GetKeyStatus(int key) override;
 
   // Audio thread, from the render loop only.
   void NoteOnOff(IMidiMsg* msg);
@@ -243,37 +242,12 @@ public:
   int mDroppedMidiMessages = 0;
 
 private:
-  // Construction: names, kinds and ranges of the 44 slots.
-  void InitParams();
   // Puts a real parameter value in force: the mapping from each of the 44
   // slots to the fields that the render loop reads. Caller holds the mutex.
   void ApplyParam(int paramIdx, double value);
   // One row of an operator's block (op 0 or 1), on every voice.
   void ApplyOperatorParam(int op, int row, double value);
   void PollScreenKeyboard();
-  // The screen keyboard's key against the one last followed (*last): when it
-  // changed, the last note ends and the new one starts (key 0 is note 48),
-  // each message handed to send.
-  template<class Send>
-  void FollowScreenKey(int* last, Send send)
-  {
-    if (!mKeyboard) return;
-    const IScreenKeyboard::KeyPress press = mKeyboard->GetKeyPress();
-    const int key = press.key;
-    if (key == *last) return;
-    IMidiMsg msg;
-    if (*last >= 0)
-    {
-      msg.MakeNoteOffMsg(*last + 48, 0, 0);
-      send(&msg);
-    }
-    *last = key;
-    if (key >= 0)
-    {
-      msg.MakeNoteOnMsg(key + 48, press.velocity, 0, 0);
-      send(&msg);
-    }
-  }
   void ControlTick();
   // The control tick of every operator's envelope and glide; true when any
   // gate is open.
@@ -283,16 +257,38 @@ private:
   void SetBendOnAllOscillators();
 };
 
+// The screen keyboard's key against the one last followed (*last): when it
+// changed, the last note ends and the new one starts (key 0 is note 48),
+// each message handed to send.
+template<class Send>
+void FollowScreenKey(IScreenKeyboard* keyboard, int* last, Send send)
+{
+  if (!keyboard) return;
+  const IScreenKeyboard::KeyPress press = keyboard->GetKeyPress();
+  const int key = press.key;
+  if (key == *last) return;
+  IMidiMsg msg;
+  if (*last >= 0)
+  {
+    msg.MakeNoteOffMsg(*last + 48, 0, 0);
+    send(&msg);
+  }
+  *last = key;
+  if (key >= 0)
+  {
+    msg.MakeNoteOnMsg(key + 48, press.velocity, 0, 0);
+    send(&msg);
+  }
+}
+
 // The panel's engine for this platform, with the application's identifier.
 IGraphics* MakeGraphics(IPlugBase* plug, int w, int h, int fps);
 
-#if !defined(LV2_API) && !defined(LV2_UI_API)
 // The one place where the instrument is made; serialised by a static mutex
 // so that two callers cannot make two objects side by side. The caller owns
 // the result and deletes it through its virtual destructor. It has no panel
 // until MakePlugGUI.
-void* MakePlug(void* midiOut, unsigned short* midiOutChan);
-#endif
+void* MakePlug(void* midiOut, const WDL_SharedWord<uint16_t>* midiOutChan);
 
 // GUI thread: the instrument's panel, made on the first call; the plug-in
 // owns it.

@@ -3,7 +3,7 @@
 // attached in index order, which is their drawing order; the render loop
 // finds the three meters by index.
 
-#include "VELTRA.h"
+#include "VELTRAPanel.h"
 
 #include "IGraphics.h"
 #include "IKeyboardControl.h"
@@ -124,10 +124,8 @@ void DecodePanelImagesAhead()
   LICE_DecodeNamedPNGsAhead(names, n);
 }
 
-void VELTRA::MakePanel()
+VELTRAPanelParts BuildVeltraPanel(IGraphics* panel, IPlugBase* plug)
 {
-  if (mPanel) return;
-  IGraphics* panel = MakeGraphics(this, kPanelWidth, kPanelHeight, 0);
   panel->AttachBackground(kBackground, kBackgroundFile);
   for (int param = 0; param < kNumParams; ++param)
   {
@@ -136,15 +134,15 @@ void VELTRA::MakePanel()
     switch (c.kind)
     {
     case kSwitchControl:
-      panel->AttachControl(new ISwitchControl(this, c.x, c.y, param, bitmap, IChannelBlend::kBlendOver));
+      panel->AttachControl(new ISwitchControl(plug, c.x, c.y, param, bitmap, IChannelBlend::kBlendOver));
       break;
     case kFaderControl:
-      panel->AttachControl(new IFaderControl(this, c.x, c.y, 100, param, bitmap, kVertical, false));
+      panel->AttachControl(new IFaderControl(plug, c.x, c.y, 100, param, bitmap, kVertical, false));
       break;
     case kKnobControl:
     case kMeterControl:
     {
-      IControl* control = new IKnobMultiControl(this, c.x, c.y, param, bitmap, kVertical, 4.0);
+      IControl* control = new IKnobMultiControl(plug, c.x, c.y, param, bitmap, kVertical, 4.0);
       panel->AttachControl(control);
       // The meters show the render loop's values and take no mouse input.
       if (c.kind == kMeterControl) control->SetTargetArea(IRECT());
@@ -156,24 +154,27 @@ void VELTRA::MakePanel()
   IText style(14, nullptr, nullptr, IText::kStylePlain, IText::kAlignCentre, 0, IText::kQualitySystem);
   style.mSize = 12;
   style.mColor = IColor(255, 85, 174, 255);
-  ITextControl* presetName = new ITextControl(this, IRECT(295, 215, 410, 255), &style, "No sound loaded.");
-  panel->AttachControl(presetName);
-  IKeyboardControl* keyboard = new IKeyboardControl(this, 180, 269, 48, 4, LoadStrip(panel, kWhiteKeys),
+  VELTRAPanelParts parts;
+  parts.panel = panel;
+  parts.presetName = new ITextControl(plug, IRECT(295, 215, 410, 255), &style, "No sound loaded.");
+  panel->AttachControl(parts.presetName);
+  IKeyboardControl* keyboard = new IKeyboardControl(plug, 180, 269, 48, 4, LoadStrip(panel, kWhiteKeys),
                                                     LoadStrip(panel, kBlackKey), kKeyCoords);
+  parts.keyboard = keyboard;
   panel->AttachControl(keyboard);
-  panel->AttachControl(new PresetFunctionsMenu(this, IRECT(410, 210, 490, 250), presetName));
+  panel->AttachControl(new PresetFunctionsMenu(plug, IRECT(410, 210, 490, 250), parts.presetName));
+  return parts;
+}
+
+void VELTRA::AttachPanel(IGraphics* engine)
+{
+  if (mPanel) return;
+  const VELTRAPanelParts parts = BuildVeltraPanel(engine, this);
   // The sound may be playing already: the render loop and the MIDI thread
   // see the panel's keyboard only together with the rest, under the mutex.
   IMutexLock lock(this);
-  mPanel = panel;
-  mPresetName = presetName;
-  mKeyboard = keyboard;
-  AttachGraphics(panel);
-}
-
-IGraphics* MakePlugGUI(void* plug)
-{
-  VELTRA* veltra = (VELTRA*)plug;
-  veltra->MakePanel();
-  return veltra->mPanel;
+  mPanel = parts.panel;
+  mPresetName = parts.presetName;
+  mKeyboard = parts.keyboard;
+  AttachGraphics(parts.panel);
 }

@@ -1,10 +1,9 @@
-// The 44 parameter slots: their names, kinds and ranges, and how each real
-// value is put in force in the fields that the render loop reads.
+// How each real value of the 44 parameter slots is put in force in the
+// fields that the render loop reads.
 
 #include "VELTRA.h"
 
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 
 namespace
@@ -59,58 +58,9 @@ const SwitchParam kSwitchParams[] = {
     {kSmoothingOn, &VELTRA::mSmoothingOn},
 };
 
-void InitOperatorParams(IPlugBase* plug, int first, const char* op)
-{
-  char name[32];
-  auto named = [&](const char* what)
-  {
-    snprintf(name, sizeof(name), "%s %s", op, what);
-    return name;
-  };
-  plug->GetParam(first + kOpWaveform)->InitInt(named("Waveform"), 0, 0, 8, "");
-  plug->GetParam(first + kOpOctave)->InitInt(named("Octave"), 2, 0, 4, "");
-  plug->GetParam(first + kOpTune)->InitDouble(named("Tune"), 0.0, -1200.0, 1200.0, 1.0, "");
-  plug->GetParam(first + kOpAttack)->InitDouble(named("Attack"), 0.4, 0.4, 1.5, 0.01, "");
-  plug->GetParam(first + kOpDecay)->InitDouble(named("Decay"), 0.4, 0.4, 1.5, 0.01, "");
-  plug->GetParam(first + kOpSustain)->InitDouble(named("Sustain"), 1.0, 0.0, 1.0, 0.001, "");
-  plug->GetParam(first + kOpRelease)->InitDouble(named("Release"), 0.4, 0.4, 1.5, 0.01, "");
-  plug->GetParam(first + kOpVolume)->InitDouble(named("Volume"), 1.0, 0.0, 1.0, 0.001, "");
-}
 } // namespace
 
 double mapRate(double v) { return 1.0 - tanh(3.0 * v); }
-
-void VELTRA::InitParams()
-{
-  InitOperatorParams(this, kOP1Waveform, "OP1");
-  InitOperatorParams(this, kOP2Waveform, "OP2");
-  GetParam(kFilterCutoff)->InitDouble("Filter Cutoff", 0.99, 0.01, 0.99, 0.001, "");
-  GetParam(kFilterResonance)->InitDouble("Filter Resonance", 0.25, 0.25, 0.998, 0.01, "");
-  GetParam(kFilterFeedback)->InitDouble("Filter Feedback", 1.0, 1.0, 2.0, 0.001, "");
-  GetParam(kARAttack)->InitDouble("AR Env. Attack", 0.7, 0.7, 1.5, 0.01, "");
-  GetParam(kARRelease)->InitDouble("AR Env. Release", 0.7, 0.7, 1.5, 0.01, "");
-  GetParam(kARDepth)->InitDouble("AR Env. Depth", 0.0, 0.0, 1.0, 0.001, "");
-  GetParam(kLFORate)->InitDouble("LFO Rate", 0.0002, 0.0002, 0.01, 0.0001, "");
-  GetParam(kLFOShape)->InitDouble("LFO Shape", 2.0, 2.0, 10.0, 0.01, "");
-  GetParam(kLFODepth)->InitDouble("LFO Depth", 0.0, 0.0, 1.0, 0.001, "");
-  GetParam(kSynthMode)->InitBool("Synth Mode", true, "");
-  GetParam(kMasterVolume)->InitDouble("Master Volume", 1.0, 0.0, 1.0, 0.01, "");
-  GetParam(kCrusherDestruction)->InitDouble("Crusher Destruction", 0.0, 0.0, 1.0, 0.01, "");
-  GetParam(kCrusherMix)->InitDouble("Crusher Mix", 0.0, 0.0, 1.0, 0.01, "");
-  GetParam(kPWMRate)->InitDouble("PWM Rate", 10.0, 10.0, 1000.0, 0.01, "");
-  GetParam(kPWMDepth)->InitDouble("PWM Depth", 0.0, 0.0, 1.0, 0.01, "");
-  GetParam(kPWMOn)->InitBool("PWM on off", false, "");
-  GetParam(kCrusherBeforeVCF)->InitBool("Crusher Before VCF", false, "");
-  GetParam(kChorusDepth)->InitDouble("Chorus Depth", 0.0, 0.0, 0.5, 0.01, "");
-  GetParam(kChorusSpeed)->InitInt("Chorus Speed", 250, 250, 650, "");
-  GetParam(kReverbDepth)->InitDouble("Reverb Depth", 0.0, 0.0, 1.0, 0.01, "");
-  GetParam(kReverbLength)->InitDouble("Reverb Length", 0.8, 0.4, 0.98, 0.001, "");
-  GetParam(kPortamento)->InitDouble("Portamento", 0.001, 0.001, 0.1, 0.001, "");
-  GetParam(kPitchBend)->InitDouble("Pitch Bend", 0.0, -1.0, 1.0, 0.01, "");
-  GetParam(kPortamentoOn)->InitBool("Portamento on off", false, "");
-  GetParam(kSmoothingOn)->InitBool("Smoothing on off", false, "");
-  // The three meter slots keep the blank parameter's kind and range.
-}
 
 void VELTRA::OnParamChange(int paramIdx)
 {

@@ -108,5 +108,5 @@ void VELTRA::NoteOnOff(IMidiMsg* msg)
 
 void VELTRA::PollScreenKeyboard()
 {
-  FollowScreenKey(&mScreenKey, [this](IMidiMsg* msg) { mMidiQueue.Add(msg); });
+  FollowScreenKey(mKeyboard, &mScreenKey, [this](IMidiMsg* msg) { mMidiQueue.Add(msg); });
 }

@@ -60,7 +60,7 @@ namespace
 {
 // The first of n rectangles holding the point sets value = i / (n - 1);
 // none leaves it.
-void PickSlice(const IRECT* rects, int n, int x, int y, IRelaxed<double>& value)
+void PickSlice(const IRECT* rects, int n, int x, int y, WDL_SharedWord<double>& value)
 {
   for (int i = 0; i < n; ++i)
     if (rects[i].Contains(x, y))

@@ -13,41 +13,13 @@
 #include "IGraphicsStructs.h"
 
 #include "../heapbuf.h"
+#include "../sharedword.h"
 #include "../wdlstring.h"
-
-#include <atomic>
 
 class IGraphics;
 class IParam;
 class IPlugBase;
 class ITextControl;
-
-// A field that one thread writes and another reads, one word at a time and
-// without a lock: relaxed loads and stores, plain moves on x86-64.
-template<typename T>
-class IRelaxed
-{
-public:
-  IRelaxed(T v = T()) : mV(v) {}
-  IRelaxed(const IRelaxed& o) : mV(o.Get()) {}
-  IRelaxed& operator=(const IRelaxed& o) { return *this = o.Get(); }
-  IRelaxed& operator=(T v)
-  {
-    mV.store(v, std::memory_order_relaxed);
-    return *this;
-  }
-  IRelaxed& operator+=(T d) { return *this = Get() + d; }
-  IRelaxed& operator-=(T d) { return *this = Get() - d; }
-  operator T() const { return Get(); }
-  T Get() const { return mV.load(std::memory_order_relaxed); }
-  // Swaps in a value and returns the one it replaced, in one step that
-  // orders the reads after it: nothing written by another thread between the
-  // read and the write is lost.
-  T Exchange(T v) { return mV.exchange(v, std::memory_order_seq_cst); }
-
-private:
-  std::atomic<T> mV;
-};
 
 class IControl
 {
@@ -157,14 +129,14 @@ protected:
   IRECT mTargetRECT;
   int mParamIdx;
   WDL_TypedBuf<AuxParam> mAuxParams;
-  IRelaxed<double> mValue = 0.0;
-  IRelaxed<double> mDefaultValue = -1.0;
+  WDL_SharedWord<double> mValue = 0.0;
+  WDL_SharedWord<double> mDefaultValue = -1.0;
   double mClampLo = 0.0;
   double mClampHi = 1.0;
-  IRelaxed<bool> mDirty = true;
+  WDL_SharedWord<bool> mDirty = true;
   bool mHide = false;
   bool mGrayed = false;
-  IRelaxed<bool> mRedraw = false;
+  WDL_SharedWord<bool> mRedraw = false;
   bool mDisablePrompt = true;
   bool mDblAsSingleClick = false;
   bool mMOWhenGrayed = false;

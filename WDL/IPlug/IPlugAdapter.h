@@ -1,15 +1,24 @@
 #pragma once
-// The host adapter that an instrument derives from, chosen per build target:
-// LV2_API builds the LV2 plug-in, LV2_UI_API its panel, anything else the standalone application
-// (and the offline renderer, which hosts the instrument the same way).
+// What a plug-in format's adapter does for the instrument it hosts, in place
+// of the standalone application's fixed answers. The instrument is the same
+// object in every program (an IPlugStandalone); an adapter that hosts it in
+// a plug-in format hands it one of these, and the host-facing operations go
+// to the adapter from then on. The standalone application hands it none.
 
-#if defined(LV2_API)
-#include "IPlugLV2.h"
-typedef IPlugLV2 IPlug;
-#elif defined(LV2_UI_API)
-#include "IPlugLV2UI.h"
-typedef IPlugLV2UI IPlug;
-#else
-#include "IPlugStandalone.h"
-typedef IPlugStandalone IPlug;
-#endif
+struct IMidiMsg;
+
+class IPlugAdapter
+{
+public:
+  virtual ~IPlugAdapter() {}
+  // Thread of the panel (the host's UI thread): a parameter's move begins,
+  // goes on and ends; a program loaded from a file changed every parameter.
+  virtual void BeginInformHostOfParamChange(int) {}
+  virtual void InformHostOfParamChange(int, double) {}
+  virtual void EndInformHostOfParamChange(int) {}
+  virtual void InformHostOfProgramChange() {}
+  // Thread of the caller: a MIDI message out of the instrument.
+  virtual bool SendMidiMsg(IMidiMsg*) { return false; }
+  // Audio thread, under the plug-in's mutex: the value a meter shows now.
+  virtual void SetMeterForHost(int, double) {}
+};

@@ -9,35 +9,33 @@
 #include <cstring>
 #include <thread>
 
-IPlugLV2::IPlugLV2(IPlugInstanceInfo instanceInfo, int nParams, const char* channelIOStr, int nPresets,
-                   const char* effectName, const char* productName, const char* mfrName, int vendorVersion,
-                   int uniqueID, int mfrID, int latency, bool plugDoesMidi, bool plugDoesChunks, bool plugIsInst, int)
-    : IPlugBase(nParams, channelIOStr, nPresets, effectName, productName, mfrName, vendorVersion, uniqueID, mfrID,
-                latency, plugDoesMidi, plugDoesChunks, plugIsInst, kAPILV2),
-      mInfo(instanceInfo), mControlPorts(new float*[(size_t)nParams]()), mPortShadow(new float[(size_t)nParams]()),
-      mMeterValues(new double[(size_t)nParams]()), mPublished(new std::atomic<double>[(size_t)nParams])
+IPlugLV2::IPlugLV2(IPlugStandalone* plug, const IPlugLV2Setup& setup)
+    : mPlug(plug), mKeys(dynamic_cast<IKeyTable*>(plug)), mInfo(setup),
+      mControlPorts(new float*[(size_t)plug->NParams()]()), mPortShadow(new float[(size_t)plug->NParams()]()),
+      mMeterValues(new double[(size_t)plug->NParams()]()),
+      mPublished(new WDL_SharedWord<double>[(size_t)plug->NParams()])
 {
-  SetInputChannelConnections(0, NInChannels(), true);
-  SetOutputChannelConnections(0, NOutChannels(), true);
+  mPlug->HostIn(this, kAPILV2);
   // LV2 gives no host's name: the host stays unknown.
-  SetHost("", 0);
+  mPlug->SetHost("", 0);
   mForge = LV2_Atom_Forge();
   if (mInfo.mMap) lv2_atom_forge_init(&mForge, mInfo.mMap);
-}
-
-void IPlugLV2::InitLV2()
-{
-  RestorePreset(0);
-  SetBlockSize(mInfo.mMaxBlockSize);
-  SetSampleRate(mInfo.mSampleRate);
-  Reset();
+  for (std::unique_ptr<double[]>& s : mScratch) s.reset(new double[(size_t)mInfo.mMaxBlockSize]());
+  mPlug->RestorePreset(0);
+  mPlug->SetBlockSize(mInfo.mMaxBlockSize);
+  mPlug->SetSampleRate(mInfo.mSampleRate);
+  mPlug->Reset();
   ResetPortShadow();
   PublishValues();
 }
 
+IPlugLV2::~IPlugLV2() = default;
+
+void IPlugLV2::Activate(bool active) { mPlug->OnActivate(active); }
+
 void IPlugLV2::ResetPortShadow()
 {
-  for (int i = 0; i < NParams(); ++i) mPortShadow[(size_t)i] = (float)GetParam(i)->Value();
+  for (int i = 0; i < NParams(); ++i) mPortShadow[(size_t)i] = (float)mPlug->GetParam(i)->Value();
 }
 
 void IPlugLV2::ConnectPort(uint32_t port, void* data)
@@ -47,15 +45,16 @@ void IPlugLV2::ConnectPort(uint32_t port, void* data)
     mMidiIn = data;
     return;
   }
+  const int nOut = mPlug->NOutChannels();
   const int out = (int)port - kLV2FirstAudioOutPort;
-  if (out >= 0 && out < NOutChannels() && out < 2)
+  if (out >= 0 && out < nOut && out < 2)
   {
     mAudioOut[out] = (float*)data;
     return;
   }
-  const int param = (int)port - LV2ParamPort(0, NOutChannels());
+  const int param = (int)port - LV2ParamPort(0, nOut);
   if (param >= 0 && param < NParams()) mControlPorts[(size_t)param] = (float*)data;
-  if ((int)port == LV2NotifyPort(NParams(), NOutChannels())) mNotify = data;
+  if ((int)port == LV2NotifyPort(NParams(), nOut)) mNotify = data;
 }
 
 void IPlugLV2::SetMeterForHost(int paramIdx, double value)
@@ -67,11 +66,11 @@ void IPlugLV2::PublishValues()
 {
   // A sequence lock with one writer at a time (the mutex holder): an odd
   // count says a write is under way.
-  const uint32_t seq = mPublishedSeq.load(std::memory_order_relaxed);
-  mPublishedSeq.store(seq + 1, std::memory_order_relaxed);
+  const uint32_t seq = mPublishedSeq.Get();
+  mPublishedSeq.Set(seq + 1);
   std::atomic_thread_fence(std::memory_order_release);
-  for (int i = 0; i < NParams(); ++i) mPublished[(size_t)i].store(GetParam(i)->Value(), std::memory_order_relaxed);
-  mPublishedSeq.store(seq + 2, std::memory_order_release);
+  for (int i = 0; i < NParams(); ++i) mPublished[(size_t)i] = mPlug->GetParam(i)->Value();
+  mPublishedSeq.SetRelease(seq + 2);
 }
 
 void IPlugLV2::ApplyChangedControlPorts()
@@ -80,7 +79,7 @@ void IPlugLV2::ApplyChangedControlPorts()
   for (int i = 0; i < NParams(); ++i)
   {
     const float* port = mControlPorts[(size_t)i];
-    IParam* param = GetParam(i);
+    IParam* param = mPlug->GetParam(i);
     if (!port || LV2IsMeter(param)) continue;
     const float v = *port;
     if (mAdoptPorts)
@@ -94,7 +93,7 @@ void IPlugLV2::ApplyChangedControlPorts()
     double lo, hi;
     param->GetBounds(&lo, &hi);
     param->Set(std::min(hi, std::max(lo, (double)v)));
-    OnParamChange(i);
+    mPlug->OnParamChange(i);
     changed = true;
   }
   mAdoptPorts = false;
@@ -107,9 +106,9 @@ void IPlugLV2::RenderFrames(uint32_t start, uint32_t end)
   // gain that every host adapter applies.
   for (uint32_t pos = start; pos < end;)
   {
-    const uint32_t n = std::min<uint32_t>(end - pos, (uint32_t)GetBlockSize());
-    double* outs[2] = {mOutChannels.Get(0)->mScratchBuf.Get(), mOutChannels.Get(1)->mScratchBuf.Get()};
-    ProcessDoubleReplacing(nullptr, outs, (int)n);
+    const uint32_t n = std::min<uint32_t>(end - pos, (uint32_t)mInfo.mMaxBlockSize);
+    double* outs[2] = {mScratch[0].get(), mScratch[1].get()};
+    mPlug->ProcessDoubleReplacing(nullptr, outs, (int)n);
     for (int c = 0; c < 2; ++c)
       if (float* out = mAudioOut[c])
         for (uint32_t i = 0; i < n; ++i) out[pos + i] = (float)(outs[c][i] * kStandaloneOutputGain);
@@ -119,7 +118,7 @@ void IPlugLV2::RenderFrames(uint32_t start, uint32_t end)
 
 void IPlugLV2::RunLV2(uint32_t nFrames)
 {
-  IMutexLock lock(this);
+  IPlugBase::IMutexLock lock(mPlug.get());
   ApplyChangedControlPorts();
 
   // Every MIDI event reaches the instrument at its frame. The instrument
@@ -152,7 +151,7 @@ void IPlugLV2::RunLV2(uint32_t nFrames)
         pos = frame;
       }
       IMidiMsg msg((int)(frame - pos), bytes[0], body.size > 1 ? bytes[1] : 0, body.size > 2 ? bytes[2] : 0);
-      ProcessMidiMsg(&msg);
+      mPlug->ProcessMidiMsg(&msg);
     }
   }
   // A run of nothing leaves its events waiting in the queue for the next.
@@ -160,7 +159,7 @@ void IPlugLV2::RunLV2(uint32_t nFrames)
 
   for (int i = 0; i < NParams(); ++i)
     if (float* port = mControlPorts[(size_t)i])
-      if (LV2IsMeter(GetParam(i))) *port = (float)mMeterValues[(size_t)i];
+      if (LV2IsMeter(mPlug->GetParam(i))) *port = (float)mMeterValues[(size_t)i];
   WriteNotifications(nFrames);
 }
 
@@ -175,10 +174,10 @@ void IPlugLV2::WriteNotifications(uint32_t nFrames)
   seq->body.unit = 0;
   seq->body.pad = 0;
   if (!mInfo.mMap || capacity < 128) return;
-  uint8_t notes[kLV2KeyBytes] = {};
-  GetHeldNotes(notes);
+  uint8_t notes[kKeyTableBytes] = {};
+  if (mKeys) mKeys->GetHeldNotes(notes);
   mFramesSinceNotify += nFrames;
-  if (!memcmp(notes, mSentNotes, sizeof(notes)) && mFramesSinceNotify < (uint32_t)(GetSampleRate() / 4.0)) return;
+  if (!memcmp(notes, mSentNotes, sizeof(notes)) && mFramesSinceNotify < (uint32_t)(mInfo.mSampleRate / 4.0)) return;
   memcpy(mSentNotes, notes, sizeof(notes));
   mFramesSinceNotify = 0;
   lv2_atom_forge_set_buffer(&mForge, (uint8_t*)seq, capacity);
@@ -198,25 +197,25 @@ void IPlugLV2::SaveProgramChunk(ByteChunk* chunk)
   std::unique_ptr<double[]> values(new double[(size_t)NParams()]);
   for (;;)
   {
-    const uint32_t before = mPublishedSeq.load(std::memory_order_acquire);
+    const uint32_t before = mPublishedSeq.GetAcquire();
     if (before & 1)
     {
       std::this_thread::yield();
       continue;
     }
-    for (int i = 0; i < NParams(); ++i) values[(size_t)i] = mPublished[(size_t)i].load(std::memory_order_relaxed);
+    for (int i = 0; i < NParams(); ++i) values[(size_t)i] = mPublished[(size_t)i];
     std::atomic_thread_fence(std::memory_order_acquire);
-    if (mPublishedSeq.load(std::memory_order_relaxed) == before) break;
+    if (mPublishedSeq.Get() == before) break;
   }
-  MakeProgramFXP(chunk, GetPresetName(GetCurrentPresetIdx()), values.get());
+  mPlug->MakeProgramFXP(chunk, mPlug->GetPresetName(mPlug->GetCurrentPresetIdx()), values.get());
 }
 
 bool IPlugLV2::RestoreProgramChunk(const unsigned char* data, int size)
 {
   ByteChunk c;
   if (size < 0 || c.PutBytes(data, size) != size) return false;
-  IMutexLock lock(this);
-  if (!LoadProgramFromChunk(&c)) return false;
+  IPlugBase::IMutexLock lock(mPlug.get());
+  if (!mPlug->LoadProgramFromChunk(&c)) return false;
   // Whatever the ports hold at the next run stands for the restored program
   // (a host sets them with the state, before or after it); only later moves
   // of a port are changes.

@@ -1,21 +1,23 @@
 #pragma once
-// The LV2 adapter: the instrument as an LV2 plug-in in a host's process. Its
-// ports follow the parameter table (IPlugLV2Ports.h): the MIDI input, the
-// audio outputs, one control port per parameter, read at the start of each
-// run and applied only when they changed, and the meters as outputs. The
-// state is the program form of an FXP file. Threads, as LV2 names them:
-// instantiate, activate, restore and cleanup on the host's instantiation
-// thread; run on its audio thread; save on any thread, even during run.
+// The LV2 adapter: an instrument as an LV2 plug-in in a host's process. It
+// owns the instrument and hosts it as the application does. Its ports follow
+// the parameter table (IPlugLV2Ports.h): the MIDI input, the audio outputs,
+// one control port per parameter, read at the start of each run and applied
+// only when they changed, and the meters as outputs. The state is the program
+// form of an FXP file. Threads, as LV2 names them: instantiate, activate,
+// restore and cleanup on the host's instantiation thread; run on its audio
+// thread; save on any thread, even during run.
 
-#include "IPlugBase.h"
+#include "IKeyTable.h"
+#include "IPlugStandalone.h"
 
 #include <lv2/atom/forge.h>
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 
-struct IPlugInstanceInfo
+// What the host's instantiate offers that run needs.
+struct IPlugLV2Setup
 {
   double mSampleRate = 44100.0;
   // The most frames the host passes to one run.
@@ -29,35 +31,26 @@ struct IPlugInstanceInfo
   uint32_t mKeysURID = 0;
 };
 
-class IPlugLV2 : public IPlugBase
+class IPlugLV2 : public IPlugAdapter
 {
 public:
-  IPlugLV2(IPlugInstanceInfo instanceInfo, int nParams, const char* channelIOStr, int nPresets, const char* effectName,
-           const char* productName, const char* mfrName, int vendorVersion, int uniqueID, int mfrID, int latency,
-           bool plugDoesMidi, bool plugDoesChunks, bool plugIsInst, int sidechainChannels);
+  // Instantiation thread: takes the instrument (which must also be an
+  // IKeyTable for the panel to show held notes) and puts every parameter in
+  // force, as the application starts, then the sample rate and block size;
+  // the ports start at the parameters' values.
+  IPlugLV2(IPlugStandalone* plug, const IPlugLV2Setup& setup);
+  ~IPlugLV2() override;
+  IPlugLV2(const IPlugLV2&) = delete;
+  IPlugLV2& operator=(const IPlugLV2&) = delete;
 
-  // A host learns of changes through its ports alone: nothing to tell here.
-  void BeginInformHostOfParamChange(int) override {}
-  void InformHostOfParamChange(int, double) override {}
-  void EndInformHostOfParamChange(int) override {}
-  void InformHostOfProgramChange() override {}
-  int GetSamplePos() override { return 0; }
-  double GetTempo() override { return 120.0; }
-  void GetTimeSig(int*, int*) override {}
-  void GetTime(ITimeInfo*) override {}
-  void ResizeGraphics(int, int) override {}
-  // The plug-in sends no MIDI.
-  bool SendMidiMsg(IMidiMsg*) override { return false; }
-  // Audio thread, under the mutex.
+  IPlugStandalone* GetPlug() const { return mPlug.get(); }
+
+  // Audio thread, under the mutex. The host learns of changes through its
+  // ports alone, and the plug-in sends no MIDI: the rest stays silent.
   void SetMeterForHost(int paramIdx, double value) override;
-  // Audio thread, under the mutex: the notes that MIDI holds, as bits (see
-  // IPlugLV2Ports.h), for the panel. None by default.
-  virtual void GetHeldNotes(uint8_t*) {}
 
-  // Instantiation thread: once, after the instrument's constructor. Every
-  // parameter in force (as the application starts), then the sample rate and
-  // block size; the ports start at the parameters' values.
-  void InitLV2();
+  // Instantiation thread: activation starts from silence.
+  void Activate(bool active);
   // Any thread before run: where port idx reads or writes.
   void ConnectPort(uint32_t port, void* data);
   // Audio thread: one call of the host's run. Takes the mutex for the whole
@@ -72,13 +65,18 @@ public:
   bool RestoreProgramChunk(const unsigned char* data, int size);
 
 private:
+  int NParams() const { return mPlug->NParams(); }
   void ApplyChangedControlPorts();
   void PublishValues();
   void RenderFrames(uint32_t start, uint32_t end);
   void ResetPortShadow();
   void WriteNotifications(uint32_t nFrames);
 
-  IPlugInstanceInfo mInfo;
+  std::unique_ptr<IPlugStandalone> mPlug;
+  IKeyTable* mKeys; // the instrument's, if it has one
+  IPlugLV2Setup mInfo;
+  // One block of the instrument's output before the gain, per channel.
+  std::unique_ptr<double[]> mScratch[2];
   const void* mMidiIn = nullptr; // an LV2_Atom_Sequence
   float* mAudioOut[2] = {nullptr, nullptr};
   // One pointer per parameter: an input port, or a meter's output port.
@@ -92,10 +90,10 @@ private:
   std::unique_ptr<double[]> mMeterValues;
   void* mNotify = nullptr; // an LV2_Atom_Sequence to fill
   LV2_Atom_Forge mForge;
-  uint8_t mSentNotes[16] = {};
+  uint8_t mSentNotes[kKeyTableBytes] = {};
   uint32_t mFramesSinceNotify = 0;
   // The parameters' values for save, under a sequence count: odd while the
   // audio thread writes them, so a reader retries rather than tear them.
-  std::unique_ptr<std::atomic<double>[]> mPublished;
-  std::atomic<uint32_t> mPublishedSeq{0};
+  std::unique_ptr<WDL_SharedWord<double>[]> mPublished;
+  WDL_SharedWord<uint32_t> mPublishedSeq = 0;
 };

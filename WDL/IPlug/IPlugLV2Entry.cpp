@@ -1,9 +1,10 @@
 // The C entry of the LV2 plug-in: the descriptor that hosts look up, the
 // required features, and the state interface. The instrument supplies its URI
-// and how it is made (IPlugLV2Instrument.h); lv2_descriptor is the one symbol
-// that the binary exports.
+// and its sound (IPlugInstrument.h); lv2_descriptor is the one symbol that
+// the binary exports.
 
-#include "IPlugLV2Instrument.h"
+#include "IPlugInstrument.h"
+#include "IPlugLV2.h"
 #include "IPlugLV2Ports.h"
 
 #include <lv2/atom/atom.h>
@@ -59,7 +60,7 @@ LV2_Handle Instantiate(const LV2_Descriptor*, double rate, const char*, const LV
   LV2_URID_Map* map = (LV2_URID_Map*)Feature(features, LV2_URID__map);
   const LV2_Options_Option* options = (const LV2_Options_Option*)Feature(features, LV2_OPTIONS__options);
   if (!map || rate < 1.0) return nullptr;
-  IPlugInstanceInfo info;
+  IPlugLV2Setup info;
   info.mSampleRate = rate;
   info.mMaxBlockSize = MaxBlockLength(options, map);
   info.mMidiEventURID = map->map(map->handle, LV2_MIDI__MidiEvent);
@@ -72,15 +73,16 @@ LV2_Handle Instantiate(const LV2_Descriptor*, double rate, const char*, const LV
   instance->logError = map->map(map->handle, LV2_LOG__Error);
   instance->programKey = map->map(map->handle, ProgramKey().c_str());
   instance->chunkType = map->map(map->handle, LV2_ATOM__Chunk);
-  instance->plug.reset(MakeLV2Plug(info));
-  instance->plug->InitLV2();
+  IPlugStandalone* sound = MakePluginSound();
+  if (!sound) return nullptr;
+  instance->plug.reset(new IPlugLV2(sound, info));
   return instance.release();
 }
 
 void ConnectPort(LV2_Handle h, uint32_t port, void* data) { ((Instance*)h)->plug->ConnectPort(port, data); }
-void Activate(LV2_Handle h) { ((Instance*)h)->plug->OnActivate(true); }
+void Activate(LV2_Handle h) { ((Instance*)h)->plug->Activate(true); }
 void Run(LV2_Handle h, uint32_t nFrames) { ((Instance*)h)->plug->RunLV2(nFrames); }
-void Deactivate(LV2_Handle h) { ((Instance*)h)->plug->OnActivate(false); }
+void Deactivate(LV2_Handle h) { ((Instance*)h)->plug->Activate(false); }
 void Cleanup(LV2_Handle h) { delete (Instance*)h; }
 
 LV2_State_Status Save(LV2_Handle h, LV2_State_Store_Function store, LV2_State_Handle handle, uint32_t,
@@ -108,7 +110,7 @@ LV2_State_Status Restore(LV2_Handle h, LV2_State_Retrieve_Function retrieve, LV2
   if (instance->log)
     instance->log->printf(instance->log->handle, instance->logError,
                           "%s: the saved program (%zu bytes) is not one of this instrument's; the sound is unchanged\n",
-                          instance->plug->GetEffectName(), size);
+                          instance->plug->GetPlug()->GetEffectName(), size);
   return LV2_STATE_ERR_BAD_TYPE;
 }
 

@@ -24,9 +24,8 @@ inline bool LV2IsMeter(const IParam* param) { return param->Type() == IParam::kT
 std::string LV2PortSymbol(const char* name);
 
 // The notification of held notes: an atom:Object of type <plugin>#KeyState
-// whose property <plugin>#keys is an atom:Chunk of 16 bytes, bit n % 8 of
-// byte n / 8 set while note n is held. Sent when the notes change, and
-// again every quarter second for a panel that opens later.
-constexpr int kLV2KeyBytes = 16;
+// whose property <plugin>#keys is an atom:Chunk of the key table's 16 bytes
+// (IKeyTable.h). Sent when the notes change, and again every quarter second
+// for a panel that opens later.
 inline std::string LV2KeyStateURI(const char* pluginURI) { return std::string(pluginURI) + "#KeyState"; }
 inline std::string LV2KeysURI(const char* pluginURI) { return std::string(pluginURI) + "#keys"; }

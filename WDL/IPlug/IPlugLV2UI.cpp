@@ -6,43 +6,43 @@
 #include <cmath>
 #include <lv2/atom/atom.h>
 
-IPlugLV2UI::IPlugLV2UI(IPlugInstanceInfo instanceInfo, int nParams, const char* channelIOStr, int nPresets,
-                       const char* effectName, const char* productName, const char* mfrName, int vendorVersion,
-                       int uniqueID, int mfrID, int latency, bool plugDoesMidi, bool plugDoesChunks, bool plugIsInst,
-                       int)
-    : IPlugBase(nParams, channelIOStr, nPresets, effectName, productName, mfrName, vendorVersion, uniqueID, mfrID,
-                latency, plugDoesMidi, plugDoesChunks, plugIsInst, kAPILV2),
-      mInfo(instanceInfo)
+IPlugLV2UI::IPlugLV2UI(IPlugStandalone* panelSide, const IPlugLV2UISetup& setup)
+    : mPlug(panelSide), mKeys(dynamic_cast<IKeyTable*>(panelSide)), mInfo(setup)
 {
-  SetHost("", 0);
+  mPlug->HostIn(this, kAPILV2);
+  mPlug->SetHost("", 0);
 }
+
+IPlugLV2UI::~IPlugLV2UI() = default;
 
 void IPlugLV2UI::WritePort(int paramIdx)
 {
-  const IParam* param = GetParam(paramIdx);
+  const IParam* param = mPlug->GetParam(paramIdx);
   if (!param || LV2IsMeter(param) || !mInfo.mWrite) return;
   // Ports hold the parameters' real values.
   const float v = (float)param->Value();
-  mInfo.mWrite(mInfo.mController, (uint32_t)LV2ParamPort(paramIdx, NOutChannels()), sizeof(float), 0, &v);
+  mInfo.mWrite(mInfo.mController, (uint32_t)LV2ParamPort(paramIdx, mPlug->NOutChannels()), sizeof(float), 0, &v);
 }
 
 void IPlugLV2UI::BeginInformHostOfParamChange(int idx)
 {
-  if (mInfo.mTouch && GetParam(idx) && !LV2IsMeter(GetParam(idx)))
-    mInfo.mTouch(mInfo.mTouchHandle, (uint32_t)LV2ParamPort(idx, NOutChannels()), true);
+  const IParam* param = mPlug->GetParam(idx);
+  if (mInfo.mTouch && param && !LV2IsMeter(param))
+    mInfo.mTouch(mInfo.mTouchHandle, (uint32_t)LV2ParamPort(idx, mPlug->NOutChannels()), true);
 }
 
 void IPlugLV2UI::InformHostOfParamChange(int idx, double) { WritePort(idx); }
 
 void IPlugLV2UI::EndInformHostOfParamChange(int idx)
 {
-  if (mInfo.mTouch && GetParam(idx) && !LV2IsMeter(GetParam(idx)))
-    mInfo.mTouch(mInfo.mTouchHandle, (uint32_t)LV2ParamPort(idx, NOutChannels()), false);
+  const IParam* param = mPlug->GetParam(idx);
+  if (mInfo.mTouch && param && !LV2IsMeter(param))
+    mInfo.mTouch(mInfo.mTouchHandle, (uint32_t)LV2ParamPort(idx, mPlug->NOutChannels()), false);
 }
 
 void IPlugLV2UI::InformHostOfProgramChange()
 {
-  for (int i = 0; i < NParams(); ++i) WritePort(i);
+  for (int i = 0; i < mPlug->NParams(); ++i) WritePort(i);
 }
 
 bool IPlugLV2UI::SendMidiMsg(IMidiMsg* msg)
@@ -59,22 +59,28 @@ bool IPlugLV2UI::SendMidiMsg(IMidiMsg* msg)
 
 void IPlugLV2UI::PortValue(uint32_t port, float value)
 {
-  const int idx = (int)port - LV2ParamPort(0, NOutChannels());
-  IParam* param = GetParam(idx);
+  const int idx = (int)port - LV2ParamPort(0, mPlug->NOutChannels());
+  IParam* param = mPlug->GetParam(idx);
   if (!param || std::isnan(value)) return;
+  IPlugGUI* gui = mPlug->GetGUI();
   if (LV2IsMeter(param))
   {
     // A meter's port holds its control's position.
-    if (mGraphics) mGraphics->SetParameterFromPlug(idx, std::min(1.0, std::max(0.0, (double)value)), true);
+    if (gui) gui->SetParameterFromPlug(idx, std::min(1.0, std::max(0.0, (double)value)), true);
     return;
   }
   double lo, hi;
   param->GetBounds(&lo, &hi);
   const double v = std::min(hi, std::max(lo, (double)value));
   {
-    IMutexLock lock(this);
+    IPlugBase::IMutexLock lock(mPlug.get());
     param->Set(v);
-    OnParamChange(idx);
+    mPlug->OnParamChange(idx);
   }
-  if (mGraphics) mGraphics->SetParameterFromPlug(idx, v, false);
+  if (gui) gui->SetParameterFromPlug(idx, v, false);
+}
+
+void IPlugLV2UI::SetHeldNotes(const uint8_t* bits)
+{
+  if (mKeys) mKeys->SetHeldNotes(bits);
 }

@@ -1,11 +1,12 @@
 // The C entry of the plug-in's panel (ui:X11UI): lv2ui_descriptor, the one
-// symbol the binary exports. The instrument supplies its object for the
-// panel's side and the panel itself (IPlugLV2Instrument.h); the view is the
-// Xlib one, driven by the host's idle calls.
+// symbol the binary exports. The instrument supplies its panel's side with
+// the panel itself (IPlugInstrument.h); the view is the Xlib one, driven by
+// the host's idle calls.
 
 #include "IGraphicsX11.h"
-#include "IPlugLV2Instrument.h"
+#include "IPlugInstrument.h"
 #include "IPlugLV2Ports.h"
+#include "IPlugLV2UI.h"
 #include "lice_freetype.h"
 
 #include <lv2/atom/atom.h>
@@ -48,7 +49,7 @@ LV2UI_Handle Instantiate(const LV2UI_Descriptor*, const char* pluginURI, const c
   LV2_URID_Map* map = (LV2_URID_Map*)Feature(features, LV2_URID__map);
   if (!map || !pluginURI || strcmp(pluginURI, LV2PluginURI())) return nullptr;
   std::unique_ptr<UI> ui(new UI);
-  IPlugInstanceInfo info;
+  IPlugLV2UISetup info;
   info.mWrite = write;
   info.mController = controller;
   if (const LV2UI_Touch* touch = (const LV2UI_Touch*)Feature(features, LV2_UI__touch))
@@ -64,8 +65,10 @@ LV2UI_Handle Instantiate(const LV2UI_Descriptor*, const char* pluginURI, const c
   ui->object = map->map(map->handle, LV2_ATOM__Object);
 
   LICE_InstallFreeTypeBackend();
-  ui->plug.reset(MakeLV2UIPlug(info));
-  ui->view = MakeLV2PlugView(ui->plug.get(), bundlePath);
+  IPlugStandalone* panelSide = MakePluginPanel(bundlePath ? bundlePath : "");
+  if (!panelSide) return nullptr;
+  ui->plug.reset(new IPlugLV2UI(panelSide, info));
+  ui->view = PluginPanelView(panelSide);
   if (!ui->view) return nullptr;
   void* parent = (void*)Feature(features, LV2_UI__parent);
   void* window = nullptr;
@@ -102,7 +105,7 @@ void PortEvent(LV2UI_Handle handle, uint32_t port, uint32_t size, uint32_t forma
     return;
   const LV2_Atom* keys = nullptr;
   lv2_atom_object_get(obj, ui->keys, &keys, 0);
-  if (keys && keys->type == ui->chunk && keys->size == kLV2KeyBytes)
+  if (keys && keys->type == ui->chunk && keys->size == kKeyTableBytes)
     ui->plug->SetHeldNotes((const uint8_t*)LV2_ATOM_BODY_CONST(keys));
 }
 

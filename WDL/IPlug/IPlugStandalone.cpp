@@ -27,12 +27,44 @@ void IPlugStandalone::ResizeGraphics(int, int)
   OnWindowResize();
 }
 
+void IPlugStandalone::HostIn(IPlugAdapter* adapter, EAPI api)
+{
+  mAdapter = adapter;
+  mAPI = api;
+}
+
+void IPlugStandalone::BeginInformHostOfParamChange(int idx)
+{
+  if (mAdapter) mAdapter->BeginInformHostOfParamChange(idx);
+}
+
+void IPlugStandalone::InformHostOfParamChange(int idx, double normalizedValue)
+{
+  if (mAdapter) mAdapter->InformHostOfParamChange(idx, normalizedValue);
+}
+
+void IPlugStandalone::EndInformHostOfParamChange(int idx)
+{
+  if (mAdapter) mAdapter->EndInformHostOfParamChange(idx);
+}
+
+void IPlugStandalone::InformHostOfProgramChange()
+{
+  if (mAdapter) mAdapter->InformHostOfProgramChange();
+}
+
+void IPlugStandalone::SetMeterForHost(int paramIdx, double value)
+{
+  if (mAdapter) mAdapter->SetMeterForHost(paramIdx, value);
+}
+
 bool IPlugStandalone::SendMidiMsg(IMidiMsg* msg)
 {
+  if (mAdapter) return mAdapter->SendMidiMsg(msg);
   if (!DoesMIDI()) return false;
   IMidiMsg copy = *msg;
   // Set by the settings dialog while the sound runs: one word, read once.
-  const unsigned short chan = mMidiOutChan ? __atomic_load_n(mMidiOutChan, __ATOMIC_RELAXED) : 0;
+  const unsigned short chan = mMidiOutChan ? mMidiOutChan->Get() : 0;
   if (chan > 0) copy.mStatus = (uint8_t)((chan - 1) | (copy.StatusMsg() << 4));
   // Always three bytes, also for messages with fewer data bytes.
   const unsigned char bytes[3] = {copy.mStatus, copy.mData1, copy.mData2};

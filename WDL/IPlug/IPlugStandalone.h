@@ -1,8 +1,12 @@
 #pragma once
 // The standalone application's adapter: the fixed answers of a host that
 // is no host, MIDI output to the application's port object, and the one
-// entry through which the audio callback enters the instrument.
+// entry through which the audio callback enters the instrument. The
+// instrument derives from it in every program; where a plug-in format's
+// adapter hosts it (HostIn), the host-facing operations go to that adapter.
 
+#include "../sharedword.h"
+#include "IPlugAdapter.h"
 #include "IPlugBase.h"
 
 #include <cstddef>
@@ -15,7 +19,7 @@ struct IPlugInstanceInfo
 {
   WDL_String mBundleID;
   IMidiOutPort* mMidiOut = nullptr;
-  unsigned short* mMidiOutChan = nullptr;
+  const WDL_SharedWord<uint16_t>* mMidiOutChan = nullptr;
 };
 
 class IPlugStandalone : public IPlugBase
@@ -26,10 +30,12 @@ public:
                   int mfrID, int latency, bool plugDoesMidi, bool plugDoesChunks, bool plugIsInst,
                   int sidechainChannels);
 
-  void BeginInformHostOfParamChange(int) override {}
-  void InformHostOfParamChange(int, double) override {}
-  void EndInformHostOfParamChange(int) override {}
-  void InformHostOfProgramChange() override {}
+  // Nothing, or the plug-in adapter's answer.
+  void BeginInformHostOfParamChange(int idx) override;
+  void InformHostOfParamChange(int idx, double normalizedValue) override;
+  void EndInformHostOfParamChange(int idx) override;
+  void InformHostOfProgramChange() override;
+  void SetMeterForHost(int paramIdx, double value) override;
   int GetSamplePos() override { return 0; }
   double GetTempo() override { return 120.0; }
   void GetTimeSig(int*, int*) override {}
@@ -38,7 +44,7 @@ public:
   // attached.
   void ResizeGraphics(int w, int h) override;
   // Any thread: sends exactly three bytes at once; a selected output channel
-  // replaces the message's own.
+  // replaces the message's own. In a plug-in, the adapter's.
   bool SendMidiMsg(IMidiMsg* msg) override;
   bool SendSysEx(ISysEx* msg) override;
 
@@ -55,9 +61,15 @@ public:
   typedef void (*MidiSendFunc)(IMidiOutPort* port, const unsigned char* bytes, size_t size);
   static void SetMidiSendFunc(MidiSendFunc func) { sMidiSend = func; }
 
+  // Instantiation thread, before anything else runs: a plug-in format's
+  // adapter takes the host's side, under the format's API value. Not owned.
+  void HostIn(IPlugAdapter* adapter, EAPI api);
+
 protected:
-  IMidiOutPort* mMidiOut = nullptr;       // owned by the application; may be null
-  unsigned short* mMidiOutChan = nullptr; // inside the application's settings; may be null
+  IMidiOutPort* mMidiOut = nullptr; // owned by the application; may be null
+  // Inside the application's settings; may be null.
+  const WDL_SharedWord<uint16_t>* mMidiOutChan = nullptr;
+  IPlugAdapter* mAdapter = nullptr;
 
 private:
   static MidiSendFunc sMidiSend;

@@ -11,7 +11,7 @@ void RecordSend(IMidiOutPort*, const unsigned char* bytes, size_t size) { sSent.
 
 TEST(IPlugStandalone, MidiOutChannelReplacesTheMessagesOwn)
 {
-  unsigned short outChan = 1;
+  WDL_SharedWord<uint16_t> outChan = 1;
   IPlugInstanceInfo info;
   info.mMidiOut = (IMidiOutPort*)&outChan; // any non-null port; the hook only records
   info.mMidiOutChan = &outChan;

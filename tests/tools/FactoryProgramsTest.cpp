@@ -232,7 +232,9 @@ TEST_F(FactoryPrograms, AreLevelledCleanQuietAfterwardsAndInTune)
       EXPECT_LT(m.tailPeak, std::pow(10.0, -90.0 / 20)) << "still sounding 10 s after the last note";
       const std::string& d = sPrograms[i].mDescription;
       if (d.find("detuned") == std::string::npos && d.find("pitched") == std::string::npos)
+      {
         EXPECT_NEAR(m.pitch / (44100.0 / 101.0), 1.0, 0.01) << "A4 at " << m.pitch << " Hz";
+      }
     }
   }
 }
