@@ -1,6 +1,7 @@
 #include "replacefile.h"
 
-#include <atomic>
+#include "sharedword.h"
+
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -12,7 +13,7 @@
 
 namespace
 {
-std::atomic<unsigned> sCounter{0};
+WDL_SharedWord<unsigned> sCounter = 0;
 
 bool WriteAll(int fd, const char* p, size_t size)
 {
@@ -41,7 +42,7 @@ int OpenTemp(const std::string& target, const char* tempPath, std::string* temp)
   const std::string name = slash == std::string::npos ? target : target.substr(slash + 1);
   for (int tries = 0; tries < 100; ++tries)
   {
-    *temp = dir + "." + name + "." + std::to_string(getpid()) + "." + std::to_string(sCounter++) + ".tmp";
+    *temp = dir + "." + name + "." + std::to_string(getpid()) + "." + std::to_string(sCounter.FetchAdd(1)) + ".tmp";
     const int fd = open(temp->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (fd >= 0 || errno != EEXIST) return fd;
   }

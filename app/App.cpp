@@ -2,11 +2,14 @@
 
 #include "AppState.h"
 #include "AudioEngine.h"
+#include "Engines.h"
 #include "MainWindow.h"
 #include "MidiEngine.h"
 #include "Session.h"
 #include "Settings.h"
 #include "VELTRA.h"
+
+#include "threadrole.h"
 
 #include <glib.h>
 #include <thread>
@@ -26,6 +29,7 @@ gboolean OnStatusTimer(gpointer)
 
 int Load()
 {
+  WDL_TakeMainThreadRole();
   gState = new AppState;
   gTempState = new AppState;
   gActiveState = new AppState;
@@ -39,18 +43,11 @@ int Load()
 
 void Init()
 {
-  TryToChangeAudioDriverType();
-  ProbeAudioIO();
-  InitialiseMidi();
-  ProbeMidiIO();
+  OpenEngines(true);
   gPluginInstance = (IPlugStandalone*)MakePlug(gMidiOut, &gState->mMidiOutChan);
   gPluginInstance->RestorePreset(0); // every parameter in force before the stream starts
   LoadSessionProgram();
-  ChooseMidiInput(gState->mMidiInDev);
-  ChooseMidiOutput(gState->mMidiOutDev);
-  // Without a device the application runs silent, and says so.
-  RestartAudio();
-  ReportMidiPorts();
+  StartEngines(true);
   sStatusTimer = g_timeout_add(100, OnStatusTimer, nullptr);
 }
 
@@ -62,12 +59,9 @@ void Cleanup()
     g_source_remove(sStatusTimer);
     sStatusTimer = 0;
   }
-  // Audio stops and MIDI input is cut before the instrument goes; the
-  // instrument goes before the settings it points into and the MIDI output
-  // it holds. Each step is safe when its part never started.
-  StopAudio();
-  StopMidi();
-  CloseAudio();
+  // The engines stop before the instrument goes; the instrument goes before
+  // the settings it points into and the MIDI output it holds.
+  StopEngines();
   ReportStreamStatus();
 
   delete gPluginInstance;
@@ -78,8 +72,7 @@ void Cleanup()
   delete gActiveState;
   gState = gTempState = gActiveState = nullptr;
 
-  DeleteMidi();
-  DeleteAudioDriver();
+  CloseEngines();
   FreeSettingsPath();
 }
 
@@ -96,9 +89,15 @@ INT_PTR SWELLAppMain(int msg, INT_PTR parm1, INT_PTR)
       // server. Meanwhile the main thread has GTK ready its theme and fonts
       // for the window. Init runs its steps in their order all the same, and
       // the window opens only once it has ended, the stream running.
-      std::thread engines(Init);
+      std::thread engines(
+          []
+          {
+            WDL_TakeMainThreadRole();
+            Init();
+          });
       SWELL_PrepareFirstWindow();
       engines.join();
+      WDL_TakeMainThreadRole();
     }
     else
       Init();

@@ -1,10 +1,9 @@
 #pragma once
 // The application's spine: the handler of application messages, and the
-// start-up and shut-down order. All of it runs on the main thread, but for
-// Init at launch with a display: Init then runs on a thread of its own while
-// the main thread readies GTK, touching nothing of Init's, and waits for it.
-// What the engines, the settings and the session call "main thread" means
-// whichever of the two runs them: never both at once.
+// start-up and shut-down order. All of it runs on the main thread. At launch
+// with a display, the main loop's thread hands the main role to a thread of
+// its own for Init while it readies GTK, touching nothing of Init's, and
+// takes the role back when Init ends (THREADS.md, threadrole.h).
 
 #include "swell-appmain.h"
 #include "swell-wnd.h"

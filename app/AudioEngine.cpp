@@ -5,10 +5,11 @@
 #include "JackProbe.h"
 #include "QuietProbe.h"
 #include "Session.h"
+#include "sharedword.h"
+#include "threadrole.h"
 
 #include <rtaudio/RtAudio.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -28,45 +29,113 @@ IPlugStandalone* gPluginInstance = nullptr;
 
 namespace
 {
-// Callbacks with a status flag, counted on the audio thread and reported on
-// the main thread.
-unsigned int sFlaggedCallbacks = 0;
-unsigned int sReportedCallbacks = 0;
-// The stream that InitialiseAudio last started, as the main thread knows it
-// (cleared once it stops), and whether the open stream ever started.
-bool sStreamStarted = false;
-bool sOpenStreamStarted = false;
-// Set when a JACK stream was stopped from the outside (its server went
-// away), until a stream starts again.
-bool sJackGone = false;
-
-// The exit's gate: once closed, callbacks no longer reach the instrument.
-// Callbacks count themselves in and out around their check of the gate, so
-// that the main thread can see the last one through it leave.
-std::atomic<bool> sGateClosed{false};
-std::atomic<int> sCallbacksInside{0};
-std::atomic<unsigned int> sCallbacksSeen{0};
-// The API's default devices as the last probe found them: the first device
-// whose information says it is the default of that direction, else 0, as
-// the sound library itself answers on Linux, without asking the sound
-// server for every device once more (two JACK clients each).
-unsigned int sDefaultIn = 0, sDefaultOut = 0;
-// At exit, a stream that its sound library may be closing on a thread of
-// its own: VELTRA leaves it alone to the end of the process.
-bool sLeaveStream = false;
-
-// Whether the stream still calls back: waits up to half a second (longer
-// than the largest device buffer) for one call.
-bool CallbacksFlowing()
+// The stream's life, and what the audio thread tells the main thread about
+// it. The state and the defaults belong to the main thread; the audio thread
+// touches only the shared words, which say so.
+class AudioStream
 {
-  const unsigned int before = sCallbacksSeen.load();
-  for (int i = 0; i < 100; ++i)
+public:
+  enum EState
   {
-    if (sCallbacksSeen.load() != before) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    kClosed,         // none open: at start, after a close or a change of driver
+    kStarting,       // opened, not started yet
+    kRunning,        // started, and not yet seen stopped
+    kStoppedOutside, // it stopped by itself: its device or server went away
+    kFailed          // it would not open or start
+  };
+
+  EState State() const { return mState; }
+  void Closed() { mState = kClosed; }
+  // A new stream: its callbacks reach the instrument again, also after a
+  // stop at a session switch.
+  void Starting()
+  {
+    mState = kStarting;
+    mEverStarted = false;
+    mGateClosed.SetOrdered(false);
   }
-  return false;
-}
+  void Started()
+  {
+    mState = kRunning;
+    mEverStarted = true;
+  }
+  void Failed() { mState = kFailed; }
+  // Main thread: a running stream that its sound library no longer runs
+  // stopped from the outside. True at the moment that is first seen.
+  bool SeenStopped(bool running)
+  {
+    if (mState != kRunning || running) return false;
+    mState = kStoppedOutside;
+    return true;
+  }
+  // Whether the open stream ever started: one that did is closed by RtAudio
+  // itself when its JACK server goes away.
+  bool EverStarted() const { return mEverStarted; }
+
+  // The exit's gate: once closed, callbacks no longer reach the instrument.
+  // Callbacks count themselves in and out around their check of the gate, so
+  // that the main thread sees the last one through it leave.
+  class Inside
+  {
+  public:
+    explicit Inside(AudioStream* s) : mStream(s)
+    {
+      mStream->mCallbacksSeen += 1; // the audio thread's own count
+      mStream->mCallbacksInside.FetchAdd(1);
+    }
+    ~Inside() { mStream->mCallbacksInside.FetchSub(1); }
+    bool GateOpen() const { return !mStream->mGateClosed.GetOrdered(); }
+
+  private:
+    AudioStream* mStream;
+  };
+  void CloseGate()
+  {
+    mGateClosed.SetOrdered(true);
+    while (mCallbacksInside.GetOrdered() != 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  // Whether the stream still calls back: waits up to half a second (longer
+  // than the largest device buffer) for one call.
+  bool CallbacksFlowing() const
+  {
+    const unsigned int before = mCallbacksSeen;
+    for (int i = 0; i < 100; ++i)
+    {
+      if (mCallbacksSeen != before) return true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return false;
+  }
+
+  // Audio thread: a callback came with a status flag. Main thread: how many
+  // came since the last report.
+  void Flagged() { mFlagged += 1; }
+  unsigned int TakeFlagged()
+  {
+    const unsigned int flagged = mFlagged, n = flagged - mReported;
+    mReported = flagged;
+    return n;
+  }
+
+  // At exit, a stream that its sound library may be closing on a thread of
+  // its own: VELTRA leaves it alone to the end of the process.
+  bool mLeftToLibrary = false;
+  // The API's default devices as the last probe found them: the first
+  // device whose information says it is the default of that direction, else
+  // 0, as the sound library itself answers on Linux, without asking the
+  // sound server for every device once more (two JACK clients each).
+  unsigned int mDefaultIn = 0, mDefaultOut = 0;
+
+private:
+  EState mState = kClosed;
+  bool mEverStarted = false;
+  WDL_SharedWord<bool> mGateClosed = false;
+  WDL_SharedWord<int> mCallbacksInside = 0;
+  WDL_SharedWord<unsigned int> mCallbacksSeen = 0;
+  WDL_SharedWord<unsigned int> mFlagged = 0;
+  unsigned int mReported = 0;
+};
+AudioStream sStream;
 
 // The largest plug-in block we run (a hand-edited settings file may ask for
 // anything; the scratch buffers and queues are sized from this).
@@ -140,8 +209,9 @@ std::vector<std::string> GetAudioDriverNames()
 
 bool TryToChangeAudioDriverType()
 {
-  sStreamStarted = false; // closed here, not gone away
-  ReleaseJackProbe();     // the server is asked afresh
+  WDL_ASSERT_MAIN_THREAD();
+  sStream.Closed();   // closed here, not gone away
+  ReleaseJackProbe(); // the server is asked afresh
   if (gDAC)
   {
     if (gDAC->isStreamOpen()) gDAC->closeStream();
@@ -163,10 +233,11 @@ bool TryToChangeAudioDriverType()
 
 void ProbeAudioIO()
 {
+  WDL_ASSERT_MAIN_THREAD();
   gAudioInputDevs.clear();
   gAudioOutputDevs.clear();
   gAudioIDDevNames.clear();
-  sDefaultIn = sDefaultOut = 0;
+  sStream.mDefaultIn = sStream.mDefaultOut = 0;
   if (!gDAC) return;
   bool haveIn = false, haveOut = false;
 
@@ -181,8 +252,8 @@ void ProbeAudioIO()
     if (sep != std::string::npos && name.size() >= 2) name = name.substr(sep + 2);
     gAudioIDDevNames.push_back(name);
 
-    if (!haveIn && info.isDefaultInput) haveIn = true, sDefaultIn = i;
-    if (!haveOut && info.isDefaultOutput) haveOut = true, sDefaultOut = i;
+    if (!haveIn && info.isDefaultInput) haveIn = true, sStream.mDefaultIn = i;
+    if (!haveOut && info.isDefaultOutput) haveOut = true, sStream.mDefaultOut = i;
 
     if (!info.probed || name == "Generic Low Latency ASIO Driver")
     {
@@ -218,7 +289,7 @@ int GetAudioDeviceIDForSettings(const char* name, bool input)
   if (strcmp(name, input ? "Built-in Input" : "Built-in Output") != 0) return -1;
   const std::vector<unsigned int>& usable = input ? gAudioInputDevs : gAudioOutputDevs;
   if (usable.empty()) return -1;
-  const unsigned int def = input ? sDefaultIn : sDefaultOut;
+  const unsigned int def = input ? sStream.mDefaultIn : sStream.mDefaultOut;
   return (int)(IsListed(usable, def) ? def : usable.front());
 }
 
@@ -245,9 +316,10 @@ bool TryToChangeAudio()
 bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, unsigned int iovs, unsigned int chnls,
                      unsigned int inChanL, unsigned int outChanL)
 {
+  WDL_ASSERT_MAIN_THREAD();
   if (!gDAC || !gPluginInstance) return false;
 
-  sStreamStarted = sOpenStreamStarted = false;
+  sStream.Starting();
   if (gDAC->isStreamOpen())
   {
     if (gDAC->isStreamRunning())
@@ -297,31 +369,26 @@ bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, uns
     gDAC->openStream(&oParams, &iParams, RTAUDIO_FLOAT64, sr, &gIOVS, &AudioCallback, nullptr, &options);
     gDAC->startStream();
     *gActiveState = *gState;
-    sStreamStarted = sOpenStreamStarted = true;
-    sJackGone = false;
+    sStream.Started();
     return true;
   }
   catch (RtAudioError& e)
   {
     e.printMessage();
+    sStream.Failed();
     return false;
   }
 }
 
 int AudioCallback(void* outputBuffer, void* inputBuffer, unsigned int nFrames, double, unsigned int status, void*)
 {
-  sCallbacksSeen.fetch_add(1, std::memory_order_relaxed);
-  struct Inside
-  {
-    Inside() { sCallbacksInside.fetch_add(1); }
-    ~Inside() { sCallbacksInside.fetch_sub(1); }
-  } inside;
-  if (sGateClosed.load())
+  const AudioStream::Inside inside(&sStream);
+  if (!inside.GateOpen())
   {
     memset(outputBuffer, 0, sizeof(double) * 2 * nFrames);
     return 0;
   }
-  if (status) __atomic_add_fetch(&sFlaggedCallbacks, 1, __ATOMIC_RELAXED);
+  if (status) sStream.Flagged();
 
   double* out = (double*)outputBuffer;
   double* in = (double*)inputBuffer;
@@ -366,36 +433,35 @@ int AudioCallback(void* outputBuffer, void* inputBuffer, unsigned int nFrames, d
 
 bool AudioRunsOnJack() { return gDAC && gDAC->getCurrentApi() == RtAudio::UNIX_JACK; }
 
+bool StreamRunning() { return gDAC && sStream.State() == AudioStream::kRunning && gDAC->isStreamRunning(); }
+
 bool JackServerWentAway()
 {
+  if (!AudioRunsOnJack()) return false;
   // Reported already, or stopped from the outside and not reported yet.
-  return sJackGone || (sStreamStarted && AudioRunsOnJack() && !gDAC->isStreamRunning());
+  return sStream.State() == AudioStream::kStoppedOutside ||
+         (sStream.State() == AudioStream::kRunning && !gDAC->isStreamRunning());
 }
 
 void ReportStreamStatus()
 {
-  const unsigned int flagged = __atomic_load_n(&sFlaggedCallbacks, __ATOMIC_RELAXED);
-  for (; sReportedCallbacks != flagged; ++sReportedCallbacks) printf("Stream underflow detected!\n");
+  WDL_ASSERT_MAIN_THREAD();
+  for (unsigned int n = sStream.TakeFlagged(); n > 0; --n) printf("Stream underflow detected!\n");
   // A device unplugged or a sound server gone ends the stream from the
   // outside; say so once, and run on silent.
-  if (sStreamStarted && gDAC && !gDAC->isStreamRunning())
-  {
-    sStreamStarted = false;
+  if (gDAC && sStream.SeenStopped(gDAC->isStreamRunning()))
     printf("audio stream stopped: %s went away; VELTRA runs on silent\n",
            AudioRunsOnJack() ? "the JACK server" : "the sound device");
-    sJackGone = AudioRunsOnJack();
-  }
 }
 
 void StopAudio()
 {
-  sStreamStarted = false;
+  WDL_ASSERT_MAIN_THREAD();
   if (!gDAC) return;
   // First no more calls into the instrument, whatever becomes of the stream.
-  sGateClosed.store(true);
-  while (sCallbacksInside.load() != 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  sStream.CloseGate();
   if (!gDAC->isStreamOpen()) return;
-  if (gDAC->isStreamRunning() && CallbacksFlowing())
+  if (gDAC->isStreamRunning() && sStream.CallbacksFlowing())
   {
     // Aborted rather than stopped: stopping waits for the stream to play out
     // its last buffers, which a server dying at this moment never plays. At
@@ -415,20 +481,25 @@ void StopAudio()
   // and closing it here as well would close it twice. Give that thread a
   // moment; a stream still open after it is left to the end of the process.
   // Other APIs close nothing by themselves, nor does a stream never started.
-  if (gDAC->getCurrentApi() != RtAudio::UNIX_JACK || !sOpenStreamStarted) return;
+  if (gDAC->getCurrentApi() != RtAudio::UNIX_JACK || !sStream.EverStarted()) return;
   for (int i = 0; i < 200 && gDAC->isStreamOpen(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  sLeaveStream = gDAC->isStreamOpen();
+  sStream.mLeftToLibrary = gDAC->isStreamOpen();
 }
 
 void CloseAudio()
 {
-  if (gDAC && !sLeaveStream && gDAC->isStreamOpen()) gDAC->closeStream();
+  WDL_ASSERT_MAIN_THREAD();
+  if (gDAC && !sStream.mLeftToLibrary && gDAC->isStreamOpen()) gDAC->closeStream();
+  sStream.Closed();
 }
 
 void DeleteAudioDriver()
 {
+  WDL_ASSERT_MAIN_THREAD();
   ReleaseJackProbe();
-  if (sLeaveStream) return; // its destructor would close the stream too
-  delete gDAC;
+  // A stream left to its sound library keeps its object to the end of the
+  // process: the object's destructor would close the stream a second time.
+  if (!sStream.mLeftToLibrary) delete gDAC;
+  sStream.mLeftToLibrary = false;
   gDAC = nullptr;
 }

@@ -53,10 +53,13 @@ void ReportStreamStatus();
 bool JackServerWentAway();
 // Whether the sound's driver is JACK.
 bool AudioRunsOnJack();
+// Whether a stream runs now.
+bool StreamRunning();
 
-// Main thread, at exit: no callback reaches the instrument after StopAudio;
-// the stream is stopped, closed and deleted unless its sound library is
-// closing it itself (a JACK server gone), which is left to finish alone.
+// Main thread (see Engines.h): no callback reaches the instrument after
+// StopAudio; the stream is stopped, closed and deleted unless its sound
+// library is closing it itself (a JACK server gone), which is left to
+// finish alone.
 void StopAudio();
 void CloseAudio();
 void DeleteAudioDriver();

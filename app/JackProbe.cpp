@@ -7,8 +7,13 @@
 
 namespace
 {
-jack_client_t* sClient = nullptr;
-guint sCloseSource = 0;
+// The one client, and the idle call that closes it.
+struct Probe
+{
+  jack_client_t* client = nullptr;
+  guint closeSource = 0;
+};
+Probe sProbe;
 
 // The server's complaints when it is not running are not VELTRA's to print:
 // "Default" asks JACK first whether it is there at all.
@@ -16,18 +21,18 @@ void Silent(const char*) {}
 
 gboolean CloseWhenIdle(gpointer)
 {
-  sCloseSource = 0;
+  sProbe.closeSource = 0;
   ReleaseJackProbe();
   return G_SOURCE_REMOVE;
 }
 
 jack_client_t* Client()
 {
-  if (sClient) return sClient;
+  if (sProbe.client) return sProbe.client;
   jack_set_error_function(Silent); // as RtAudio's JACK back-end does for good
-  sClient = jack_client_open("VELTRA-probe", JackNoStartServer, nullptr);
-  if (sClient && !sCloseSource) sCloseSource = g_idle_add(CloseWhenIdle, nullptr);
-  return sClient;
+  sProbe.client = jack_client_open("VELTRA-probe", JackNoStartServer, nullptr);
+  if (sProbe.client && !sProbe.closeSource) sProbe.closeSource = g_idle_add(CloseWhenIdle, nullptr);
+  return sProbe.client;
 }
 
 unsigned int CountPorts(const char** ports)
@@ -106,8 +111,8 @@ std::vector<RtAudio::DeviceInfo> ProbeJackDevices()
 
 void ReleaseJackProbe()
 {
-  if (sCloseSource) g_source_remove(sCloseSource);
-  sCloseSource = 0;
-  if (sClient) jack_client_close(sClient);
-  sClient = nullptr;
+  if (sProbe.closeSource) g_source_remove(sProbe.closeSource);
+  sProbe.closeSource = 0;
+  if (sProbe.client) jack_client_close(sProbe.client);
+  sProbe.client = nullptr;
 }

@@ -6,8 +6,9 @@
 #include "QuietProbe.h"
 #include "Session.h"
 #include "Settings.h"
+#include "sharedword.h"
+#include "threadrole.h"
 
-#include <atomic>
 #include <jack/jack.h>
 #include <rtmidi/RtMidi.h>
 
@@ -22,53 +23,89 @@ std::vector<std::string> gMIDIOutputDevNames;
 
 namespace
 {
-// MIDI on JACK lives in clients of the JACK server; when the server goes
-// away, every call into those clients (closing a port, deleting the object)
-// crashes inside libjack. The sound's stream on the same server, or else a
-// client of our own with no ports, hears the shutdown; from then on the MIDI
-// objects are dropped, never called again, and made afresh once the user
-// restarts the sound.
-std::atomic<bool> sServerGone{false};
-jack_client_t* sWatch = nullptr;
-bool sDropped = false;
-// Objects of a server that went away: kept, never touched, so that nothing
-// calls into the dead clients (their destructors would). A plain array, so
-// that it still holds them when static destructors have run.
-void* sDeadObjects[96];
-size_t sDeadCount = 0;
-
-void Bury(void* object)
+// The MIDI objects' life. MIDI on JACK lives in clients of the JACK server;
+// when the server goes away, every call into those clients (closing a port,
+// deleting the object) crashes inside libjack. The sound's stream on the
+// same server, or else a client of our own with no ports, hears the
+// shutdown; from then on the MIDI objects are dropped, never called again,
+// and made afresh once the user restarts the sound. Main thread, but for the
+// shutdown's word.
+class MidiLinks
 {
-  if (object && sDeadCount < sizeof(sDeadObjects) / sizeof(sDeadObjects[0])) sDeadObjects[sDeadCount++] = object;
-}
+public:
+  // The settings' names of the ports open now, "" for none: a choice of the
+  // port already open keeps it open, with its connections.
+  std::string mOpenIn, mOpenOut;
+  // Objects made since the console last said what MIDI runs on.
+  bool mUnreported = false;
 
-void OnServerShutdown(jack_status_t, const char*, void*) { sServerGone.store(true); }
+  // A client of our own that hears the server go.
+  void Watch()
+  {
+    mGone = false;
+    Bury(mWatch); // its server is gone too
+    mWatch = jack_client_open("VELTRA-watch", JackNoStartServer, nullptr);
+    if (!mWatch) return;
+    jack_on_info_shutdown(mWatch, OnShutdown, this);
+    jack_activate(mWatch);
+  }
+  bool Watching() const { return mWatch != nullptr; }
+  // JACK's thread, or the main thread: the server went away.
+  void Gone() { mGone = true; }
+  bool IsGone() const { return mGone; }
+  // The objects were dropped; until they are made afresh.
+  bool mDropped = false;
 
-void WatchJackServer()
-{
-  sServerGone.store(false);
-  Bury(sWatch); // its server is gone too
-  sWatch = jack_client_open("VELTRA-watch", JackNoStartServer, nullptr);
-  if (!sWatch) return;
-  jack_on_info_shutdown(sWatch, OnServerShutdown, nullptr);
-  jack_activate(sWatch);
-}
+  // Objects of a server that went away: kept, never touched, so that nothing
+  // calls into the dead clients (their destructors would). A plain array, so
+  // that it still holds them when static destructors have run.
+  void Bury(void* object)
+  {
+    if (object && mDeadCount < sizeof(mDead) / sizeof(mDead[0])) mDead[mDeadCount++] = object;
+  }
+  // Drops the watching client with the objects.
+  void BuryWatch()
+  {
+    Bury(mWatch);
+    mWatch = nullptr;
+  }
+  // At exit, with the server still there.
+  void CloseWatch()
+  {
+    if (mWatch) jack_client_close(mWatch);
+    mWatch = nullptr;
+  }
+  // Afresh: the objects live again.
+  void Revived()
+  {
+    mGone = false;
+    mDropped = false;
+  }
+
+private:
+  static void OnShutdown(jack_status_t, const char*, void* self) { ((MidiLinks*)self)->Gone(); }
+
+  WDL_SharedWord<bool> mGone = false;
+  jack_client_t* mWatch = nullptr;
+  void* mDead[96];
+  size_t mDeadCount = 0;
+};
+MidiLinks sLinks;
 
 // Drops the MIDI objects whose server has gone; true when there are none.
 bool MidiGone()
 {
-  if (sDropped) return true;
+  if (sLinks.mDropped) return true;
   // A JACK stream stopped from the outside is the server going away.
-  if (!sWatch && gMidiIn && gMidiIn->getCurrentApi() == RtMidi::UNIX_JACK && JackServerWentAway())
-    sServerGone.store(true);
-  if (!sServerGone.load()) return false;
-  sDropped = true;
-  Bury(gMidiIn);
-  Bury(gMidiOut);
-  Bury(sWatch);
+  if (!sLinks.Watching() && gMidiIn && gMidiIn->getCurrentApi() == RtMidi::UNIX_JACK && JackServerWentAway())
+    sLinks.Gone();
+  if (!sLinks.IsGone()) return false;
+  sLinks.mDropped = true;
+  sLinks.Bury(gMidiIn);
+  sLinks.Bury(gMidiOut);
+  sLinks.BuryWatch();
   gMidiIn = nullptr;
   gMidiOut = nullptr;
-  sWatch = nullptr;
   IPlugStandalone::SetMidiSendFunc(nullptr);
   printf("MIDI stopped: the JACK server went away; restart the sound in File > Preferences...\n");
   return true;
@@ -127,9 +164,11 @@ int PortNumber(T* midi, const char* name, const char* virtualName)
 // Connects one object; a port that cannot be opened stays closed, and
 // RtMidi says why on the console.
 template<class T>
-bool Choose(T* midi, int number, const char* virtualPort, const char* portName)
+bool Choose(T* midi, int number, const char* virtualPort, const char* portName, const char* setting, std::string* open)
 {
   if (!midi || MidiGone()) return false;
+  if (number > 0 && *open == setting) return true;
+  *open = number > 0 ? setting : "";
   try
   {
     midi->closePort();
@@ -155,6 +194,7 @@ std::string ClientName(const char* own, const char* inSession)
 
 bool InitialiseMidi()
 {
+  WDL_ASSERT_MAIN_THREAD();
   try
   {
     gMidiIn = MakeMidiObject<RtMidiIn>(ClientName("RtMidi Input Client", " MIDI In").c_str());
@@ -175,32 +215,45 @@ bool InitialiseMidi()
     e.printMessage();
     return false;
   }
+  sLinks.mOpenIn.clear();
+  sLinks.mOpenOut.clear();
+  sLinks.mUnreported = true;
   gMidiIn->setCallback(MIDICallback, nullptr);
   gMidiIn->ignoreTypes(true, true, true);
   IPlugStandalone::SetMidiSendFunc(SendToPort);
   // With the sound on JACK too, its stream hears the server go (see
   // MidiGone); otherwise a watching client of its own does. Every client
   // costs the server's time at each later client's start.
-  if (gMidiIn->getCurrentApi() == RtMidi::UNIX_JACK && !AudioRunsOnJack()) WatchJackServer();
+  if (gMidiIn->getCurrentApi() == RtMidi::UNIX_JACK && !AudioRunsOnJack()) sLinks.Watch();
   return true;
 }
 
 void ReportMidiStatus() { MidiGone(); }
 
-void ReviveMidi()
+void OpenMidi()
 {
-  if (!MidiGone()) return;
+  WDL_ASSERT_MAIN_THREAD();
+  const bool gone = MidiGone();
+  if (!gone && gMidiIn && gMidiOut) return;
   QuietProbe quiet;
-  if (!InitialiseMidi()) return; // still no server: try again at the next restart
-  sServerGone.store(false);
-  sDropped = false;
-  ChooseMidiInput(gState->mMidiInDev);
-  ChooseMidiOutput(gState->mMidiOutDev);
-  ReportMidiPorts();
+  if (!gone)
+  {
+    // Half made, or never: what there is goes, and both are made afresh.
+    delete gMidiIn;
+    delete gMidiOut;
+    gMidiIn = nullptr;
+    gMidiOut = nullptr;
+  }
+  if (!InitialiseMidi()) return; // still no MIDI system: tried again at the next start
+  sLinks.Revived();
+  ProbeMidiIO();
 }
 
 void ProbeMidiIO()
 {
+  WDL_ASSERT_MAIN_THREAD();
+  gMIDIInputDevNames.clear();
+  gMIDIOutputDevNames.clear();
   if (!gMidiIn || !gMidiOut) return;
   QuietProbe quiet;
   gMIDIInputDevNames.push_back("off");
@@ -232,16 +285,25 @@ int NumberOrOff(int number, char (&setting)[N])
 
 bool ChooseMidiInput(const char* name)
 {
+  WDL_ASSERT_MAIN_THREAD();
   if (MidiGone()) return false; // the setting waits for the sound's restart
   const int number = NumberOrOff(GetMIDIInPortNumber(name), gState->mMidiInDev);
-  return Choose(gMidiIn, number, "To VELTRA", "RtMidi Input");
+  return Choose(gMidiIn, number, "To VELTRA", "RtMidi Input", gState->mMidiInDev, &sLinks.mOpenIn);
 }
 
 bool ChooseMidiOutput(const char* name)
 {
+  WDL_ASSERT_MAIN_THREAD();
   if (MidiGone()) return false;
   const int number = NumberOrOff(GetMIDIOutPortNumber(name), gState->mMidiOutDev);
-  return Choose(gMidiOut, number, "From VELTRA", "RtMidi Output");
+  return Choose(gMidiOut, number, "From VELTRA", "RtMidi Output", gState->mMidiOutDev, &sLinks.mOpenOut);
+}
+
+void ReportMidiPortsIfNew()
+{
+  if (!sLinks.mUnreported) return;
+  sLinks.mUnreported = false;
+  ReportMidiPorts();
 }
 
 void ReportMidiPorts()
@@ -284,6 +346,7 @@ void MIDICallback(double, std::vector<unsigned char>* message, void*)
 
 void StopMidi()
 {
+  WDL_ASSERT_MAIN_THREAD();
   if (MidiGone()) return;
   if (gMidiIn)
   {
@@ -291,16 +354,20 @@ void StopMidi()
     gMidiIn->closePort();
   }
   if (gMidiOut) gMidiOut->closePort();
+  sLinks.mOpenIn.clear();
+  sLinks.mOpenOut.clear();
 }
 
 void DeleteMidi()
 {
+  WDL_ASSERT_MAIN_THREAD();
   IPlugStandalone::SetMidiSendFunc(nullptr);
+  gMIDIInputDevNames.clear();
+  gMIDIOutputDevNames.clear();
   if (MidiGone()) return;
   delete gMidiIn;
   delete gMidiOut;
   gMidiIn = nullptr;
   gMidiOut = nullptr;
-  if (sWatch) jack_client_close(sWatch);
-  sWatch = nullptr;
+  sLinks.CloseWatch();
 }

@@ -1,6 +1,7 @@
 #include "PreferencesDialog.h"
 
 #include "AudioEngine.h"
+#include "Engines.h"
 #include "MidiEngine.h"
 #include "QuietProbe.h"
 #include "Settings.h"
@@ -361,22 +362,23 @@ void OnCommand(HWND dlg, int id, int code)
   switch (id)
   {
   case IDOK:
-    // A change of MIDI fields alone restarts the stream too.
-    if (memcmp(gState, gActiveState, sizeof(AppState))) RestartAudio();
-    ReviveMidi();
+    // The stream restarts when a setting changed (a change of MIDI fields
+    // alone too).
+    OpenEngines(false);
+    StartEngines(false);
     EndDialog(dlg, IDOK);
     return;
   case IDAPPLY:
-    RestartAudio();
-    ReviveMidi();
+    OpenEngines(false);
+    StartEngines(true);
     return;
   case IDCANCEL:
     EndDialog(dlg, IDCANCEL);
+    // The engines become what the restored settings say, MIDI ports too.
     if (RestoreOnCancel(gState, gTempState))
     {
-      TryToChangeAudioDriverType();
-      ProbeAudioIO();
-      RestartAudio();
+      OpenEngines(true);
+      StartEngines(true);
     }
     return;
   case IDC_BUTTON_OS_DEV_SETTINGS:

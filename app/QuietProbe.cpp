@@ -1,7 +1,8 @@
 #include "QuietProbe.h"
 
+#include "sharedword.h"
+
 #include <alsa/asoundlib.h>
-#include <atomic>
 #include <cstring>
 #include <iostream>
 #include <mutex>
@@ -17,7 +18,7 @@ namespace
 class FilterBuffer : public std::streambuf
 {
 public:
-  std::atomic<int> mQuiet{0};
+  WDL_SharedWord<int> mQuiet = 0;
 
 protected:
   int overflow(int c) override
@@ -37,7 +38,7 @@ protected:
         mLine += s[i];
         continue;
       }
-      if (!mLine.empty() && mQuiet.load() == 0 && !Replaced(mLine))
+      if (!mLine.empty() && mQuiet.GetOrdered() == 0 && !Replaced(mLine))
       {
         mLine += '\n';
         if (write(STDERR_FILENO, mLine.data(), mLine.size()) < 0)
@@ -67,9 +68,9 @@ FilterBuffer& sFilter = *new FilterBuffer;
 void SilentAlsa(const char*, int, const char*, int, const char*, ...) {}
 } // namespace
 
-QuietProbe::QuietProbe() { sFilter.mQuiet.fetch_add(1); }
+QuietProbe::QuietProbe() { sFilter.mQuiet.FetchAdd(1); }
 
-QuietProbe::~QuietProbe() { sFilter.mQuiet.fetch_sub(1); }
+QuietProbe::~QuietProbe() { sFilter.mQuiet.FetchSub(1); }
 
 void QuietSoundLibraries()
 {

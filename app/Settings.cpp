@@ -2,6 +2,7 @@
 
 #include "AppState.h"
 #include "swell-ini.h"
+#include "threadrole.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -31,8 +32,15 @@ bool FolderExists(const std::string& path)
   return !stat(path.c_str(), &st) && S_ISDIR(st.st_mode);
 }
 
-// A session's folder, when a session manager gave one.
-std::string sSessionFolder;
+// What the file of this run is: a session's folder, when a session manager
+// gave one; and whether a write failed, with errno of the first failure.
+struct SettingsFile
+{
+  std::string sessionFolder;
+  bool writeFailed = false;
+  int writeError = 0;
+};
+SettingsFile sFile;
 
 // The settings folder with a closing slash: a session's folder, else
 // $XDG_CONFIG_HOME/VELTRA/ when that is set and absolute, else
@@ -40,7 +48,7 @@ std::string sSessionFolder;
 // does not exist is not made.
 std::string SettingsFolder()
 {
-  if (!sSessionFolder.empty()) return sSessionFolder;
+  if (!sFile.sessionFolder.empty()) return sFile.sessionFolder;
   const char* xdg = getenv("XDG_CONFIG_HOME");
   if (xdg && xdg[0] == '/') return std::string(xdg) + "/VELTRA/";
   const char* homeDir = getenv("HOME");
@@ -114,15 +122,11 @@ void ReadNumber(const char* section, const char* key, uint16_t def, WDL_SharedWo
   *out = ReadNumber(section, key, def);
 }
 
-// Set when a write failed; errno of the first failure.
-bool sWriteFailed = false;
-int sWriteError = 0;
-
 void WriteText(const char* section, const char* key, const char* value)
 {
-  if (WritePrivateProfileString(section, key, value, gINIPath) || sWriteFailed) return;
-  sWriteFailed = true;
-  sWriteError = errno;
+  if (WritePrivateProfileString(section, key, value, gINIPath) || sFile.writeFailed) return;
+  sFile.writeFailed = true;
+  sFile.writeError = errno;
 }
 
 void WriteNumber(const char* section, const char* key, unsigned int value)
@@ -152,6 +156,7 @@ char* gINIPath = MakeINIPath();
 
 int LoadSettings()
 {
+  WDL_ASSERT_MAIN_THREAD();
   if (!gINIPath) gINIPath = MakeINIPath();
   gINIPath[0] = 0;
   const std::string folder = SettingsFolder();
@@ -204,11 +209,12 @@ int LoadSettings()
 
 void UpdateINI()
 {
+  WDL_ASSERT_MAIN_THREAD();
   // Without a settings file (no home folder, or a folder that could not be
   // made) nothing is written anywhere.
   if (!gINIPath || !HaveFile() || !gState) return;
   const AppState* s = gState;
-  sWriteFailed = false;
+  sFile.writeFailed = false;
   WriteNumber("audio", "driver", s->mAudioDriverType);
   WriteText("audio", "indev", s->mAudioInDev);
   WriteText("audio", "outdev", s->mAudioOutDev);
@@ -225,7 +231,7 @@ void UpdateINI()
   WriteNumber("midi", "inchan", s->mMidiInChan);
   WriteNumber("midi", "outchan", s->mMidiOutChan);
   // The old file stays as it was; the user learns why it did not change.
-  if (sWriteFailed) printf("could not save settings to %s: %s\n", gINIPath, strerror(sWriteError));
+  if (sFile.writeFailed) printf("could not save settings to %s: %s\n", gINIPath, strerror(sFile.writeError));
 }
 
 bool SaveSettings()
@@ -236,11 +242,11 @@ bool SaveSettings()
     return false;
   }
   UpdateINI();
-  if (sWriteFailed) errno = sWriteError;
-  return !sWriteFailed;
+  if (sFile.writeFailed) errno = sFile.writeError;
+  return !sFile.writeFailed;
 }
 
-void SetSettingsFolder(const std::string& folder) { sSessionFolder = folder; }
+void SetSettingsFolder(const std::string& folder) { sFile.sessionFolder = folder; }
 
 void FreeSettingsPath()
 {

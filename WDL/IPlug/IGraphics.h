@@ -7,7 +7,9 @@
 // supplies the pure operations.
 //
 // Everything runs on the GUI thread and takes no lock of the engine's own,
-// apart from the process-wide bitmap and font caches, which have theirs.
+// apart from the process-wide bitmap and font caches, which have theirs;
+// but SetControlFromPlug and SetAllControlsDirty, which the thread that
+// pushes a value runs (IPlugGUI.h), touching shared words only.
 // SetParameterFromGUI of the plug-in takes the plug-in's mutex.
 
 #include "IControl.h"

@@ -2,7 +2,8 @@
 // The base of every instrument: parameters, the preset bank, channel
 // bookkeeping with scratch buffers, the process frame, the attached GUI and
 // the mutex that orders audio, GUI and MIDI work. The plug-in mutex is
-// recursive: handlers that run under it may take it again.
+// recursive: handlers that run under it may take it again. Threads are
+// named as THREADS.md names them.
 
 #include "Hosts.h"
 #include "IParam.h"

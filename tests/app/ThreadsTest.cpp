@@ -3,8 +3,10 @@
 #include "IGraphics.h"
 #include "IKeyboardControl.h"
 #include "MidiEngine.h"
+#include "Settings.h"
 #include "VELTRA.h"
 #include "swell-gdi.h"
+#include "threadrole.h"
 
 #include <atomic>
 #include <cmath>
@@ -103,4 +105,24 @@ TEST(Threads, AudioGuiAndMidiMeetInTheInstrument)
   gState = nullptr;
   EXPECT_EQ(broken.load(), 0) << "samples that are not finite";
   for (int note = 0; note < 128; ++note) EXPECT_FALSE(plug->GetKeyStatus(note)) << "note " << note << " left held";
+}
+
+// What runs only on the main thread says so, and a debug build holds it to
+// that: the settings' writer called from any other thread ends the program
+// with the function's name, before it touches anything.
+TEST(ThreadsDeathTest, AMainThreadFunctionRunElsewhereStopsTheProgram)
+{
+#ifdef NDEBUG
+  GTEST_SKIP() << "release builds drop the check";
+#endif
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(
+      {
+        WDL_TakeMainThreadRole();
+        std::thread elsewhere([] { UpdateINI(); });
+        elsewhere.join();
+      },
+      "UpdateINI must run on the main thread");
+  WDL_TakeMainThreadRole();
+  UpdateINI(); // on the main thread: no settings file, nothing written, no stop
 }
