@@ -4,10 +4,7 @@
 
 #include <cerrno>
 #include <climits>
-#include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
-#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,20 +12,15 @@ namespace
 {
 WDL_SharedWord<unsigned> sCounter = 0;
 
-bool WriteAll(int fd, const char* p, size_t size)
+std::string FolderOf(const std::string& path)
 {
-  while (size > 0)
-  {
-    const ssize_t n = write(fd, p, size);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    p += n;
-    size -= (size_t)n;
-  }
-  return true;
+  const size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-// Opens a fresh temporary file beside target; its name in *temp.
+// Opens a fresh temporary file beside target; its name in *temp. The name
+// keeps within a file name's 255 bytes whatever the target's name is.
 int OpenTemp(const std::string& target, const char* tempPath, std::string* temp)
 {
   if (tempPath)
@@ -39,7 +31,7 @@ int OpenTemp(const std::string& target, const char* tempPath, std::string* temp)
   }
   const size_t slash = target.rfind('/');
   const std::string dir = slash == std::string::npos ? "" : target.substr(0, slash + 1);
-  const std::string name = slash == std::string::npos ? target : target.substr(slash + 1);
+  const std::string name = (slash == std::string::npos ? target : target.substr(slash + 1)).substr(0, 200);
   for (int tries = 0; tries < 100; ++tries)
   {
     *temp = dir + "." + name + "." + std::to_string(getpid()) + "." + std::to_string(sCounter.FetchAdd(1)) + ".tmp";
@@ -50,48 +42,119 @@ int OpenTemp(const std::string& target, const char* tempPath, std::string* temp)
 }
 } // namespace
 
-bool WDL_ReplaceFile(const char* path, const void* data, size_t size, const char* tempPath)
+std::string WDL_ResolveLinks(const std::string& path)
+{
+  std::string at = path;
+  for (int depth = 0; depth < 40; ++depth)
+  {
+    struct stat st;
+    if (lstat(at.c_str(), &st) || !S_ISLNK(st.st_mode)) return at;
+    std::string link(PATH_MAX, '\0');
+    const ssize_t n = readlink(at.c_str(), &link[0], link.size());
+    if (n <= 0 || (size_t)n >= link.size()) return at;
+    link.resize((size_t)n);
+    at = link[0] == '/' ? link : FolderOf(at) + "/" + link;
+  }
+  errno = ELOOP;
+  return std::string();
+}
+
+WDL_FileReplacer::WDL_FileReplacer(const char* path, const char* tempPath)
 {
   if (!path || !*path)
   {
     errno = ENOENT;
-    return false;
+    return;
   }
-  // The file a link points at is the one replaced, and keeps its mode.
-  std::string target = path;
+  m_target = WDL_ResolveLinks(path);
+  if (m_target.empty()) return;
   struct stat old;
-  const bool exists = stat(path, &old) == 0;
-  if (exists && !S_ISREG(old.st_mode))
+  m_exists = stat(m_target.c_str(), &old) == 0;
+  if (m_exists && !S_ISREG(old.st_mode))
   {
     errno = S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
+    return;
+  }
+  m_mode = m_exists ? old.st_mode & 07777 : 0;
+  m_fd = OpenTemp(m_target, tempPath, &m_temp);
+  if (m_fd >= 0 && m_exists && fchmod(m_fd, m_mode) != 0)
+  {
+    const int error = errno;
+    Abort();
+    errno = error;
+  }
+}
+
+WDL_FileReplacer::~WDL_FileReplacer()
+{
+  const int error = errno;
+  Abort();
+  errno = error;
+}
+
+bool WDL_FileReplacer::Write(const void* data, size_t size)
+{
+  if (m_fd < 0)
+  {
+    errno = EBADF;
     return false;
   }
-  if (exists)
+  const char* p = (const char*)data;
+  while (size > 0)
   {
-    char resolved[PATH_MAX];
-    if (realpath(path, resolved)) target = resolved;
+    const ssize_t n = write(m_fd, p, size);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return false;
+    if (n == 0)
+    {
+      errno = EIO;
+      return false;
+    }
+    p += n;
+    size -= (size_t)n;
   }
+  return true;
+}
 
-  std::string temp;
-  const int fd = OpenTemp(target, tempPath, &temp);
-  if (fd < 0) return false;
-  bool ok =
-      (!exists || fchmod(fd, old.st_mode & 07777) == 0) && WriteAll(fd, (const char*)data, size) && fsync(fd) == 0;
+bool WDL_FileReplacer::Commit()
+{
+  if (m_fd < 0)
+  {
+    errno = EBADF;
+    return false;
+  }
+  bool ok = fsync(m_fd) == 0;
   int error = ok ? 0 : errno;
-  if (close(fd) != 0 && ok)
+  if (close(m_fd) != 0 && ok)
   {
     ok = false;
     error = errno;
   }
-  if (ok && rename(temp.c_str(), target.c_str()) != 0)
+  m_fd = -1;
+  if (ok && rename(m_temp.c_str(), m_target.c_str()) != 0)
   {
     ok = false;
     error = errno;
   }
   if (!ok)
   {
-    unlink(temp.c_str());
+    unlink(m_temp.c_str());
     errno = error;
   }
+  m_temp.clear();
   return ok;
+}
+
+void WDL_FileReplacer::Abort()
+{
+  if (m_fd >= 0) close(m_fd);
+  m_fd = -1;
+  if (!m_temp.empty()) unlink(m_temp.c_str());
+  m_temp.clear();
+}
+
+bool WDL_ReplaceFile(const char* path, const void* data, size_t size, const char* tempPath)
+{
+  WDL_FileReplacer file(path, tempPath);
+  return file.Ok() && file.Write(data, size) && file.Commit();
 }

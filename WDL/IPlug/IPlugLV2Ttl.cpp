@@ -1,5 +1,7 @@
 #include "IPlugLV2Ttl.h"
 
+#include "replacefile.h"
+
 #include "Base64.h"
 #include "IPlugLV2Ports.h"
 #include "cnumbers.h"
@@ -204,9 +206,7 @@ std::string ManifestTtl(const LV2BundleDescription& d, size_t presets)
 
 bool WriteText(const std::string& path, const std::string& text, std::string* error)
 {
-  FILE* f = fopen(path.c_str(), "w");
-  bool ok = f && fwrite(text.data(), 1, text.size(), f) == text.size();
-  if (f) ok = fclose(f) == 0 && ok;
+  const bool ok = WDL_ReplaceFile(path.c_str(), text.data(), text.size());
   if (!ok) *error = path + ": " + strerror(errno);
   return ok;
 }

@@ -5,11 +5,13 @@
 #include "Base64.h"
 #include "IPlugBase.h"
 #include "cnumbers.h"
+#include "replacefile.h"
 
 #include <cassert>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <vector>
 
 namespace
@@ -35,14 +37,20 @@ double ReadValue(IParam* param, va_list& vp)
 
 // The blob line of one chunk: base64 text and size. The format holds chunks
 // of at most 1535 bytes; a larger one is left out of the file.
-void WriteBlobLine(FILE* fp, const char* opening, const ByteChunk& chunk)
+void AppendBlobLine(std::string* text, const char* opening, const ByteChunk& chunk)
 {
   char buf[4 * (1535 + 2) / 3 + 1];
   const int size = chunk.Size();
   if (size > 1535) return;
   base64encode(chunk.GetBytes(), buf, size);
-  fputs(opening, fp);
-  fprintf(fp, "%s\", %i);\n", buf, size);
+  *text += std::string(opening) + buf + "\", " + std::to_string(size) + ");\n";
+}
+
+// The developer's tools write through the program's safe replace: a file
+// that cannot be written stays as it was.
+void WriteTool(const char* filename, const std::string& text)
+{
+  if (filename) WDL_ReplaceFile(filename, text.data(), text.size());
 }
 } // namespace
 
@@ -237,9 +245,7 @@ int IPlugBase::UnserializePresets(ByteChunk* chunk, int startPos)
 
 void IPlugBase::DumpPresetSrcCode(const char* filename, const char** paramEnumNames)
 {
-  FILE* fp = fopen(filename, "w");
-  if (!fp) return;
-  fprintf(fp, "  MakePresetFromNamedParams(\"name\", %d", NParams());
+  std::string text = "  MakePresetFromNamedParams(\"name\", " + std::to_string(NParams());
   for (int i = 0; i < NParams(); ++i)
   {
     IParam* param = GetParam(i);
@@ -257,32 +263,29 @@ void IPlugBase::DumpPresetSrcCode(const char* filename, const char** paramEnumNa
       WDL_snprintf_c(value, sizeof(value), "%.6f", param->Value());
       break;
     }
-    fprintf(fp, ",\n    %s, %s", paramEnumNames[i], value);
+    text += std::string(",\n    ") + paramEnumNames[i] + ", " + value;
   }
-  fprintf(fp, ");\n");
-  fclose(fp);
+  WriteTool(filename, text + ");\n");
 }
 
 void IPlugBase::DumpPresetBlob(const char* filename)
 {
   IPreset* p = mPresets.Get(mCurrentPresetIdx);
   if (!p) return;
-  FILE* fp = fopen(filename, "w");
-  if (!fp) return;
-  WriteBlobLine(fp, "MakePresetFromBlob(\"name\", \"", p->mChunk);
-  fclose(fp);
+  std::string text;
+  AppendBlobLine(&text, "MakePresetFromBlob(\"name\", \"", p->mChunk);
+  WriteTool(filename, text);
 }
 
 void IPlugBase::DumpBankBlob(const char* filename)
 {
-  FILE* fp = fopen(filename, "w");
-  if (!fp) return;
+  std::string text;
   for (int i = 0; i < mPresets.GetSize(); ++i)
   {
     IPreset* p = mPresets.Get(i);
     char opening[300];
     snprintf(opening, sizeof(opening), "MakePresetFromBlob(\"%s\", \"", p->mName);
-    WriteBlobLine(fp, opening, p->mChunk);
+    AppendBlobLine(&text, opening, p->mChunk);
   }
-  fclose(fp);
+  WriteTool(filename, text);
 }

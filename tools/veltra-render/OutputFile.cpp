@@ -3,7 +3,6 @@
 #include "Cli.h"
 
 #include <cerrno>
-#include <climits>
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
@@ -15,7 +14,8 @@
 
 namespace
 {
-std::string sTempPath; // the unfinished render, removed on every way out
+// The unfinished render, removed on every way out.
+WDL_FileReplacer* sUnfinished = nullptr;
 volatile sig_atomic_t sStopSignal = 0;
 
 void OnStopSignal(int sig) { sStopSignal = sig; }
@@ -25,31 +25,6 @@ std::string FolderOf(const std::string& path)
   const size_t slash = path.rfind('/');
   if (slash == std::string::npos) return ".";
   return slash == 0 ? "/" : path.substr(0, slash);
-}
-
-// A symbolic link's final target; a name that is no link stays as it is.
-// A dangling link names the file it will make.
-std::string ResolveLinks(const std::string& path)
-{
-  std::string at = path;
-  for (int depth = 0; depth < 40; ++depth)
-  {
-    struct stat st;
-    if (lstat(at.c_str(), &st) || !S_ISLNK(st.st_mode)) return at;
-    char buf[PATH_MAX];
-    const ssize_t n = readlink(at.c_str(), buf, sizeof(buf) - 1);
-    if (n <= 0) return at;
-    buf[n] = 0;
-    at = buf[0] == '/' ? std::string(buf) : FolderOf(at) + "/" + buf;
-  }
-  Fail("%s: too many levels of symbolic links", path.c_str());
-}
-
-unsigned int NewFileMode()
-{
-  const mode_t mask = umask(0);
-  umask(mask);
-  return 0666 & ~mask;
 }
 } // namespace
 
@@ -66,7 +41,8 @@ OutputTarget CheckOutput(const std::string& output, const std::string& input)
   else
     Fail("%s: the name ends in neither .wav nor .flac", output.c_str());
 
-  t.path = ResolveLinks(output);
+  t.path = WDL_ResolveLinks(output);
+  if (t.path.empty()) Fail("%s: too many levels of symbolic links", output.c_str());
   struct stat st;
   if (!stat(t.path.c_str(), &st))
   {
@@ -75,12 +51,6 @@ OutputTarget CheckOutput(const std::string& output, const std::string& input)
     struct stat in;
     if (!stat(input.c_str(), &in) && in.st_dev == st.st_dev && in.st_ino == st.st_ino)
       Fail("%s is the input file: it would be lost (choose another output)", output.c_str());
-    t.exists = true;
-    t.mode = st.st_mode & 07777;
-  }
-  else
-  {
-    t.mode = NewFileMode();
   }
 
   const std::string folder = FolderOf(t.path);
@@ -124,28 +94,21 @@ int StopRequested() { return sStopSignal; }
 
 void RemovePartialOutput()
 {
-  if (!sTempPath.empty()) unlink(sTempPath.c_str());
-  sTempPath.clear();
+  if (sUnfinished) sUnfinished->Abort();
 }
 
-SoundOutput::SoundOutput(const OutputTarget& target, int rate, int format) : mTarget(target), mFormat(format)
+SoundOutput::SoundOutput(const OutputTarget& target, int rate, int format)
+    : mTarget(target), mReplacer(new WDL_FileReplacer(target.path.c_str())), mFormat(format)
 {
-  // A fresh name beside the target, short whatever the target's name is.
-  std::string name = FolderOf(target.path) + "/.veltra-render-XXXXXX";
-  const int fd = mkstemp(&name[0]);
-  if (fd < 0) Fail("%s: cannot write: %s", target.path.c_str(), strerror(errno));
-  sTempPath = name;
-  fchmod(fd, (mode_t)target.mode);
+  if (!mReplacer->Ok()) Fail("%s: cannot write: %s", target.path.c_str(), strerror(errno));
+  sUnfinished = mReplacer.get();
   SF_INFO info = {};
   info.samplerate = rate;
   info.channels = 2;
   info.format = target.container | format;
-  mFile = sf_open_fd(fd, SFM_WRITE, &info, SF_TRUE);
-  if (!mFile)
-  {
-    close(fd);
-    Fail("%s: cannot write: %s", target.path.c_str(), sf_strerror(nullptr));
-  }
+  // The descriptor stays the replacer's: the sound file only writes to it.
+  mFile = sf_open_fd(mReplacer->Fd(), SFM_WRITE, &info, SF_FALSE);
+  if (!mFile) Fail("%s: cannot write: %s", target.path.c_str(), sf_strerror(nullptr));
   // The peak chunk carries a time stamp; without it two renders of the same
   // input are identical files.
   sf_command(mFile, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
@@ -154,6 +117,7 @@ SoundOutput::SoundOutput(const OutputTarget& target, int rate, int format) : mTa
 SoundOutput::~SoundOutput()
 {
   if (mFile) sf_close(mFile);
+  if (sUnfinished == mReplacer.get()) sUnfinished = nullptr;
   delete[] mInts;
 }
 
@@ -215,7 +179,5 @@ void SoundOutput::Commit()
   const int err = sf_close(mFile);
   mFile = nullptr;
   if (err) Fail("%s: cannot write: %s", mTarget.path.c_str(), sf_error_number(err));
-  if (rename(sTempPath.c_str(), mTarget.path.c_str()))
-    Fail("%s: cannot replace it: %s", mTarget.path.c_str(), strerror(errno));
-  sTempPath.clear();
+  if (!mReplacer->Commit()) Fail("%s: cannot write: %s", mTarget.path.c_str(), strerror(errno));
 }

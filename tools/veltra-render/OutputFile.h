@@ -1,12 +1,14 @@
 #pragma once
 // Where a render goes, without losing anything the user owns. The output is
 // checked before any rendering (not the input, a folder that exists and can
-// be written, not a folder itself); the sound goes to a fresh temporary file
-// beside the real target (a symbolic link's target), which replaces the
-// target in one rename, with the target's permission bits, only when the
-// render is complete. A failure or SIGINT/SIGTERM removes it.
+// be written, not a folder itself); the sound goes through the program's one
+// safe replace (replacefile.h), which puts it in place only when the render
+// is complete. A failure or SIGINT/SIGTERM removes the unfinished file.
+
+#include "replacefile.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 struct sf_private_tag;
@@ -16,8 +18,6 @@ struct OutputTarget
 {
   std::string path; // the file that will be replaced or made
   int container;    // SF_FORMAT_WAV or SF_FORMAT_FLAC
-  bool exists = false;
-  unsigned int mode = 0666; // permission bits the result gets
 };
 
 // Fails (status 2) on an output that cannot be written as asked.
@@ -57,6 +57,7 @@ public:
 
 private:
   const OutputTarget mTarget;
+  std::unique_ptr<WDL_FileReplacer> mReplacer;
   int mFormat;
   sf_private_tag* mFile = nullptr;
   int* mInts = nullptr;
