@@ -196,6 +196,24 @@ unsigned int ParseSigVS(const char* text)
   return v > (long)kMaxSigVS ? kMaxSigVS : (unsigned int)v;
 }
 
+// The stream open now, if any, ends: aborted, not played out.
+void CloseOpenStream()
+{
+  if (!gDAC->isStreamOpen()) return;
+  if (gDAC->isStreamRunning())
+  {
+    try
+    {
+      gDAC->abortStream();
+    }
+    catch (RtAudioError& e)
+    {
+      e.printMessage();
+    }
+  }
+  gDAC->closeStream();
+}
+
 // A 16-bit 1-based channel number from the settings; 0 is taken as 1.
 unsigned int FirstChannel(unsigned int oneBased) { return oneBased ? oneBased - 1 : 0; }
 } // namespace
@@ -320,21 +338,7 @@ bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, uns
   if (!gDAC || !gPluginInstance) return false;
 
   sStream.Starting();
-  if (gDAC->isStreamOpen())
-  {
-    if (gDAC->isStreamRunning())
-    {
-      try
-      {
-        gDAC->abortStream();
-      }
-      catch (RtAudioError& e)
-      {
-        e.printMessage();
-      }
-    }
-    gDAC->closeStream();
-  }
+  CloseOpenStream();
 
   RtAudio::StreamParameters iParams, oParams;
   iParams.deviceId = inId;

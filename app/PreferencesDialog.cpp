@@ -305,60 +305,67 @@ void RunAudioSetup(HWND dlg)
   }
 }
 
-void OnCommand(HWND dlg, int id, int code)
+// A combo's new choice.
+bool OnSelChange(HWND dlg, int id)
 {
-  if (code == CBN_SELCHANGE)
+  switch (id)
   {
-    switch (id)
+  case IDC_COMBO_AUDIO_DRIVER:
+    OnDriverChange(dlg);
+    return true;
+  case IDC_COMBO_AUDIO_IN_DEV:
+    if (SelectedText(dlg, id, gState->mAudioInDev))
     {
-    case IDC_COMBO_AUDIO_DRIVER:
-      return OnDriverChange(dlg);
-    case IDC_COMBO_AUDIO_IN_DEV:
-      if (SelectedText(dlg, id, gState->mAudioInDev))
-      {
-        gState->mAudioInChanL = 1;
-        gState->mAudioInChanR = 2;
-      }
-      return PopulateDriverSpecificControls(dlg);
-    case IDC_COMBO_AUDIO_OUT_DEV:
-      if (SelectedText(dlg, id, gState->mAudioOutDev))
-      {
-        gState->mAudioOutChanL = 1;
-        gState->mAudioOutChanR = 2;
-      }
-      return PopulateDriverSpecificControls(dlg);
-    case IDC_COMBO_AUDIO_IOVS:
-    case IDC_COMBO_AUDIO_SIGVS:
-      return OnVectorSizes(dlg);
-    case IDC_COMBO_AUDIO_SR:
-      SelectedText(dlg, id, gState->mAudioSR);
-      return;
-    case IDC_COMBO_AUDIO_IN_L:
-    case IDC_COMBO_AUDIO_IN_R:
-      return OnLeftChannel(dlg, IDC_COMBO_AUDIO_IN_L, IDC_COMBO_AUDIO_IN_R, &gState->mAudioInChanL,
-                           &gState->mAudioInChanR);
-    case IDC_COMBO_AUDIO_OUT_L:
-    case IDC_COMBO_AUDIO_OUT_R:
-      return OnLeftChannel(dlg, IDC_COMBO_AUDIO_OUT_L, IDC_COMBO_AUDIO_OUT_R, &gState->mAudioOutChanL,
-                           &gState->mAudioOutChanR);
-    case IDC_COMBO_MIDI_IN_DEV:
-      if (SelectedText(dlg, id, gState->mMidiInDev)) ChooseMidiInput(gState->mMidiInDev);
-      return;
-    case IDC_COMBO_MIDI_OUT_DEV:
-      if (SelectedText(dlg, id, gState->mMidiOutDev)) ChooseMidiOutput(gState->mMidiOutDev);
-      return;
-    case IDC_COMBO_MIDI_IN_CHAN:
-      // The MIDI thread reads it, one word at a time: the next message obeys.
-      if (Selection(dlg, id) >= 0) gState->mMidiInChan = (uint16_t)Selection(dlg, id);
-      return;
-    case IDC_COMBO_MIDI_OUT_CHAN:
-      // The instrument's MIDI output reads it, one word at a time.
-      if (Selection(dlg, id) >= 0) gState->mMidiOutChan = (uint16_t)Selection(dlg, id);
-      return;
-    default:
-      break;
+      gState->mAudioInChanL = 1;
+      gState->mAudioInChanR = 2;
     }
+    PopulateDriverSpecificControls(dlg);
+    return true;
+  case IDC_COMBO_AUDIO_OUT_DEV:
+    if (SelectedText(dlg, id, gState->mAudioOutDev))
+    {
+      gState->mAudioOutChanL = 1;
+      gState->mAudioOutChanR = 2;
+    }
+    PopulateDriverSpecificControls(dlg);
+    return true;
+  case IDC_COMBO_AUDIO_IOVS:
+  case IDC_COMBO_AUDIO_SIGVS:
+    OnVectorSizes(dlg);
+    return true;
+  case IDC_COMBO_AUDIO_SR:
+    SelectedText(dlg, id, gState->mAudioSR);
+    return true;
+  case IDC_COMBO_AUDIO_IN_L:
+  case IDC_COMBO_AUDIO_IN_R:
+    OnLeftChannel(dlg, IDC_COMBO_AUDIO_IN_L, IDC_COMBO_AUDIO_IN_R, &gState->mAudioInChanL, &gState->mAudioInChanR);
+    return true;
+  case IDC_COMBO_AUDIO_OUT_L:
+  case IDC_COMBO_AUDIO_OUT_R:
+    OnLeftChannel(dlg, IDC_COMBO_AUDIO_OUT_L, IDC_COMBO_AUDIO_OUT_R, &gState->mAudioOutChanL, &gState->mAudioOutChanR);
+    return true;
+  case IDC_COMBO_MIDI_IN_DEV:
+    if (SelectedText(dlg, id, gState->mMidiInDev)) ChooseMidiInput(gState->mMidiInDev);
+    return true;
+  case IDC_COMBO_MIDI_OUT_DEV:
+    if (SelectedText(dlg, id, gState->mMidiOutDev)) ChooseMidiOutput(gState->mMidiOutDev);
+    return true;
+  case IDC_COMBO_MIDI_IN_CHAN:
+    // The MIDI thread reads it, one word at a time: the next message obeys.
+    if (Selection(dlg, id) >= 0) gState->mMidiInChan = (uint16_t)Selection(dlg, id);
+    return true;
+  case IDC_COMBO_MIDI_OUT_CHAN:
+    // The instrument's MIDI output reads it, one word at a time.
+    if (Selection(dlg, id) >= 0) gState->mMidiOutChan = (uint16_t)Selection(dlg, id);
+    return true;
+  default:
+    return false;
   }
+}
+
+// The dialog's buttons and the mono switch.
+void OnButton(HWND dlg, int id, int code)
+{
   switch (id)
   {
   case IDOK:
@@ -391,6 +398,11 @@ void OnCommand(HWND dlg, int id, int code)
   default:
     return;
   }
+}
+
+void OnCommand(HWND dlg, int id, int code)
+{
+  if (code != CBN_SELCHANGE || !OnSelChange(dlg, id)) OnButton(dlg, id, code);
 }
 } // namespace
 

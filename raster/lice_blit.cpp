@@ -415,6 +415,125 @@ void LICE_Blit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, int sr
   LICE_Blit(dest, src, dstx, dsty, &r, alpha, mode);
 }
 
+namespace
+{
+// Where a scaled blit reads and writes, in 16.16 source steps, once the
+// destination is mirrored, clipped to both bitmaps and fitted to the source.
+struct ScaledSpan
+{
+  int dstx, dsty, dstw, dsth;
+  int icurx, icury, idx, idy;
+  int clipright, clipbottom; // the source's last column and row, exclusive
+  double xadvance, yadvance;
+};
+
+bool FitScaledSpan(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, int dstw, int dsth, float srcx,
+                   float srcy, float srcw, float srch, ScaledSpan* g)
+{
+  Mirror(&dstx, &dstw, &srcx, &srcw);
+  Mirror(&dsty, &dsth, &srcy, &srch);
+  g->xadvance = (double)srcw / dstw;
+  g->yadvance = (double)srch / dsth;
+  double sx = srcx, sy = srcy;
+  if (dstx < 0)
+  {
+    sx -= dstx * g->xadvance;
+    dstw += dstx;
+    dstx = 0;
+  }
+  if (dsty < 0)
+  {
+    sy -= dsty * g->yadvance;
+    dsth += dsty;
+    dsty = 0;
+  }
+  const int destw = dest->getWidth(), desth = dest->getHeight();
+  if (dstw < 1 || dsth < 1 || dstx >= destw || dsty >= desth) return false;
+  if (dstw > destw - dstx) dstw = destw - dstx;
+  if (dsth > desth - dsty) dsth = desth - dsty;
+
+  g->idx = Fixed16(g->xadvance);
+  g->idy = Fixed16(g->yadvance);
+  g->icurx = Fixed16(sx);
+  g->icury = Fixed16(sy);
+  const int srcwidth = src->getWidth(), srcheight = src->getHeight();
+  FitToSource(g->idx, &g->icurx, &dstx, &dstw, srcwidth);
+  FitToSource(g->idy, &g->icury, &dsty, &dsth, srcheight);
+  if (dstw < 1 || dsth < 1 || !dest->getBits() || !src->getBits()) return false;
+  g->dstx = dstx;
+  g->dsty = dsty;
+  g->dstw = dstw;
+  g->dsth = dsth;
+
+  g->clipright = std::min((int)(srcx + (srcw > 0 ? srcw : 0) + 0.999999), srcwidth);
+  g->clipbottom = std::min((int)(srcy + (srch > 0 ? srch : 0) + 0.999999), srcheight);
+  return g->clipright >= 1 && g->clipbottom >= 1;
+}
+
+// The weights of the down-scaling filter: 3 x 3 up to a scale of 3, else
+// 5 x 5; 65536 at the centre, falling with the distance. Returns the size.
+int DownFilter(int msc, int* filter)
+{
+  const int filtsz = msc < 0x30001 ? 3 : 5, start = -(filtsz / 2);
+  for (int y = 0; y < filtsz; ++y)
+    for (int x = 0; x < filtsz; ++x)
+    {
+      const int dx = x + start, dy = y + start;
+      if (!dx && !dy)
+      {
+        filter[y * filtsz + x] = 65536;
+        continue;
+      }
+      const double v = (msc - 1.0) / std::sqrt((double)(dx * dx + dy * dy));
+      filter[y * filtsz + x] = v < 0.0 ? 0 : v > 1.0 ? 65536 : (int)(v * 65536.0);
+    }
+  return filtsz;
+}
+
+// The rows of a fitted span through the kernel the mode and scale ask for.
+void ScaleRows(LICE_IBitmap* dest, LICE_IBitmap* src, const ScaledSpan& g, int ia, int mode)
+{
+  const Rows s = RowsFrom(src, 0), d = RowsFrom(dest, g.dsty);
+  LICE_pixel* dp = d.first + g.dstx;
+  if ((mode & 0x1FFFF) == 0 && (ia == 128 || ia == 256))
+  {
+    if (ia == 256)
+      scaleBlitFAST<_LICE_CombinePixelsClobberFAST>(dp, s.first, g.dstw, g.dsth, g.icurx, g.icury, g.idx, g.idy,
+                                                    g.clipright, g.clipbottom, s.stride, d.stride);
+    else
+      scaleBlitFAST<_LICE_CombinePixelsHalfMixFAST>(dp, s.first, g.dstw, g.dsth, g.icurx, g.icury, g.idx, g.idy,
+                                                    g.clipright, g.clipbottom, s.stride, d.stride);
+    return;
+  }
+  if (ia <= 0) return;
+  const int filtermode = mode & LICE_BLIT_FILTER_MASK;
+  if (g.xadvance >= 1.7 && g.yadvance >= 1.7 && filtermode == LICE_BLIT_FILTER_BILINEAR)
+  {
+    int filter[25];
+    const int filtsz = DownFilter(g.idx > g.idy ? g.idx : g.idy, filter);
+    LICE_WithFunctor(mode, ia,
+                     [&](auto f)
+                     {
+                       _LICE_Template_Scale<decltype(f)>::scaleBlitFilterDown(
+                           dp, s.first, g.dstw, g.dsth, g.icurx, g.icury, g.idx, g.idy, g.clipright, g.clipbottom,
+                           s.stride, d.stride, ia, filter, filtsz);
+                     });
+    return;
+  }
+  if (filtermode == LICE_BLIT_FILTER_BILINEAR && src != dest &&
+      ScaleBlitBilinearKernels(dp, s.first, g.dstw, g.dsth, g.icurx, g.icury, g.idx, g.idy, g.clipright, g.clipbottom,
+                               s.stride, d.stride, ia, mode))
+    return;
+  LICE_WithFunctor(mode, ia,
+                   [&](auto f)
+                   {
+                     _LICE_Template_Scale<decltype(f)>::scaleBlit(dp, s.first, g.dstw, g.dsth, g.icurx, g.icury, g.idx,
+                                                                  g.idy, g.clipright, g.clipbottom, s.stride, d.stride,
+                                                                  ia, filtermode);
+                   });
+}
+} // namespace
+
 void LICE_ScaledBlit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, int dstw, int dsth, float srcx,
                      float srcy, float srcw, float srch, float alpha, int mode)
 {
@@ -433,94 +552,9 @@ void LICE_ScaledBlit(LICE_IBitmap* dest, LICE_IBitmap* src, int dstx, int dsty, 
       return;
     }
   }
-
-  Mirror(&dstx, &dstw, &srcx, &srcw);
-  Mirror(&dsty, &dsth, &srcy, &srch);
-  const double xadvance = (double)srcw / dstw, yadvance = (double)srch / dsth;
-  double sx = srcx, sy = srcy;
-  if (dstx < 0)
-  {
-    sx -= dstx * xadvance;
-    dstw += dstx;
-    dstx = 0;
-  }
-  if (dsty < 0)
-  {
-    sy -= dsty * yadvance;
-    dsth += dsty;
-    dsty = 0;
-  }
-  const int destw = dest->getWidth(), desth = dest->getHeight();
-  if (dstw < 1 || dsth < 1 || dstx >= destw || dsty >= desth) return;
-  if (dstw > destw - dstx) dstw = destw - dstx;
-  if (dsth > desth - dsty) dsth = desth - dsty;
-
-  const int idx = Fixed16(xadvance), idy = Fixed16(yadvance);
-  int icurx = Fixed16(sx), icury = Fixed16(sy);
-  const int srcwidth = src->getWidth(), srcheight = src->getHeight();
-  FitToSource(idx, &icurx, &dstx, &dstw, srcwidth);
-  FitToSource(idy, &icury, &dsty, &dsth, srcheight);
-  if (dstw < 1 || dsth < 1 || !dest->getBits() || !src->getBits()) return;
-
-  int clipright = (int)(srcx + (srcw > 0 ? srcw : 0) + 0.999999);
-  int clipbottom = (int)(srcy + (srch > 0 ? srch : 0) + 0.999999);
-  if (clipright > srcwidth) clipright = srcwidth;
-  if (clipbottom > srcheight) clipbottom = srcheight;
-  if (clipright < 1 || clipbottom < 1) return;
-
-  const Rows s = RowsFrom(src, 0), d = RowsFrom(dest, dsty);
-  LICE_pixel* dp = d.first + dstx;
-  const int ia = (int)(alpha * 256.0);
-
-  if ((mode & 0x1FFFF) == 0 && (ia == 128 || ia == 256))
-  {
-    if (ia == 256)
-      scaleBlitFAST<_LICE_CombinePixelsClobberFAST>(dp, s.first, dstw, dsth, icurx, icury, idx, idy, clipright,
-                                                    clipbottom, s.stride, d.stride);
-    else
-      scaleBlitFAST<_LICE_CombinePixelsHalfMixFAST>(dp, s.first, dstw, dsth, icurx, icury, idx, idy, clipright,
-                                                    clipbottom, s.stride, d.stride);
-    return;
-  }
-  if (ia <= 0) return;
-  const int filtermode = mode & LICE_BLIT_FILTER_MASK;
-  if (xadvance >= 1.7 && yadvance >= 1.7 && filtermode == LICE_BLIT_FILTER_BILINEAR)
-  {
-    const int msc = idx > idy ? idx : idy;
-    const int filtsz = msc < 0x30001 ? 3 : 5, start = -(filtsz / 2);
-    int filter[25];
-    for (int y = 0; y < filtsz; ++y)
-      for (int x = 0; x < filtsz; ++x)
-      {
-        const int dx = x + start, dy = y + start;
-        if (!dx && !dy)
-        {
-          filter[y * filtsz + x] = 65536;
-          continue;
-        }
-        const double v = (msc - 1.0) / std::sqrt((double)(dx * dx + dy * dy));
-        filter[y * filtsz + x] = v < 0.0 ? 0 : v > 1.0 ? 65536 : (int)(v * 65536.0);
-      }
-    LICE_WithFunctor(mode, ia,
-                     [&](auto f)
-                     {
-                       _LICE_Template_Scale<decltype(f)>::scaleBlitFilterDown(dp, s.first, dstw, dsth, icurx, icury,
-                                                                              idx, idy, clipright, clipbottom, s.stride,
-                                                                              d.stride, ia, filter, filtsz);
-                     });
-    return;
-  }
-  if (filtermode == LICE_BLIT_FILTER_BILINEAR && src != dest &&
-      ScaleBlitBilinearKernels(dp, s.first, dstw, dsth, icurx, icury, idx, idy, clipright, clipbottom, s.stride,
-                               d.stride, ia, mode))
-    return;
-  LICE_WithFunctor(mode, ia,
-                   [&](auto f)
-                   {
-                     _LICE_Template_Scale<decltype(f)>::scaleBlit(dp, s.first, dstw, dsth, icurx, icury, idx, idy,
-                                                                  clipright, clipbottom, s.stride, d.stride, ia,
-                                                                  filtermode);
-                   });
+  ScaledSpan g;
+  if (FitScaledSpan(dest, src, dstx, dsty, dstw, dsth, srcx, srcy, srcw, srch, &g))
+    ScaleRows(dest, src, g, (int)(alpha * 256.0), mode);
 }
 
 namespace

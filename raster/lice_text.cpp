@@ -349,12 +349,105 @@ int LICE_CachedFont::DrawTextNative(LICE_IBitmap* bm, const char* str, int strcn
   return ret;
 }
 
+template<class Glyph>
+void LICE_CachedFont::WalkGlyphs(const char* str, int strcnt, unsigned int dtFlags, Glyph&& glyph)
+{
+  const bool vertical = m_flags & (LICE_FONT_FLAG_VERTICAL | LICE_FONT_FLAG_VERTICAL_BOTTOMUP);
+  int x = 0, y = 0;
+  const char* p = str;
+  int left = strcnt;
+  while (*p && left != 0)
+  {
+    unsigned short c;
+    const int n = utf8char(p, &c);
+    p += n;
+    if (left > 0) left = left > n ? left - n : 0;
+    if (c == '\r') continue;
+    if (c == '\n' && !(dtFlags & DT_SINGLELINE))
+    {
+      // A new line: across for vertical text, down for the rest.
+      (vertical ? x : y) += m_line_height + m_lineSpacing;
+      (vertical ? y : x) = 0;
+      continue;
+    }
+    if (c == '\n') c = ' ';
+    charEnt* ent = findChar(c);
+    if (!ent || ent->base_offset == 0)
+    {
+      const int before = m_extracharlist.GetSize();
+      RenderGlyph(c);
+      if (!ent || before != m_extracharlist.GetSize()) ent = findChar(c);
+    }
+    if (!ent || ent->base_offset == 0) continue;
+    glyph(*ent, c, x, y);
+    (vertical ? y : x) += ent->advance;
+  }
+}
+
+int LICE_CachedFont::MeasureCached(const char* str, int strcnt, RECT* rect, unsigned int dtFlags)
+{
+  const bool vertical = m_flags & (LICE_FONT_FLAG_VERTICAL | LICE_FONT_FLAG_VERTICAL_BOTTOMUP);
+  int right = 0, bottom = 0;
+  WalkGlyphs(str, strcnt, dtFlags,
+             [&](charEnt& e, unsigned short, int x, int y)
+             {
+               if (vertical)
+               {
+                 right = std::max(right, x + e.width);
+                 bottom = std::max(bottom, y + e.advance);
+               }
+               else
+               {
+                 right = std::max(right, x + e.advance);
+                 bottom = std::max(bottom, y + std::max(e.height, m_line_height));
+               }
+             });
+  rect->right = rect->left + right;
+  rect->bottom = rect->top + bottom;
+  return vertical ? right : bottom;
+}
+
+int LICE_CachedFont::DrawCached(LICE_IBitmap* bm, const char* str, int strcnt, RECT* rect, unsigned int dtFlags,
+                                bool needAlpha)
+{
+  if (m_alpha == 0.0f) return 0;
+  const bool vertical = m_flags & (LICE_FONT_FLAG_VERTICAL | LICE_FONT_FLAG_VERTICAL_BOTTOMUP);
+  const bool bottomUp = (m_flags & LICE_FONT_FLAG_VERTICAL) && (m_flags & LICE_FONT_FLAG_VERTICAL_BOTTOMUP);
+  int xpos = rect->left, ypos = rect->top;
+  const unsigned int align = DT_VCENTER | DT_CENTER | DT_BOTTOM | DT_RIGHT;
+  if (dtFlags & align)
+  {
+    RECT m = {0, 0, 0, 0};
+    DrawTextImpl(nullptr, str, strcnt, &m,
+                 DT_CALCRECT | (dtFlags & DT_SINGLELINE) | (needAlpha ? LICE_DT_NEEDALPHA : 0));
+    LICE_AlignText(rect, m.right, m.bottom, (int)dtFlags, &xpos, &ypos);
+  }
+  RECT clip = {0, 0, bm->getWidth(), bm->getHeight()};
+  if (!(dtFlags & DT_NOCLIP))
+  {
+    clip.left = std::max(clip.left, rect->left);
+    clip.top = std::max(clip.top, rect->top);
+    clip.right = std::min(clip.right, rect->right);
+    clip.bottom = std::min(clip.bottom, rect->bottom);
+  }
+  if (clip.right <= clip.left || clip.bottom <= clip.top) return 0;
+  int extent = 0;
+  WalkGlyphs(str, strcnt, dtFlags,
+             [&](charEnt& e, unsigned short c, int x, int y)
+             {
+               if (e.base_offset > 0 && e.base_offset < m_cachestore.GetSize())
+                 DrawGlyph(bm, c, xpos + x, bottomUp ? ypos - y - e.height : ypos + y, &clip);
+               extent = vertical ? std::max(extent, x + e.width) : std::max(extent, y + e.height);
+             });
+  return extent;
+}
+
 int LICE_CachedFont::DrawTextImpl(LICE_IBitmap* bm, const char* str, int strcnt, RECT* rect, unsigned int dtFlags)
 {
   if (!str || !rect) return 0;
   if (!bm && !(dtFlags & DT_CALCRECT)) return 0;
   const bool forceCached = (dtFlags & LICE_DT_NEEDALPHA) || (bm && bm->Extended(0x59555678, nullptr));
-  const bool forcedFlag = dtFlags & LICE_DT_NEEDALPHA;
+  const bool needAlpha = dtFlags & LICE_DT_NEEDALPHA;
   dtFlags &= ~LICE_DT_NEEDALPHA;
 
   if (!forceCached && LICE_GetGfxBackend() && m_font)
@@ -365,116 +458,11 @@ int LICE_CachedFont::DrawTextImpl(LICE_IBitmap* bm, const char* str, int strcnt,
         m_line_height >= 256;
     if (native) return DrawTextNative(bm, str, strcnt, rect, dtFlags);
   }
-
+  if (dtFlags & DT_CALCRECT) return MeasureCached(str, strcnt, rect, dtFlags);
+  // The foreground's alpha scales the whole text for this call only.
   const float savedAlpha = m_alpha;
   if (dtFlags & LICE_DT_USEFGALPHA) m_alpha *= LICE_GETA(m_fg) / 255.0f;
-  const bool vertical = m_flags & (LICE_FONT_FLAG_VERTICAL | LICE_FONT_FLAG_VERTICAL_BOTTOMUP);
-  const bool bottomUp = (m_flags & LICE_FONT_FLAG_VERTICAL) && (m_flags & LICE_FONT_FLAG_VERTICAL_BOTTOMUP);
-
-  // Walks the text: calls glyph(entry, c, x, y) for each glyph, with the
-  // position before the glyph, and moves on by its advance.
-  auto walk = [&](auto&& glyph)
-  {
-    int x = 0, y = 0;
-    const char* p = str;
-    int left = strcnt;
-    while (*p && left != 0)
-    {
-      unsigned short c;
-      const int n = utf8char(p, &c);
-      p += n;
-      if (left > 0) left = left > n ? left - n : 0;
-      if (c == '\r') continue;
-      if (c == '\n' && !(dtFlags & DT_SINGLELINE))
-      {
-        if (vertical)
-        {
-          x += m_line_height + m_lineSpacing;
-          y = 0;
-        }
-        else
-        {
-          y += m_line_height + m_lineSpacing;
-          x = 0;
-        }
-        continue;
-      }
-      if (c == '\n') c = ' ';
-      charEnt* ent = findChar(c);
-      if (!ent || ent->base_offset == 0)
-      {
-        const int before = m_extracharlist.GetSize();
-        RenderGlyph(c);
-        if (!ent || before != m_extracharlist.GetSize()) ent = findChar(c);
-      }
-      if (!ent || ent->base_offset == 0) continue;
-      glyph(*ent, c, x, y);
-      if (vertical)
-        y += ent->advance;
-      else
-        x += ent->advance;
-    }
-  };
-
-  if (dtFlags & DT_CALCRECT)
-  {
-    int right = 0, bottom = 0;
-    walk(
-        [&](charEnt& e, unsigned short, int x, int y)
-        {
-          if (vertical)
-          {
-            right = std::max(right, x + e.width);
-            bottom = std::max(bottom, y + e.advance);
-          }
-          else
-          {
-            right = std::max(right, x + e.advance);
-            bottom = std::max(bottom, y + std::max(e.height, m_line_height));
-          }
-        });
-    rect->right = rect->left + right;
-    rect->bottom = rect->top + bottom;
-    m_alpha = savedAlpha;
-    return vertical ? right : bottom;
-  }
-
-  if (m_alpha == 0.0f)
-  {
-    m_alpha = savedAlpha;
-    return 0;
-  }
-  int xpos = rect->left, ypos = rect->top;
-  const unsigned int align = DT_VCENTER | DT_CENTER | DT_BOTTOM | DT_RIGHT;
-  if (dtFlags & align)
-  {
-    RECT m = {0, 0, 0, 0};
-    DrawTextImpl(nullptr, str, strcnt, &m,
-                 DT_CALCRECT | (dtFlags & DT_SINGLELINE) | (forcedFlag ? LICE_DT_NEEDALPHA : 0));
-    const int tw = m.right, th = m.bottom;
-    LICE_AlignText(rect, tw, th, (int)dtFlags, &xpos, &ypos);
-  }
-  RECT clip = {0, 0, bm->getWidth(), bm->getHeight()};
-  if (!(dtFlags & DT_NOCLIP))
-  {
-    clip.left = std::max(clip.left, rect->left);
-    clip.top = std::max(clip.top, rect->top);
-    clip.right = std::min(clip.right, rect->right);
-    clip.bottom = std::min(clip.bottom, rect->bottom);
-  }
-  if (clip.right <= clip.left || clip.bottom <= clip.top)
-  {
-    m_alpha = savedAlpha;
-    return 0;
-  }
-  int extent = 0;
-  walk(
-      [&](charEnt& e, unsigned short c, int x, int y)
-      {
-        if (e.base_offset > 0 && e.base_offset < m_cachestore.GetSize())
-          DrawGlyph(bm, c, xpos + x, bottomUp ? ypos - y - e.height : ypos + y, &clip);
-        extent = vertical ? std::max(extent, x + e.width) : std::max(extent, y + e.height);
-      });
+  const int extent = DrawCached(bm, str, strcnt, rect, dtFlags, needAlpha);
   m_alpha = savedAlpha;
   return extent;
 }

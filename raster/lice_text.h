@@ -76,6 +76,13 @@ protected:
   bool RenderGlyph(unsigned short c);
   charEnt* findChar(unsigned short c);
   int DrawTextImpl(LICE_IBitmap* bm, const char* str, int strcnt, RECT* rect, unsigned int dtFlags);
+  // The glyph cache's own text: each glyph of str with its position before
+  // it (glyph(entry, c, x, y)), moving on by its advance; the measure; and
+  // the drawing, aligned and clipped as the flags say.
+  template<class Glyph>
+  void WalkGlyphs(const char* str, int strcnt, unsigned int dtFlags, Glyph&& glyph);
+  int MeasureCached(const char* str, int strcnt, RECT* rect, unsigned int dtFlags);
+  int DrawCached(LICE_IBitmap* bm, const char* str, int strcnt, RECT* rect, unsigned int dtFlags, bool needAlpha);
   int DrawTextNative(LICE_IBitmap* bm, const char* str, int strcnt, RECT* rect, unsigned int dtFlags);
 
   LICE_pixel m_fg = 0;

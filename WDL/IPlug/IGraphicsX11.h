@@ -73,6 +73,11 @@ public:
 
 private:
   void HandleEvent(_XEvent* ev);
+  void HandleButtonPress(_XEvent* ev);
+  void HandleMotion(_XEvent* ev);
+  void HandleKeyPress(_XEvent* ev);
+  // A top-level window closed by the user, or the host's window destroyed.
+  void HandleWindowGone(_XEvent* ev);
   bool MakeScreenImage();
   void DropScreenImage();
   void PutImage(int x, int y, int w, int h);

@@ -25,29 +25,7 @@ void IGraphicsX11::HandleEvent(XEvent* ev)
     break;
   }
   case ButtonPress:
-  {
-    const XButtonEvent& b = ev->xbutton;
-    mPrevX = b.x;
-    mPrevY = b.y;
-    if (b.button >= 4 && b.button <= 5)
-    {
-      if (mEntry.open) ForceEndUserEdit();
-      IMouseMod mod = XModsOf(b.state, false);
-      OnMouseWheel(b.x, b.y, &mod, b.button == 4 ? 1 : -1);
-      break;
-    }
-    if (b.button != 1 && b.button != 3) break;
-    if (mEntry.open && !mEntry.rect.Contains(b.x, b.y)) EndTextEntry(true);
-    // Keys go to the panel once it has been clicked, as in a window of its own.
-    XSetInputFocus(mDisplay, mWindow, RevertToParent, b.time);
-    const int clicks = mClicks.Count((int)b.button, b.time, b.x, b.y);
-    IMouseMod mod = XModsOf(b.state, b.button == 3);
-    if (b.button == 1 && clicks >= 2)
-      OnMouseDblClick(b.x, b.y, &mod);
-    else
-      OnMouseDown(b.x, b.y, &mod);
-    break;
-  }
+    return HandleButtonPress(ev);
   case ButtonRelease:
   {
     const XButtonEvent& b = ev->xbutton;
@@ -59,62 +37,93 @@ void IGraphicsX11::HandleEvent(XEvent* ev)
     break;
   }
   case MotionNotify:
-  {
-    // Only the latest place of a burst of moves matters.
-    while (XCheckTypedWindowEvent(mDisplay, mWindow, MotionNotify, ev))
-    {
-    }
-    const XMotionEvent& m = ev->xmotion;
-    mPrevX = m.x;
-    mPrevY = m.y;
-    const bool left = m.state & Button1Mask, right = m.state & Button3Mask;
-    IMouseMod mod = XModsOf(m.state, right && !left);
-    if (left || right)
-    {
-      if (!mEntry.open) OnMouseDrag(m.x, m.y, &mod);
-    }
-    else
-      OnMouseOver(m.x, m.y, &mod);
-    break;
-  }
+    return HandleMotion(ev);
   case LeaveNotify:
     if (ev->xcrossing.mode == NotifyNormal) OnMouseOut();
     break;
   case KeyPress:
-  {
-    if (mEntry.open)
-    {
-      TextEntryKey(ev);
-      break;
-    }
-    // Keys with control or alt belong to the host.
-    if (ev->xkey.state & (ControlMask | Mod1Mask)) break;
-    const int key = XVirtualKeyOf(XLookupKeysym(&ev->xkey, 0));
-    if (key >= 0) OnKeyDown(mPrevX, mPrevY, key);
-    break;
-  }
+    return HandleKeyPress(ev);
   case FocusOut:
     if (mEntry.open && ev->xfocus.mode == NotifyNormal) EndTextEntry(true);
     break;
   case ClientMessage:
-    if ((unsigned long)ev->xclient.data.l[0] == mDeleteAtom && mDeleteAtom)
-    {
-      // The user closed a top-level window: hidden, and the host is told.
-      mClosedByUser = true;
-      ReleaseMouseCapture();
-      XUnmapWindow(mDisplay, mWindow);
-    }
-    break;
   case DestroyNotify:
-    // The host's window went, and ours with it.
-    if (ev->xdestroywindow.window == mWindow)
-    {
-      DropScreenImage();
-      mWindow = 0;
-    }
-    break;
+    return HandleWindowGone(ev);
   default:
     break;
+  }
+}
+
+void IGraphicsX11::HandleButtonPress(XEvent* ev)
+{
+  const XButtonEvent& b = ev->xbutton;
+  mPrevX = b.x;
+  mPrevY = b.y;
+  if (b.button >= 4 && b.button <= 5)
+  {
+    if (mEntry.open) ForceEndUserEdit();
+    IMouseMod mod = XModsOf(b.state, false);
+    OnMouseWheel(b.x, b.y, &mod, b.button == 4 ? 1 : -1);
+    return;
+  }
+  if (b.button != 1 && b.button != 3) return;
+  if (mEntry.open && !mEntry.rect.Contains(b.x, b.y)) EndTextEntry(true);
+  // Keys go to the panel once it has been clicked, as in a window of its own.
+  XSetInputFocus(mDisplay, mWindow, RevertToParent, b.time);
+  const int clicks = mClicks.Count((int)b.button, b.time, b.x, b.y);
+  IMouseMod mod = XModsOf(b.state, b.button == 3);
+  if (b.button == 1 && clicks >= 2)
+    OnMouseDblClick(b.x, b.y, &mod);
+  else
+    OnMouseDown(b.x, b.y, &mod);
+}
+
+void IGraphicsX11::HandleMotion(XEvent* ev)
+{
+  // Only the latest place of a burst of moves matters.
+  while (XCheckTypedWindowEvent(mDisplay, mWindow, MotionNotify, ev))
+  {
+  }
+  const XMotionEvent& m = ev->xmotion;
+  mPrevX = m.x;
+  mPrevY = m.y;
+  const bool left = m.state & Button1Mask, right = m.state & Button3Mask;
+  IMouseMod mod = XModsOf(m.state, right && !left);
+  if (left || right)
+  {
+    if (!mEntry.open) OnMouseDrag(m.x, m.y, &mod);
+  }
+  else
+    OnMouseOver(m.x, m.y, &mod);
+}
+
+void IGraphicsX11::HandleKeyPress(XEvent* ev)
+{
+  if (mEntry.open)
+  {
+    TextEntryKey(ev);
+    return;
+  }
+  // Keys with control or alt belong to the host.
+  if (ev->xkey.state & (ControlMask | Mod1Mask)) return;
+  const int key = XVirtualKeyOf(XLookupKeysym(&ev->xkey, 0));
+  if (key >= 0) OnKeyDown(mPrevX, mPrevY, key);
+}
+
+void IGraphicsX11::HandleWindowGone(XEvent* ev)
+{
+  if (ev->type == ClientMessage && (unsigned long)ev->xclient.data.l[0] == mDeleteAtom && mDeleteAtom)
+  {
+    // The user closed a top-level window: hidden, and the host is told.
+    mClosedByUser = true;
+    ReleaseMouseCapture();
+    XUnmapWindow(mDisplay, mWindow);
+  }
+  // The host's window went, and ours with it.
+  if (ev->type == DestroyNotify && ev->xdestroywindow.window == mWindow)
+  {
+    DropScreenImage();
+    mWindow = 0;
   }
 }
 

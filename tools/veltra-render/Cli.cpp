@@ -192,96 +192,110 @@ void ListParams(VELTRA* plug)
   }
 }
 
+namespace
+{
+enum
+{
+  kOptBank = 256,
+  kOptPreset,
+  kOptChannel,
+  kOptGain,
+  kOptFormat,
+  kOptVersion,
+  kOptListParams
+};
+
+const option kLongOpts[] = {{"rate", required_argument, nullptr, 'r'},
+                            {"block", required_argument, nullptr, 'b'},
+                            {"program", required_argument, nullptr, 'p'},
+                            {"bank", required_argument, nullptr, kOptBank},
+                            {"preset", required_argument, nullptr, kOptPreset},
+                            {"set", required_argument, nullptr, 's'},
+                            {"list-params", no_argument, nullptr, kOptListParams},
+                            {"channel", required_argument, nullptr, kOptChannel},
+                            {"tail", required_argument, nullptr, 't'},
+                            {"gain", required_argument, nullptr, kOptGain},
+                            {"format", required_argument, nullptr, kOptFormat},
+                            {"help", no_argument, nullptr, 'h'},
+                            {"version", no_argument, nullptr, kOptVersion},
+                            {nullptr, 0, nullptr, 0}};
+
+// --help, --version and --list-params: the answer, and the end.
+[[noreturn]] void Answer(int c)
+{
+  if (c == 'h') Usage(stdout);
+  if (c == kOptVersion)
+  {
+    char v[32];
+    GetVersionStr(kVeltraVersion, v);
+    printf("veltra-render %s\n", v);
+  }
+  if (c == kOptListParams)
+  {
+    std::unique_ptr<VELTRA> plug((VELTRA*)MakePlug(nullptr, nullptr));
+    ListParams(plug.get());
+  }
+  exit(0);
+}
+
+// One option and its value into the options, each value checked.
+void TakeOption(int c, const char* value, Options* o, char** argv)
+{
+  switch (c)
+  {
+  case 'r':
+    o->rate = Integer("--rate", value, 1000, 768000, " of hertz");
+    break;
+  case 'b':
+    o->block = Integer("--block", value, 1, kMaxSignalVectorSize);
+    break;
+  case 'p':
+    o->program = value;
+    break;
+  case kOptBank:
+    o->bank = value;
+    break;
+  case kOptPreset:
+    o->preset = Integer("--preset", value, INT_MIN, INT_MAX);
+    if (o->preset < 0) Fail("--preset: %d is no program number (they count from 0)", o->preset);
+    break;
+  case 's':
+    o->sets.push_back(value);
+    break;
+  case kOptChannel:
+    o->channel = Integer("--channel", value, 1, 16);
+    break;
+  case 't':
+    o->tail = Number("--tail", value, 0.0, 3600.0);
+    break;
+  case kOptGain:
+    o->gain = Number("--gain", value, -1e6, 1e6);
+    break;
+  case kOptFormat:
+    o->format = value;
+    break;
+  case 'q':
+    o->quiet = true;
+    break;
+  case 'h':
+  case kOptVersion:
+  case kOptListParams:
+    Answer(c);
+  case ':':
+    Fail("option '%s' needs a value (see --help)", argv[optind - 1]);
+  default:
+    Fail("unknown option '%s' (see --help)", argv[optind - 1]);
+  }
+}
+} // namespace
+
 Options ParseOptions(int argc, char** argv)
 {
-  enum
-  {
-    kOptBank = 256,
-    kOptPreset,
-    kOptChannel,
-    kOptGain,
-    kOptFormat,
-    kOptVersion,
-    kOptListParams
-  };
-  static const option longOpts[] = {{"rate", required_argument, nullptr, 'r'},
-                                    {"block", required_argument, nullptr, 'b'},
-                                    {"program", required_argument, nullptr, 'p'},
-                                    {"bank", required_argument, nullptr, kOptBank},
-                                    {"preset", required_argument, nullptr, kOptPreset},
-                                    {"set", required_argument, nullptr, 's'},
-                                    {"list-params", no_argument, nullptr, kOptListParams},
-                                    {"channel", required_argument, nullptr, kOptChannel},
-                                    {"tail", required_argument, nullptr, 't'},
-                                    {"gain", required_argument, nullptr, kOptGain},
-                                    {"format", required_argument, nullptr, kOptFormat},
-                                    {"help", no_argument, nullptr, 'h'},
-                                    {"version", no_argument, nullptr, kOptVersion},
-                                    {nullptr, 0, nullptr, 0}};
   Options o;
   o.gain = kStandaloneOutputGain;
   opterr = 0; // our own one-line messages
   int c;
-  while ((c = getopt_long(argc, argv, ":r:b:p:s:t:qh", longOpts, nullptr)) != -1)
-  {
-    switch (c)
-    {
-    case 'r':
-      o.rate = Integer("--rate", optarg, 1000, 768000, " of hertz");
-      break;
-    case 'b':
-      o.block = Integer("--block", optarg, 1, kMaxSignalVectorSize);
-      break;
-    case 'p':
-      o.program = optarg;
-      break;
-    case kOptBank:
-      o.bank = optarg;
-      break;
-    case kOptPreset:
-      o.preset = Integer("--preset", optarg, INT_MIN, INT_MAX);
-      if (o.preset < 0) Fail("--preset: %d is no program number (they count from 0)", o.preset);
-      break;
-    case 's':
-      o.sets.push_back(optarg);
-      break;
-    case kOptListParams:
-    {
-      std::unique_ptr<VELTRA> plug((VELTRA*)MakePlug(nullptr, nullptr));
-      ListParams(plug.get());
-      exit(0);
-    }
-    case kOptChannel:
-      o.channel = Integer("--channel", optarg, 1, 16);
-      break;
-    case 't':
-      o.tail = Number("--tail", optarg, 0.0, 3600.0);
-      break;
-    case kOptGain:
-      o.gain = Number("--gain", optarg, -1e6, 1e6);
-      break;
-    case kOptFormat:
-      o.format = optarg;
-      break;
-    case 'q':
-      o.quiet = true;
-      break;
-    case 'h':
-      Usage(stdout);
-      exit(0);
-    case kOptVersion:
-    {
-      char v[32];
-      GetVersionStr(kVeltraVersion, v);
-      printf("veltra-render %s\n", v);
-      exit(0);
-    }
-    case ':':
-      Fail("option '%s' needs a value (see --help)", argv[optind - 1]);
-    default:
-      Fail("unknown option '%s' (see --help)", argv[optind - 1]);
-    }
-  }
+  while ((c = getopt_long(argc, argv, ":r:b:p:s:t:qh", kLongOpts, nullptr)) != -1) TakeOption(c, optarg, &o, argv);
   if (argc - optind != 2) Fail("expected INPUT.mid and OUTPUT.wav (see --help)");
   o.input = argv[optind];
   o.output = argv[optind + 1];
