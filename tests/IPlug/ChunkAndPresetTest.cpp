@@ -66,32 +66,6 @@ TEST(ParamSerialisation, ShortChunkSetsWhatItHoldsAndReportsFailure)
   EXPECT_FALSE(plug.CompareState((const unsigned char*)state.data(), 0));
 }
 
-TEST(PresetBank, FreeSlotsAreClaimedUnderGeneratedNames)
-{
-  TestPlug plug(4);
-  plug.MakePresetFromNamedParams("named", 1, 2, 15.0);
-  plug.GetParam(0)->Set(0.75);
-  EXPECT_TRUE(plug.RestorePreset(1));
-  EXPECT_STREQ(plug.GetPresetName(1), "user preset 1");
-  EXPECT_EQ(plug.GetCurrentPresetIdx(), 1);
-
-  ASSERT_TRUE(plug.RestorePreset("named"));
-  EXPECT_EQ(plug.GetParam(0)->Value(), 0.5) << "unnamed parameters took the values of that moment";
-  EXPECT_EQ(plug.GetParam(2)->Value(), 15.0);
-  ASSERT_TRUE(plug.RestorePreset(1));
-  EXPECT_EQ(plug.GetParam(0)->Value(), 0.75) << "the claimed slot holds the sound it was claimed with";
-
-  plug.ModifyCurrentPreset("my user preset");
-  EXPECT_TRUE(plug.RestorePreset(2));
-  EXPECT_STREQ(plug.GetPresetName(2), "user preset 2");
-  EXPECT_TRUE(plug.RestorePreset(3));
-  EXPECT_STREQ(plug.GetPresetName(3), "user preset 3") << "\"my user preset\" counts too";
-
-  EXPECT_FALSE(plug.RestorePreset(4));
-  EXPECT_FALSE(plug.RestorePreset(""));
-  EXPECT_STREQ(plug.GetPresetName(-1), "");
-}
-
 TEST(PresetBank, BankRoundTripAndPruning)
 {
   TestPlug a(4);

@@ -101,36 +101,6 @@ TEST(Controls, AFaderHandleFollowsTheValueAndJumpsToThePointer)
   EXPECT_DOUBLE_EQ(rig.Param(GuiPlug::kLevel), 0.5);
 }
 
-TEST(Controls, TextControlsRedrawOnlyWhenTheirTextChanges)
-{
-  GuiRig rig;
-  IText style(12);
-  ITextControl* text = new ITextControl(&rig.plug, IRECT(0, 0, 100, 20), &style, "start");
-  ICaptionControl* withLabel = new ICaptionControl(&rig.plug, IRECT(0, 30, 100, 50), GuiPlug::kGain, &style);
-  ICaptionControl* bare = new ICaptionControl(&rig.plug, IRECT(0, 60, 100, 80), GuiPlug::kGain, &style, false);
-  rig.gui->AttachControl(text);
-  rig.gui->AttachControl(withLabel);
-  rig.gui->AttachControl(bare);
-  rig.Attach();
-  while (rig.Frame())
-  {
-  }
-
-  text->SetTextFromPlug("start");
-  EXPECT_FALSE(text->IsDirty()) << "the same text changes nothing";
-  text->SetTextFromPlug("other");
-  EXPECT_TRUE(text->IsDirty());
-  EXPECT_STREQ(withLabel->GetTextString(), "0.0 dB") << "value, blank, label";
-  EXPECT_STREQ(bare->GetTextString(), "0.0");
-
-  rig.plug.GetParam(GuiPlug::kGain)->Set(-3.5);
-  rig.plug.RedrawParamControls();
-  while (rig.Frame())
-  {
-  }
-  EXPECT_STREQ(withLabel->GetTextString(), "-3.5 dB") << "read from the plug-in at the next draw";
-}
-
 // A small panel rendered at several values, checked against the arithmetic
 // of the blits: the right source rows in the right place, and each pixel
 // combined with what lies under it through the source's alpha.

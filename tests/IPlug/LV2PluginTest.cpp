@@ -41,8 +41,7 @@ struct Phrase
 Phrase LoadPhrase(const std::string& name)
 {
   const std::string path = std::string(VELTRA_SOURCE_DIR) + "/tests/renders/" + name;
-  std::ifstream f(path, std::ios::binary);
-  const std::vector<unsigned char> data((std::istreambuf_iterator<char>(f)), {});
+  const std::vector<unsigned char> data = ReadBytes(path);
   std::vector<MidiFileEvent> events;
   std::string why;
   EXPECT_TRUE(ReadMidiFile(data.data(), data.size(), &events, &why)) << path << ": " << why;
@@ -58,22 +57,13 @@ Phrase LoadPhrase(const std::string& name)
 StereoRender Reference(const TempDir& dir, const std::string& midi, std::vector<std::string> options)
 {
   const std::string out = dir.File("reference.wav");
-  std::vector<std::string> args = {VELTRA_RENDER_EXE, "-q", "-t", "1", "--format", "float"};
+  std::vector<std::string> args = {"-q", "-t", "1", "--format", "float"};
   args.insert(args.end(), options.begin(), options.end());
   args.push_back(std::string(VELTRA_SOURCE_DIR) + "/tests/renders/" + midi);
   args.push_back(out);
-  const int status = WaitFor(Spawn(args, MakeEnv({}, {}), dir.File("out"), dir.File("err")), 60.0);
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << ReadWholeFile(dir.File("err"));
-  SF_INFO info = {};
-  SNDFILE* sf = sf_open(out.c_str(), SFM_READ, &info);
-  StereoRender r;
-  if (!sf) return r;
-  std::vector<float> frames((size_t)info.frames * 2);
-  sf_readf_float(sf, frames.data(), info.frames);
-  sf_close(sf);
-  for (size_t i = 0; i < (size_t)info.frames; ++i)
-    r.mLeft.push_back(frames[2 * i]), r.mRight.push_back(frames[2 * i + 1]);
-  return r;
+  const RenderRun run = RunRender(args, dir.Path(), 60.0);
+  EXPECT_EQ(run.status, 0) << run.err;
+  return ReadStereo(out);
 }
 
 // The first frame where two renders differ, or -1.

@@ -22,34 +22,15 @@ class ProgramFiles : public ::testing::Test
 {
 protected:
   WDL_String Path(const char* name) { return WDL_String((mDir + "/" + name).c_str()); }
-  static std::vector<unsigned char> Bytes(WDL_String& path)
-  {
-    std::ifstream f(path.Get(), std::ios::binary);
-    return std::vector<unsigned char>(std::istreambuf_iterator<char>(f), {});
-  }
-  static void Store(WDL_String& path, const std::vector<unsigned char>& bytes)
-  {
-    std::ofstream(path.Get(), std::ios::binary).write((const char*)bytes.data(), (std::streamsize)bytes.size());
-  }
+  static std::vector<unsigned char> Bytes(WDL_String& path) { return ReadBytes(path.Get()); }
+  static void Store(WDL_String& path, const std::vector<unsigned char>& bytes) { WriteWholeFile(path.Get(), bytes); }
   static std::vector<double> Values(IPlugBase& p)
   {
     std::vector<double> v;
     for (int i = 0; i < p.NParams(); ++i) v.push_back(p.GetParam(i)->Value());
     return v;
   }
-  // The folder's names, sorted.
-  std::vector<std::string> Files() const
-  {
-    std::vector<std::string> names;
-    if (DIR* d = opendir(mDir.c_str()))
-    {
-      while (dirent* e = readdir(d))
-        if (strcmp(e->d_name, ".") && strcmp(e->d_name, "..")) names.push_back(e->d_name);
-      closedir(d);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-  }
+  std::vector<std::string> Files() const { return FilesIn(mDir); }
   TempDir mTemp;
   const std::string mDir = mTemp.Path();
 };

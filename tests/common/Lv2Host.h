@@ -5,6 +5,8 @@
 // sequence, state through the plug-in's state interface, presets through
 // lilv.
 
+#include "Render.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -16,11 +18,6 @@ struct MidiAt
   long long mSample; // from the start of the render
   uint8_t mBytes[3];
   int mSize;
-};
-
-struct StereoRender
-{
-  std::vector<float> mLeft, mRight;
 };
 
 class Lv2Host

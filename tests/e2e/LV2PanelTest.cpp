@@ -6,6 +6,7 @@
 #include "IGraphics.h"
 #include "JackSession.h"
 #include "Lv2Host.h"
+#include "ScreenSession.h"
 #include "Signal.h"
 #include "VELTRA.h"
 #include "XSession.h"
@@ -90,11 +91,7 @@ std::unique_ptr<LICE_MemBitmap> EngineSurface()
 
 int DifferingPixels(LICE_IBitmap* a, LICE_IBitmap* b, const IRECT& area, const IRECT& skip = IRECT())
 {
-  int n = 0;
-  for (int y = area.T; y < area.B; ++y)
-    for (int x = area.L; x < area.R; ++x)
-      if (!skip.Contains(x, y) && (LICE_GetPixel(a, x, y) & 0xffffff00) != (LICE_GetPixel(b, x, y) & 0xffffff00)) ++n;
-  return n;
+  return DifferingPixels(a, b, area.L, area.T, area.R, area.B, 0, skip.L, skip.T, skip.R, skip.B);
 }
 
 // How bright a stretch sounds: the share of its energy in sample-to-sample
@@ -176,13 +173,25 @@ TEST_P(LV2Panel, PlaysTurnsAndFollowsTheHost)
   ASSERT_LT(onset, released) << "the panel's key made no sound";
   EXPECT_NEAR(Fundamental(recorder.Left(), onset + kRate / 10, onset + kRate, (double)kRate), 44100.0 / 169.0, 1.0);
 
-  // A note from MIDI lights its key on the panel.
+  // A note from MIDI lights its key on the panel, and sounds as loud as the
+  // offline render of the same note in the test's own host.
   ASSERT_TRUE(recorder.WaitForFrames(released + kRate, 20.0));
+  const size_t sent = recorder.Frames();
   midi.Send(0x90, 60, 100);
-  ASSERT_TRUE(recorder.WaitForFrames(recorder.Frames() + kRate, 20.0));
+  ASSERT_TRUE(recorder.WaitForFrames(sent + kRate, 20.0));
   std::unique_ptr<LICE_IBitmap> lit(x.Screenshot(panel, dir.File("lit.png")));
   ASSERT_TRUE(lit);
   EXPECT_GT(DifferingPixels(first.get(), lit.get(), IRECT(320, 290, 340, 400)), 100) << "key 60 is not lit";
+  const size_t midiOnset = FirstSound(recorder.Left(), sent, recorder.Frames());
+  ASSERT_LT(midiOnset + kRate / 2, recorder.Frames()) << "the MIDI note made no sound";
+  setenv("LV2_PATH", VELTRA_LV2_DIR, 1);
+  Lv2Host offline(kVeltraLV2URI);
+  const StereoRender r =
+      offline.Instantiate((double)kRate)->Render({{0, {0x90, 60, 100}, 3}}, (long long)kRate, [] { return 512; });
+  const size_t offOnset = FirstSound(r.mLeft, 0, r.mLeft.size());
+  const double live = Rms(recorder.Left(), midiOnset + kRate / 10, midiOnset + kRate / 2);
+  const double reference = Rms(r.mLeft, offOnset + kRate / 10, offOnset + kRate / 2);
+  EXPECT_NEAR(20.0 * std::log10(live / reference), 0.0, 0.1) << "live " << live << ", offline " << reference;
 
   // Turning the cutoff down closes the filter on the held note.
   size_t from = recorder.Frames();

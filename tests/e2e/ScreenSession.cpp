@@ -81,10 +81,18 @@ LICE_IBitmap* VeltraOnScreen::PanelShot(const std::string& name) const
 
 int VeltraOnScreen::WaitForExit(double timeoutSec) { return run.veltra.StopWith(0, timeoutSec); }
 
+int DifferingPixels(LICE_IBitmap* a, LICE_IBitmap* b, int l, int t, int r, int bottom, int bDy, int skipL, int skipT,
+                    int skipR, int skipB)
+{
+  int n = 0;
+  for (int y = t; y < bottom; ++y)
+    for (int x = l; x < r; ++x)
+      if (!(x >= skipL && x < skipR && y >= skipT && y < skipB))
+        n += (LICE_GetPixel(a, x, y) | 0xFF) != (LICE_GetPixel(b, x, y + bDy) | 0xFF);
+  return n;
+}
+
 double ChangedShare(LICE_IBitmap* a, LICE_IBitmap* b, int l, int t, int r, int bottom)
 {
-  int changed = 0;
-  for (int y = t; y < bottom; ++y)
-    for (int x = l; x < r; ++x) changed += (LICE_GetPixel(a, x, y) | 0xFF) != (LICE_GetPixel(b, x, y) | 0xFF);
-  return (double)changed / ((r - l) * (bottom - t));
+  return (double)DifferingPixels(a, b, l, t, r, bottom) / ((r - l) * (bottom - t));
 }

@@ -40,5 +40,10 @@ struct VeltraOnScreen
   int panelLeft = 0, panelTop = 0;
 };
 
+// How many pixels of two pictures differ in colour (alpha aside) inside the
+// rectangle l, t, r, bottom, not counting those inside skip; b's rows are
+// read bDy further down.
+int DifferingPixels(LICE_IBitmap* a, LICE_IBitmap* b, int l, int t, int r, int bottom, int bDy = 0, int skipL = 0,
+                    int skipT = 0, int skipR = 0, int skipB = 0);
 // The share of two panel shots' pixels that differ inside a rectangle.
 double ChangedShare(LICE_IBitmap* a, LICE_IBitmap* b, int l, int t, int r, int bottom);

@@ -151,18 +151,6 @@ private:
 
 std::string ReadAll(const std::string& path) { return ReadWholeFile(path); }
 
-std::vector<std::string> FilesIn(const std::string& folder)
-{
-  std::vector<std::string> names;
-  if (DIR* d = opendir(folder.c_str()))
-  {
-    while (dirent* e = readdir(d))
-      if (e->d_name[0] != '.' || (strcmp(e->d_name, ".") && strcmp(e->d_name, ".."))) names.push_back(e->d_name);
-    closedir(d);
-  }
-  std::sort(names.begin(), names.end());
-  return names;
-}
 } // namespace
 
 // Opened on a new folder, a knob turned on the panel, saved, ended by the

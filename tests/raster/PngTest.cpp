@@ -74,8 +74,7 @@ TEST_F(Png, EveryFormatComesOutAsAlphaRedGreenBlue)
   EXPECT_EQ(LICE_GetPixel(r16, 1, 0), LICE_RGBA(0, 0, 0, 0));
   delete r16;
 
-  std::ifstream f(rgb, std::ios::binary);
-  const std::string bytes((std::istreambuf_iterator<char>(f)), {});
+  const std::string bytes = ReadWholeFile(rgb);
   LICE_IBitmap* fromMemory = LICE_LoadPNGFromMemory(bytes.data(), (int)bytes.size());
   ASSERT_NE(fromMemory, nullptr);
   EXPECT_EQ(LICE_GetPixel(fromMemory, 1, 0), LICE_RGBA(40, 50, 60, 255)) << "opaque RGB gets alpha 255";

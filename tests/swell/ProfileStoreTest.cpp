@@ -23,13 +23,7 @@ protected:
     std::ofstream(path) << text;
     return path;
   }
-  static std::string Read(const std::string& path)
-  {
-    std::ifstream f(path);
-    std::stringstream ss;
-    ss << f.rdbuf();
-    return ss.str();
-  }
+  static std::string Read(const std::string& path) { return ReadWholeFile(path); }
   static std::string Get(const char* section, const char* key, const std::string& fn, int outlen = 256)
   {
     std::string out((size_t)outlen, '\0');
@@ -71,22 +65,6 @@ TEST_F(ProfileStore, LengthsNumbersAndLists)
   const int n = GetPrivateProfileString("s", nullptr, "", list, sizeof(list), fn.c_str());
   EXPECT_EQ(std::string(list, (size_t)n), std::string("long\0num\0word\0zero", 18));
   EXPECT_EQ(list[n + 1], 0) << "double NUL at the end";
-}
-
-TEST_F(ProfileStore, StructsCarryAChecksum)
-{
-  const std::string fn = File("c.ini", "");
-  const unsigned char in[2] = {0x12, 0xFF};
-  ASSERT_TRUE(WritePrivateProfileStruct("s", "k", in, 2, fn.c_str()));
-  EXPECT_EQ(Get("s", "k", fn), "12FF11");
-  unsigned char out[2] = {};
-  EXPECT_TRUE(GetPrivateProfileStruct("s", "k", out, 2, fn.c_str()));
-  EXPECT_EQ(out[1], 0xFF);
-  WritePrivateProfileString("s", "k", "12fe11", fn.c_str());
-  EXPECT_FALSE(GetPrivateProfileStruct("s", "k", out, 2, fn.c_str())) << "a changed digit fails the checksum";
-  WritePrivateProfileString("s", "k", "12ff11", fn.c_str());
-  EXPECT_TRUE(GetPrivateProfileStruct("s", "k", out, 2, fn.c_str())) << "lower-case digits read well";
-  EXPECT_FALSE(GetPrivateProfileStruct("s", "k", out, 3, fn.c_str())) << "wrong length";
 }
 
 TEST_F(ProfileStore, UnchangedWritesLeaveTheFileAlone)

@@ -3,6 +3,7 @@
 // A4 and an eight-note chord; loudness by EBU R128 (libebur128).
 
 #include "Process.h"
+#include "Render.h"
 #include "Signal.h"
 #include "Smf.h"
 #include "TempDir.h"
@@ -168,15 +169,13 @@ protected:
     const Bytes midi = MidiFile(notes, bendAt);
     std::ofstream(dir.File("p.mid"), std::ios::binary).write((const char*)midi.data(), (std::streamsize)midi.size());
     const std::string program = std::string(VELTRA_PROGRAMS) + "/" + p.mCategory + "/" + p.mName + ".fxp";
-    const int status = WaitFor(Spawn({VELTRA_RENDER_EXE, "-q", "-t", "10", "--format", "float", "-p", program,
-                                      dir.File("p.mid"), dir.File("p.wav")},
-                                     MakeEnv({}, {}), dir.File("out"), dir.File("err")),
-                               300.0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << p.mName << ": " << ReadWholeFile(dir.File("err"));
-    SF_INFO info = {};
-    SNDFILE* sf = sf_open(dir.File("p.wav").c_str(), SFM_READ, &info);
-    std::vector<float> frames((size_t)info.frames * 2), left((size_t)info.frames);
-    if (sf) sf_readf_float(sf, frames.data(), info.frames), sf_close(sf);
+    const RenderRun run =
+        RunRender({"-q", "-t", "10", "--format", "float", "-p", program, dir.File("p.mid"), dir.File("p.wav")},
+                  dir.Path(), 300.0);
+    EXPECT_EQ(run.status, 0) << p.mName << ": " << run.err;
+    SF_INFO info;
+    const std::vector<float> frames = ReadSamples<float>(dir.File("p.wav"), &info);
+    std::vector<float> left(frames.size() / 2);
     for (size_t i = 0; i < left.size(); ++i) left[i] = frames[2 * i];
     auto at = [](int ms) { return (size_t)ms * kRate / 1000; };
 
@@ -261,11 +260,13 @@ TEST_F(FactoryPrograms, NoTwoAreNearDuplicates)
 }
 
 // Each category's bank holds its eight programs in order, with the values
-// and names of their program files.
-TEST_F(FactoryPrograms, BanksHoldTheProgramFiles)
+// and names of their program files; and every program file, loaded, saves
+// again to the very same bytes.
+TEST_F(FactoryPrograms, BanksHoldTheProgramFilesAndEachSavesBackByteForByte)
 {
   std::unique_ptr<VELTRA> bank((VELTRA*)MakePlug(nullptr, nullptr)), single((VELTRA*)MakePlug(nullptr, nullptr));
   std::map<std::string, int> slot;
+  TempDir dir;
   for (const FactoryProgram& p : sPrograms)
   {
     const std::string folder = std::string(VELTRA_PROGRAMS) + "/";
@@ -277,5 +278,8 @@ TEST_F(FactoryPrograms, BanksHoldTheProgramFiles)
     EXPECT_STREQ(bank->GetPresetName(bank->GetCurrentPresetIdx()), p.mName.c_str());
     for (int i = 0; i < kNumParams; ++i)
       EXPECT_EQ(bank->GetParam(i)->Value(), single->GetParam(i)->Value()) << p.mName << ", parameter " << i;
+    WDL_String again(dir.File("again.fxp").c_str());
+    ASSERT_TRUE(single->SaveProgramAsFXP(&again));
+    EXPECT_TRUE(ReadWholeFile(again.Get()) == ReadWholeFile(programFile.Get())) << p.mName << " saved again";
   }
 }

@@ -2,6 +2,7 @@
 // files out, read back with libsndfile.
 
 #include "Process.h"
+#include "Render.h"
 #include "Signal.h"
 #include "Smf.h"
 #include "TempDir.h"
@@ -42,11 +43,7 @@ Bytes Bends()
   return Smf(0, 0xE728, {t}); // 25 frames of 40 ticks: 1000 ticks a second
 }
 
-struct Outcome
-{
-  int status;
-  std::string err, out;
-};
+typedef RenderRun Outcome;
 
 class VeltraRender : public ::testing::Test
 {
@@ -69,37 +66,13 @@ protected:
     const int status = WaitFor(pid, 600.0);
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Read(Path("stderr")), Read(Path("stdout"))};
   }
-  Outcome Render(const std::vector<std::string>& args) { return Wait(Start(args)); }
-
-  // Samples as libsndfile reads them: floats, or the integers a file holds.
+  Outcome Render(const std::vector<std::string>& args) { return RunRender(args, mDir); }
   template<typename T>
   static std::vector<T> Samples(const std::string& path, SF_INFO* info)
   {
-    *info = SF_INFO();
-    SNDFILE* sf = sf_open(path.c_str(), SFM_READ, info);
-    if (!sf) return {};
-    std::vector<T> v((size_t)(info->frames * info->channels));
-    if constexpr (std::is_same<T, int>::value)
-      sf_readf_int(sf, v.data(), info->frames);
-    else if constexpr (std::is_same<T, double>::value)
-      sf_readf_double(sf, v.data(), info->frames);
-    else
-      sf_readf_float(sf, v.data(), info->frames);
-    sf_close(sf);
-    return v;
+    return ReadSamples<T>(path, info);
   }
-  // Names in the test folder, apart from the program's own output files.
-  std::vector<std::string> Files() const
-  {
-    std::vector<std::string> names;
-    if (DIR* d = opendir(mDir.c_str()))
-    {
-      while (dirent* e = readdir(d))
-        if (e->d_name[0] != '.' || strlen(e->d_name) > 2) names.push_back(e->d_name);
-      closedir(d);
-    }
-    return names;
-  }
+  std::vector<std::string> Files() const { return FilesIn(mDir); }
 
   TempDir mTemp;
   const std::string mDir = mTemp.Path();
@@ -318,7 +291,6 @@ TEST_F(VeltraRender, ProgramsBanksAndTheParameterList)
   EXPECT_EQ(list.out.find("\n   26 "), std::string::npos) << "meters are no settings";
   EXPECT_NE(list.out.find("0 SUM (OP1 + OP2), 1 FM (OP1 > OP2)"), std::string::npos)
       << "switches as the panel names them";
-  EXPECT_EQ(Render({"--version"}).out, "veltra-render v1.1.3\n");
 
   // A bank whose programs are silent, and a program that is not: the
   // program, loaded after the bank, plays over its current program.
