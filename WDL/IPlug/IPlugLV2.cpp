@@ -73,6 +73,18 @@ void IPlugLV2::PublishValues()
   mPublishedSeq.SetRelease(seq + 2);
 }
 
+namespace
+{
+// Whether a port says the same setting as a value: within a millionth of
+// the range, in normalised units. That is far finer than any knob step, and
+// coarser than the error of a port's single float, which cannot hold every
+// value of a program file exactly, over any of the ranges.
+bool SameSetting(const IParam* param, float port, double value)
+{
+  return std::fabs(param->GetNormalized((double)port) - param->GetNormalized(value)) < 1.0 / (1 << 20);
+}
+} // namespace
+
 void IPlugLV2::ApplyChangedControlPorts()
 {
   bool changed = false;
@@ -82,12 +94,16 @@ void IPlugLV2::ApplyChangedControlPorts()
     IParam* param = mPlug->GetParam(i);
     if (!port || LV2IsMeter(param)) continue;
     const float v = *port;
-    if (mAdoptPorts)
+    if (std::isnan(v)) continue;
+    if (mCheckAllPorts)
     {
+      // A port that says the program's setting stands for the program:
+      // nothing is put in force again.
       mPortShadow[(size_t)i] = v;
-      continue;
+      if (SameSetting(param, v, param->Value())) continue;
     }
-    if (v == mPortShadow[(size_t)i] || std::isnan(v)) continue;
+    else if (v == mPortShadow[(size_t)i])
+      continue;
     mPortShadow[(size_t)i] = v;
     // A host may send anything: the parameter keeps to its range.
     double lo, hi;
@@ -96,7 +112,7 @@ void IPlugLV2::ApplyChangedControlPorts()
     mPlug->OnParamChange(i);
     changed = true;
   }
-  mAdoptPorts = false;
+  mCheckAllPorts = false;
   if (changed) PublishValues();
 }
 
@@ -207,6 +223,19 @@ void IPlugLV2::SaveProgramChunk(ByteChunk* chunk)
     std::atomic_thread_fence(std::memory_order_acquire);
     if (mPublishedSeq.Get() == before) break;
   }
+  // What the ports say now is what the host shows and saves beside the state:
+  // a port moved since the last run (or while the instance is deactivated)
+  // is saved as the port says, not as the sound last had it. A port that
+  // says the setting in force keeps the value in force, whole.
+  for (int i = 0; i < NParams(); ++i)
+  {
+    const float* port = mControlPorts[(size_t)i];
+    const IParam* param = mPlug->GetParam(i);
+    if (!port || LV2IsMeter(param) || std::isnan(*port) || SameSetting(param, *port, values[(size_t)i])) continue;
+    double lo, hi;
+    param->GetBounds(&lo, &hi);
+    values[(size_t)i] = std::min(hi, std::max(lo, (double)*port));
+  }
   mPlug->MakeProgramFXP(chunk, mPlug->GetPresetName(mPlug->GetCurrentPresetIdx()), values.get());
 }
 
@@ -216,10 +245,11 @@ bool IPlugLV2::RestoreProgramChunk(const unsigned char* data, int size)
   if (size < 0 || c.PutBytes(data, size) != size) return false;
   IPlugBase::IMutexLock lock(mPlug.get());
   if (!mPlug->LoadProgramFromChunk(&c)) return false;
-  // Whatever the ports hold at the next run stands for the restored program
-  // (a host sets them with the state, before or after it); only later moves
-  // of a port are changes.
-  mAdoptPorts = true;
+  // The ports are the host's record of every parameter: the next run puts
+  // every port that says another setting in force over the restored program,
+  // so the sound is what the host shows, whether it set its ports before the
+  // restore or after.
+  mCheckAllPorts = true;
   PublishValues();
   return true;
 }

@@ -57,11 +57,14 @@ public:
   // call; allocates nothing.
   void RunLV2(uint32_t nFrames);
 
-  // Any thread, also while run runs: the program as an FXP file's bytes, from
-  // the values that run last put in force. Never blocks the audio thread.
+  // Any thread, also while run runs: the program as an FXP file's bytes, with
+  // every connected control port's value as the port holds it now (moved
+  // since the last run or not), and the values in force for the rest. Never
+  // blocks the audio thread.
   void SaveProgramChunk(ByteChunk* chunk);
   // Instantiation thread: loads the program from FXP bytes as a program file
-  // loads; false, and nothing changed, when the instrument refuses them.
+  // loads; false, and nothing changed, when the instrument refuses them. The
+  // next run puts every connected port that says another setting in force.
   bool RestoreProgramChunk(const unsigned char* data, int size);
 
 private:
@@ -83,10 +86,8 @@ private:
   std::unique_ptr<float*[]> mControlPorts;
   // What each input port held when it was last put in force.
   std::unique_ptr<float[]> mPortShadow;
-  // Set by a restore: the next run takes the ports as they are then, without
-  // applying them, so the restored program stands whether the host sets its
-  // ports before the restore, after it, or not at all.
-  bool mAdoptPorts = false;
+  // Set by a restore: the next run compares every port with the program.
+  bool mCheckAllPorts = false;
   std::unique_ptr<double[]> mMeterValues;
   void* mNotify = nullptr; // an LV2_Atom_Sequence to fill
   LV2_Atom_Forge mForge;

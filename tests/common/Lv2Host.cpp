@@ -202,6 +202,8 @@ Lv2Host::Instance::~Instance()
 
 void Lv2Host::Instance::Activate() { lilv_instance_activate(mImpl->instance); }
 
+void Lv2Host::Instance::Deactivate() { lilv_instance_deactivate(mImpl->instance); }
+
 void Lv2Host::Instance::SetControl(const std::string& symbol, float value)
 {
   mImpl->controls[mImpl->symbols.at(symbol)] = value;

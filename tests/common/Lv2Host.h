@@ -69,6 +69,7 @@ public:
   static constexpr size_t kAtomBufferBytes = 1 << 20;
   const std::string& Log() const { return mLog; }
   void Activate();
+  void Deactivate();
   // Runs once, nFrames, with the events given (frame offsets in the block).
   void RunOnce(uint32_t nFrames, const std::vector<MidiAt>& events, long long blockStart);
 
