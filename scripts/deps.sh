@@ -15,6 +15,7 @@ packages=(
   xvfb xdotool imagemagick x11-utils
   lv2-dev liblilv-dev lilv-utils sordi jalv libqt5x11extras5 zenity
   desktop-file-utils appstream lintian man-db dpkg-dev locales-all
+  sox python3-soundfile
 )
 
 missing=()

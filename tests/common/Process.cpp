@@ -1,5 +1,8 @@
 #include "Process.h"
 
+#include <fstream>
+#include <iterator>
+
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
@@ -83,4 +86,12 @@ int StopProcess(pid_t pid, int sig, double timeoutSec)
     WaitFor(pid, 5.0);
   }
   return status;
+}
+
+std::string Capture(const std::vector<std::string>& args, const std::string& folder)
+{
+  const std::string out = folder + "/captured.out", err = folder + "/captured.err";
+  WaitFor(Spawn(args, MakeEnv({}, {}), out, err), 60.0);
+  std::ifstream o(out), e(err);
+  return std::string(std::istreambuf_iterator<char>(o), {}) + std::string(std::istreambuf_iterator<char>(e), {});
 }

@@ -18,6 +18,9 @@ pid_t Spawn(const std::vector<std::string>& args, const std::vector<std::string>
             const std::string& err);
 // Waits up to timeoutSec for pid; the wait status, or -1 on time-out.
 int WaitFor(pid_t pid, double timeoutSec);
+// Runs args[0] to its end (at most a minute) and returns what it wrote to
+// standard output, then to standard error; files in folder hold them.
+std::string Capture(const std::vector<std::string>& args, const std::string& folder);
 // Sends sig and waits up to timeoutSec; a process still there is killed.
 // The wait status, or -1 when it had to be killed.
 int StopProcess(pid_t pid, int sig, double timeoutSec);

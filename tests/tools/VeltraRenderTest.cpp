@@ -1,6 +1,7 @@
 // veltra-render run as a user runs it: real MIDI files in, real WAV and FLAC
 // files out, read back with libsndfile.
 
+#include "MidiFile.h"
 #include "Process.h"
 #include "Render.h"
 #include "Signal.h"
@@ -164,6 +165,21 @@ TEST_F(VeltraRender, IntegerFormatsRoundToNearestAlikeInWavAndFlac)
   for (size_t i = 0; i < exact.size(); ++i) off += (w16[i] >> 16) != lrint(exact[i] * 32767.0);
   EXPECT_EQ(off, 0u) << "every sample the nearest step";
 
+  // Every reader takes the files without a word: sox, Python's soundfile,
+  // and Python's wave for PCM.
+  for (const char* f : {"exact.wav", "a16.wav"})
+  {
+    const std::string soxi = Capture({"/usr/bin/sox", "--i", Path(f)}, mDir);
+    EXPECT_EQ(soxi.find("WARN"), std::string::npos) << soxi;
+    EXPECT_NE(soxi.find(" " + std::to_string(exact.size() / 2) + " samples"), std::string::npos) << soxi;
+  }
+  EXPECT_EQ(Capture({"/usr/bin/python3", "-c",
+                     "import soundfile, wave, sys; d, r = soundfile.read(sys.argv[1]); "
+                     "print(d.shape, r, wave.open(sys.argv[2]).getnframes())",
+                     Path("exact.wav"), Path("a16.wav")},
+                    mDir),
+            "(" + std::to_string(exact.size() / 2) + ", 2) 44100 " + std::to_string(exact.size() / 2) + "\n");
+
   const Outcome loud = Render({"--gain", "4", "--format", "pcm16", mid, Path("loud.wav")});
   ASSERT_EQ(loud.status, 0);
   EXPECT_NE(loud.err.find("warning: "), std::string::npos) << loud.err;
@@ -205,15 +221,48 @@ TEST_F(VeltraRender, NothingTheUserOwnsIsLost)
   const std::string longName = Path(std::string(251, 'n') + ".wav");
   EXPECT_EQ(Render({"-q", mid, longName}).status, 0);
 
-  // A signal ends a long render at once and leaves nothing behind.
+  // Every signal that would end the program ends a long render at once and
+  // leaves nothing behind. A render beyond 4 GiB is written as RF64 from its
+  // first bytes on (this one would take 44 GB: it is stopped at once).
   const std::vector<std::string> before = Files();
-  const pid_t pid = Start({"-q", "-t", "3000", mid, Path("long.wav")});
-  usleep(300000);
-  kill(pid, SIGTERM);
-  r = Wait(pid);
-  EXPECT_EQ(r.status, 143) << r.err;
-  EXPECT_EQ(Files(), before) << "no partial file is left";
+  for (int sig : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGXFSZ})
+  {
+    SCOPED_TRACE(strsignal(sig));
+    const pid_t pid = Start({"-q", "-t", "3000", "-r", "768000", "--format", "double", mid, Path("long.wav")});
+    std::string head;
+    for (int i = 0; i < 200 && head.size() < 4; ++i, usleep(10000))
+      for (const std::string& f : Files())
+        if (f[0] == '.')
+        {
+          char b[4];
+          if (std::ifstream(Path(f), std::ios::binary).read(b, 4)) head.assign(b, 4);
+        }
+    EXPECT_EQ(head, "RF64");
+    kill(pid, sig);
+    r = Wait(pid);
+    EXPECT_EQ(r.status, 128 + sig) << r.err;
+    EXPECT_EQ(Files(), before) << "no partial file is left";
+  }
   EXPECT_NE(access(Path("long.wav").c_str(), F_OK), 0);
+}
+
+// What a reader is told to keep is all it stores, however many messages of
+// other kinds a file holds; the file still lasts to its last message.
+TEST(MidiFileReader, StoresOnlyWhatItKeepsAndTheLastMessage)
+{
+  Bytes t = {0, 0x90, 60, 100};
+  for (int k = 0; k < 100000; ++k) t.insert(t.end(), {0, 0xC0, (unsigned char)(k % 128)});
+  t.insert(t.end(), {0x60, 0x80, 60, 0, 0x60, 0xC0, 5, 0, 0xFF, 0x2F, 0});
+  const Bytes file = Smf(0, 96, {t});
+  std::vector<MidiFileEvent> events;
+  std::string why;
+  ASSERT_TRUE(ReadMidiFile(file.data(), file.size(), &events, &why, [](uint8_t s) { return (s >> 4) != 0xC; })) << why;
+  ASSERT_EQ(events.size(), 3u);
+  EXPECT_EQ(events[1].mStatus, 0x80);
+  EXPECT_EQ(events[2].mStatus, 0xC0) << "the last message keeps the file's length";
+  EXPECT_DOUBLE_EQ(events[2].mSeconds, 1.0);
+  ASSERT_TRUE(ReadMidiFile(file.data(), file.size(), &events, &why));
+  EXPECT_EQ(events.size(), 100003u);
 }
 
 TEST_F(VeltraRender, EveryRefusalNamesItsArgumentAndLeavesNoFile)

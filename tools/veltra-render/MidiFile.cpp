@@ -74,7 +74,8 @@ bool Fail(std::string* error, const std::string& why)
   return false;
 }
 
-bool ReadTrack(Reader r, int track, std::vector<RawEvent>* out, std::string* error)
+bool ReadTrackEvents(Reader r, int track, std::vector<RawEvent>* out, MidiStatusFilter keep, RawEvent* lastDropped,
+                     std::string* error)
 {
   uint64_t tick = 0;
   uint8_t running = 0;
@@ -127,9 +128,27 @@ bool ReadTrack(Reader r, int track, std::vector<RawEvent>* out, std::string* err
       if (!r.Byte(&d[i])) return Fail(error, where + "truncated channel message");
       if (d[i] & 0x80) return Fail(error, where + "data byte above 127");
     }
-    out->push_back({tick, -1, {0, status, d[0], d[1], 0, 0}});
+    const RawEvent e = {tick, -1, {0, status, d[0], d[1], 0, 0}};
+    if (!keep || keep(status))
+      out->push_back(e);
+    else
+      *lastDropped = e;
   }
   return true; // a track without its end marker ends with its data
+}
+
+// A track's events, and its last channel message when keep dropped it, so
+// that the file's end in time stays.
+bool ReadTrack(Reader r, int track, std::vector<RawEvent>* out, MidiStatusFilter keep, std::string* error)
+{
+  const size_t first = out->size();
+  RawEvent lastDropped = {0, -2, {}};
+  if (!ReadTrackEvents(r, track, out, keep, &lastDropped, error)) return false;
+  uint64_t lastKept = 0;
+  for (size_t i = first; i < out->size(); ++i)
+    if ((*out)[i].mTempo == -1) lastKept = (*out)[i].mTick;
+  if (lastDropped.mTempo == -1 && (out->size() == first || lastDropped.mTick > lastKept)) out->push_back(lastDropped);
+  return true;
 }
 } // namespace
 
@@ -157,7 +176,8 @@ void UnwrapRmid(const unsigned char** data, size_t* size)
 }
 } // namespace
 
-bool ReadMidiFile(const unsigned char* data, size_t size, std::vector<MidiFileEvent>* events, std::string* error)
+bool ReadMidiFile(const unsigned char* data, size_t size, std::vector<MidiFileEvent>* events, std::string* error,
+                  MidiStatusFilter keep)
 {
   events->clear();
   UnwrapRmid(&data, &size);
@@ -179,7 +199,7 @@ bool ReadMidiFile(const unsigned char* data, size_t size, std::vector<MidiFileEv
     if (chunkLen > r.Left()) return Fail(error, "chunk runs past the end of the file");
     if (type == 0x4D54726B) // "MTrk"
     {
-      if (!ReadTrack(Reader(r.Here(), chunkLen), track, &raw, error)) return false;
+      if (!ReadTrack(Reader(r.Here(), chunkLen), track, &raw, keep, error)) return false;
       ++track;
     }
     r.Skip(chunkLen); // other chunk types are skipped

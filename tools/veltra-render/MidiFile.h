@@ -18,9 +18,16 @@ struct MidiFileEvent
   uint64_t mTimeUnits; // units a second (the same for every event of a file)
 };
 
-// Fills events with every channel message, in time order (file order for
-// equal times: track by track). False with a reason on a malformed file.
-bool ReadMidiFile(const unsigned char* data, size_t size, std::vector<MidiFileEvent>* events, std::string* error);
+// Which channel messages a reader keeps, by status byte; null keeps all.
+typedef bool (*MidiStatusFilter)(uint8_t status);
+
+// Fills events with the channel messages that keep takes (all without it),
+// in time order (file order for equal times: track by track), and with the
+// file's last channel message of any kind, so that the file lasts as long
+// as its events do. What keep drops is never stored. False with a reason on
+// a malformed file.
+bool ReadMidiFile(const unsigned char* data, size_t size, std::vector<MidiFileEvent>* events, std::string* error,
+                  MidiStatusFilter keep = nullptr);
 
 // The sample at which an event sounds: its exact time at the sample rate,
 // rounded half up (an event half-way between two samples sounds at the

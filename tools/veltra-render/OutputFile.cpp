@@ -86,8 +86,11 @@ void CatchStopSignals()
   struct sigaction sa = {};
   sa.sa_handler = OnStopSignal;
   sigemptyset(&sa.sa_mask);
-  sigaction(SIGINT, &sa, nullptr);
-  sigaction(SIGTERM, &sa, nullptr);
+  // A write beyond the file-size limit then fails with an error instead of
+  // ending the program, and the render stops as for the others.
+  for (int sig :
+       {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGXFSZ, SIGXCPU, SIGALRM, SIGVTALRM, SIGPROF, SIGUSR1, SIGUSR2, SIGPIPE})
+    sigaction(sig, &sa, nullptr);
 }
 
 int StopRequested() { return sStopSignal; }
@@ -97,11 +100,16 @@ void RemovePartialOutput()
   if (sUnfinished) sUnfinished->Abort();
 }
 
-SoundOutput::SoundOutput(const OutputTarget& target, int rate, int format)
+SoundOutput::SoundOutput(const OutputTarget& target, int rate, int format, long long frames)
     : mTarget(target), mReplacer(new WDL_FileReplacer(target.path.c_str())), mFormat(format)
 {
   if (!mReplacer->Ok()) Fail("%s: cannot write: %s", target.path.c_str(), strerror(errno));
   sUnfinished = mReplacer.get();
+  if (target.container == SF_FORMAT_WAV)
+  {
+    WriteWavHeader(rate, frames);
+    return;
+  }
   SF_INFO info = {};
   info.samplerate = rate;
   info.channels = 2;
@@ -109,16 +117,123 @@ SoundOutput::SoundOutput(const OutputTarget& target, int rate, int format)
   // The descriptor stays the replacer's: the sound file only writes to it.
   mFile = sf_open_fd(mReplacer->Fd(), SFM_WRITE, &info, SF_FALSE);
   if (!mFile) Fail("%s: cannot write: %s", target.path.c_str(), sf_strerror(nullptr));
-  // The peak chunk carries a time stamp; without it two renders of the same
-  // input are identical files.
-  sf_command(mFile, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
 }
 
 SoundOutput::~SoundOutput()
 {
   if (mFile) sf_close(mFile);
   if (sUnfinished == mReplacer.get()) sUnfinished = nullptr;
-  delete[] mInts;
+}
+
+namespace
+{
+// Little-endian fields of a RIFF header.
+struct Header
+{
+  std::string bytes;
+  void Tag(const char* t) { bytes.append(t, 4); }
+  void U16(unsigned v) { bytes.append({(char)(v & 255), (char)(v >> 8 & 255)}); }
+  void U32(unsigned long long v)
+  {
+    for (int i = 0; i < 4; ++i) bytes += (char)(v >> (8 * i) & 255);
+  }
+  void U64(unsigned long long v)
+  {
+    for (int i = 0; i < 8; ++i) bytes += (char)(v >> (8 * i) & 255);
+  }
+};
+
+int BytesPerSample(int format)
+{
+  switch (format)
+  {
+  case SF_FORMAT_PCM_16:
+    return 2;
+  case SF_FORMAT_PCM_24:
+    return 3;
+  case SF_FORMAT_DOUBLE:
+    return 8;
+  default:
+    return 4;
+  }
+}
+} // namespace
+
+// RIFF, "WAVE", then the format chunk (16 bytes for PCM; 18 for floating
+// point, whose format needs the extension size, 0, and a fact chunk with the
+// frame count), then the data. Sizes that do not fit 32 bits make the file
+// RF64 (EBU Tech 3306): its ds64 chunk holds them, and the 32-bit fields
+// hold all ones.
+void SoundOutput::WriteWavHeader(int rate, long long frames)
+{
+  const bool floating = mFormat == SF_FORMAT_FLOAT || mFormat == SF_FORMAT_DOUBLE;
+  const unsigned block = 2 * (unsigned)BytesPerSample(mFormat);
+  const unsigned long long data = (unsigned long long)frames * block;
+  const unsigned long long fmtChunk = 8 + (floating ? 18 : 16), factChunk = floating ? 12 : 0;
+  const unsigned long long riff = 4 + fmtChunk + factChunk + 8 + data;
+  const bool rf64 = riff > 0xFFFFFFFFull;
+  const unsigned long long none = 0xFFFFFFFFull;
+  Header h;
+  h.Tag(rf64 ? "RF64" : "RIFF");
+  h.U32(rf64 ? none : riff);
+  h.Tag("WAVE");
+  if (rf64)
+  {
+    h.Tag("ds64");
+    h.U32(28);
+    h.U64(riff + 36);
+    h.U64(data);
+    h.U64((unsigned long long)frames);
+    h.U32(0); // no table of other chunks' sizes
+  }
+  h.Tag("fmt ");
+  h.U32(floating ? 18 : 16);
+  h.U16(floating ? 3 : 1); // WAVE_FORMAT_IEEE_FLOAT, WAVE_FORMAT_PCM
+  h.U16(2);
+  h.U32((unsigned)rate);
+  h.U32((unsigned)rate * block);
+  h.U16(block);
+  h.U16(block * 4);
+  if (floating)
+  {
+    h.U16(0);
+    h.Tag("fact");
+    h.U32(4);
+    h.U32(frames > (long long)none ? none : (unsigned long long)frames);
+  }
+  h.Tag("data");
+  h.U32(rf64 ? none : data);
+  if (!mReplacer->Write(h.bytes.data(), h.bytes.size()))
+    Fail("%s: cannot write: %s", mTarget.path.c_str(), strerror(errno));
+}
+
+void SoundOutput::WriteWavSamples(const double* frames, int n)
+{
+  const size_t samples = 2 * (size_t)n, bytes = samples * (size_t)BytesPerSample(mFormat);
+  if (mByteCapacity < bytes)
+  {
+    mBytes.reset(new unsigned char[bytes]);
+    mByteCapacity = bytes;
+  }
+  unsigned char* p = mBytes.get();
+  for (size_t i = 0; i < samples; ++i)
+  {
+    uint64_t word;
+    int width = BytesPerSample(mFormat);
+    if (mFormat == SF_FORMAT_DOUBLE)
+      memcpy(&word, &frames[i], 8);
+    else if (mFormat == SF_FORMAT_FLOAT)
+    {
+      const float f = (float)frames[i];
+      uint32_t u;
+      memcpy(&u, &f, 4);
+      word = u;
+    }
+    else
+      word = (uint64_t)(uint32_t)mInts[i] >> (mFormat == SF_FORMAT_PCM_24 ? 8 : 16); // the word's top bits
+    for (int b = 0; b < width; ++b) *p++ = (unsigned char)(word >> (8 * b));
+  }
+  if (!mReplacer->Write(mBytes.get(), bytes)) Fail("%s: cannot write: %s", mTarget.path.c_str(), strerror(errno));
 }
 
 const char* SoundOutput::FormatName() const
@@ -140,7 +255,6 @@ void SoundOutput::Write(const double* frames, int n)
 {
   const int samples = 2 * n;
   for (int i = 0; i < samples; ++i) mPeak = std::max(mPeak, std::fabs(frames[i]));
-  sf_count_t written;
   if (mFormat == SF_FORMAT_PCM_16 || mFormat == SF_FORMAT_PCM_24)
   {
     // Nearest step, clipped: the same integers go to WAV and FLAC, which
@@ -150,8 +264,7 @@ void SoundOutput::Write(const double* frames, int n)
     const int shift = wide ? 8 : 16;
     if (mIntCapacity < samples)
     {
-      delete[] mInts;
-      mInts = new int[(size_t)samples];
+      mInts.reset(new int[(size_t)samples]);
       mIntCapacity = samples;
     }
     for (int i = 0; i < samples; ++i)
@@ -164,20 +277,20 @@ void SoundOutput::Write(const double* frames, int n)
       }
       mInts[i] = (int)((unsigned long)v << shift);
     }
-    written = sf_writef_int(mFile, mInts, n);
   }
-  else
-  {
-    written = sf_writef_double(mFile, frames, n);
-  }
+  if (!mFile) return WriteWavSamples(frames, n);
+  const sf_count_t written = mInts ? sf_writef_int(mFile, mInts.get(), n) : sf_writef_double(mFile, frames, n);
   if (written != n) Fail("%s: cannot write: %s", mTarget.path.c_str(), sf_strerror(mFile));
 }
 
 void SoundOutput::Commit()
 {
-  sf_write_sync(mFile);
-  const int err = sf_close(mFile);
-  mFile = nullptr;
-  if (err) Fail("%s: cannot write: %s", mTarget.path.c_str(), sf_error_number(err));
+  if (mFile)
+  {
+    sf_write_sync(mFile);
+    const int err = sf_close(mFile);
+    mFile = nullptr;
+    if (err) Fail("%s: cannot write: %s", mTarget.path.c_str(), sf_error_number(err));
+  }
   if (!mReplacer->Commit()) Fail("%s: cannot write: %s", mTarget.path.c_str(), strerror(errno));
 }

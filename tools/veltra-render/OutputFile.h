@@ -27,7 +27,8 @@ OutputTarget CheckOutput(const std::string& output, const std::string& input);
 // for FLAC); fails on one the container cannot hold.
 int SampleFormat(const std::string& format, int container);
 
-// SIGINT and SIGTERM end a render: the loop asks StopRequested() between
+// Every signal that would end the program (SIGINT, SIGTERM, SIGHUP, SIGQUIT,
+// SIGXFSZ, ...) ends a render instead: the loop asks StopRequested() between
 // blocks, and the exit status is 128 + the signal.
 void CatchStopSignals();
 int StopRequested();
@@ -37,11 +38,13 @@ void RemovePartialOutput();
 
 // Writes the two channels of a render. Integer formats are rounded to
 // nearest with clipping here, the same for WAV and FLAC; clipped samples
-// are counted.
+// are counted. WAV files are written here, their length known beforehand:
+// float and double ones with the full format chunk that every reader takes
+// without a warning, and beyond 4 GiB as RF64. FLAC goes through libsndfile.
 class SoundOutput
 {
 public:
-  SoundOutput(const OutputTarget& target, int rate, int format);
+  SoundOutput(const OutputTarget& target, int rate, int format, long long frames);
   ~SoundOutput();
   SoundOutput(const SoundOutput&) = delete;
   SoundOutput& operator=(const SoundOutput&) = delete;
@@ -56,12 +59,17 @@ public:
   const char* FormatName() const;
 
 private:
+  void WriteWavHeader(int rate, long long frames);
+  void WriteWavSamples(const double* frames, int n);
+
   const OutputTarget mTarget;
   std::unique_ptr<WDL_FileReplacer> mReplacer;
   int mFormat;
-  sf_private_tag* mFile = nullptr;
-  int* mInts = nullptr;
+  sf_private_tag* mFile = nullptr; // FLAC only
+  std::unique_ptr<int[]> mInts;
   int mIntCapacity = 0;
+  std::unique_ptr<unsigned char[]> mBytes; // a block of WAV samples
+  size_t mByteCapacity = 0;
   double mPeak = 0.0;
   long long mClipped = 0;
 };

@@ -27,6 +27,15 @@ namespace
 // A MIDI file longer than this is refused rather than rendered for hours.
 constexpr double kMaxSeconds = 4 * 3600.0;
 
+// The messages the instrument answers: notes, control changes and the
+// pitch wheel. The rest of a file (program changes, aftertouch) is never
+// stored.
+bool Plays(uint8_t status)
+{
+  const int kind = status >> 4;
+  return kind == 0x8 || kind == 0x9 || kind == 0xB || kind == 0xE;
+}
+
 std::vector<unsigned char> ReadInput(const std::string& path)
 {
   std::ifstream f(path, std::ios::binary);
@@ -145,7 +154,7 @@ int main(int argc, char** argv)
   const std::vector<unsigned char> data = ReadInput(o.input);
   std::vector<MidiFileEvent> events;
   std::string why;
-  if (!ReadMidiFile(data.data(), data.size(), &events, &why)) Fail("%s: %s", o.input.c_str(), why.c_str());
+  if (!ReadMidiFile(data.data(), data.size(), &events, &why, Plays)) Fail("%s: %s", o.input.c_str(), why.c_str());
   const double lastEvent = events.empty() ? 0.0 : events.back().mSeconds;
   if (lastEvent + o.tail > kMaxSeconds)
     Fail("%s: lasts %.0f s, longer than the %.0f s this renderer takes", o.input.c_str(), lastEvent + o.tail,
@@ -160,8 +169,8 @@ int main(int argc, char** argv)
   plug->Reset();
 
   CatchStopSignals();
-  SoundOutput out(target, o.rate, format);
   const long long total = (long long)std::floor((lastEvent + o.tail) * o.rate + 0.5);
+  SoundOutput out(target, o.rate, format, total);
   std::vector<long long> sampleOf(events.size());
   for (size_t k = 0; k < events.size(); ++k) sampleOf[k] = MidiEventSample(events[k], o.rate);
   auto plays = [&](const MidiFileEvent& e) { return !o.channel || (e.mStatus & 0x0F) + 1 == o.channel; };
