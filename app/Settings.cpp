@@ -1,6 +1,7 @@
 #include "Settings.h"
 
 #include "AppState.h"
+#include "regularfile.h"
 #include "swell-ini.h"
 #include "threadrole.h"
 
@@ -11,6 +12,7 @@
 #include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -71,7 +73,7 @@ bool MakeFolders(const std::string& path)
 
 std::string KeepCopyAsBad(const std::string& path)
 {
-  FILE* in = fopen(path.c_str(), "rb");
+  FILE* in = WDL_OpenRegularFile(path.c_str());
   if (!in) return std::string();
   std::string name;
   FILE* out = nullptr;
@@ -150,6 +152,32 @@ void KeepUnreadableFile(long long size)
   if (!bad.empty())
     printf("%s could not be read as settings; kept as %s, starting with defaults\n", gINIPath, bad.c_str());
 }
+// Fifteen keys take a few hundred bytes, and a person's notes no more than a
+// few kilobytes: a file beyond this is not VELTRA's settings, and reading it
+// would cost memory and time at every start, and a rewrite at every save.
+constexpr long long kMaxSettingsBytes = 64 * 1024;
+
+// An oversized file is kept beside as .bad and goes, in one console line;
+// true when the settings' file can then be read and written. When no copy
+// can be made, it stays untouched and unread (false).
+bool SetAsideOversizedFile(long long size)
+{
+  if (size <= kMaxSettingsBytes) return true;
+  const std::string bad = KeepCopyAsBad(gINIPath);
+  if (bad.empty())
+  {
+    printf("%s is too large to be VELTRA's settings (%lld bytes) and could not be kept aside: VELTRA starts with "
+           "defaults and saves no settings\n",
+           gINIPath, size);
+    return false;
+  }
+  unlink(gINIPath);
+  printf("%s is too large to be VELTRA's settings (%lld bytes); kept as %s, starting with defaults\n", gINIPath, size,
+         bad.c_str());
+  return true;
+}
+
+void ReadAllKeys();
 } // namespace
 
 char* gINIPath = MakeINIPath();
@@ -186,7 +214,21 @@ int LoadSettings()
     return 0;
   }
 
+  if (!SetAsideOversizedFile(st.st_size))
+  {
+    gINIPath[folder.size()] = 0;
+    return 0;
+  }
   KeepUnreadableFile(st.st_size);
+  ReadAllKeys();
+  UpdateINI(); // completes a file with missing keys at once
+  return 0;
+}
+
+namespace
+{
+void ReadAllKeys()
+{
   AppState* s = gState;
   ReadNumber("audio", "driver", 0, &s->mAudioDriverType);
   ReadText("audio", "indev", "Built-in Input", s->mAudioInDev);
@@ -203,9 +245,8 @@ int LoadSettings()
   ReadText("midi", "outdev", "no output", s->mMidiOutDev);
   ReadNumber("midi", "inchan", 0, &s->mMidiInChan);
   ReadNumber("midi", "outchan", 0, &s->mMidiOutChan);
-  UpdateINI(); // completes a file with missing keys at once
-  return 0;
 }
+} // namespace
 
 void UpdateINI()
 {

@@ -3,6 +3,8 @@
 
 #include "lice.h"
 
+#include "regularfile.h"
+
 #include <climits>
 #include <condition_variable>
 #include <csetjmp>
@@ -125,7 +127,8 @@ std::string NamedPath(const char* name)
 
 LICE_IBitmap* DecodeFile(const char* path, LICE_IBitmap* bmp)
 {
-  FILE* fp = fopen(path, "rb");
+  // Only a regular file: a FIFO in its place would hold the start for good.
+  FILE* fp = WDL_OpenRegularFile(path);
   if (!fp) return nullptr;
   LICE_IBitmap* r = Decode(bmp, [fp](png_structp png) { png_init_io(png, fp); });
   fclose(fp);

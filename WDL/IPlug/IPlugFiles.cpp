@@ -3,6 +3,7 @@
 // is little-endian. GUI thread.
 
 #include "IPlugBase.h"
+#include "regularfile.h"
 #include "replacefile.h"
 #include "wdlcstring.h"
 
@@ -103,7 +104,7 @@ bool WriteFile(const WDL_String* fileName, const ByteChunk& c)
 bool ReadFile(const WDL_String* fileName, ByteChunk* c)
 {
   if (!fileName || !fileName->GetLength()) return false;
-  FILE* fp = fopen(fileName->Get(), "rb");
+  FILE* fp = WDL_OpenRegularFile(fileName->Get());
   if (!fp) return false;
   fseek(fp, 0, SEEK_END);
   const long size = ftell(fp);

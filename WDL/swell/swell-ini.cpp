@@ -3,6 +3,7 @@
 #include "assocarray.h"
 #include "mutex.h"
 #include "queue.h"
+#include "regularfile.h"
 #include "replacefile.h"
 
 #include <cstdint>
@@ -66,7 +67,7 @@ bool fgets_to_typedbuf(WDL_TypedBuf<char>* buf, FILE* fp)
 
 void LoadContext(iniFileContext* ctx, const char* fn)
 {
-  FILE* fp = fopen(fn, "r");
+  FILE* fp = WDL_OpenRegularFile(fn, "r");
   if (!fp)
   {
     ctx->m_curfn_time = 0;
@@ -172,14 +173,12 @@ iniFileContext* GetFileContext(const char* fn)
 bool WriteBackFile(iniFileContext* ctx)
 {
   if (!ctx || !ctx->m_curfn) return false;
-  // "/a/b/settings.ini" is rewritten through "/a/b/.settings.ini.new".
-  char tmp[1024];
-  lstrcpyn_safe(tmp, ctx->m_curfn, 1016);
-  char* part = strrchr(tmp, '/');
-  part = part ? part + 1 : tmp;
-  memmove(part + 1, part, strlen(part) + 1);
-  *part = '.';
-  strcat(tmp, ".new");
+  // "/a/b/settings.ini" is rewritten through "/a/b/.settings.ini.new", in
+  // the file's own folder whatever the length of its path.
+  std::string tmp = ctx->m_curfn;
+  const size_t slash = tmp.rfind('/');
+  tmp.insert(slash == std::string::npos ? 0 : slash + 1, ".");
+  tmp += ".new";
 
   std::string text;
   for (int i = 0; i < ctx->m_sections.GetSize(); ++i)
@@ -196,7 +195,7 @@ bool WriteBackFile(iniFileContext* ctx)
     }
     text += "\n";
   }
-  if (!WDL_ReplaceFile(ctx->m_curfn, text.data(), text.size(), tmp)) return false;
+  if (!WDL_ReplaceFile(ctx->m_curfn, text.data(), text.size(), tmp.c_str())) return false;
   ctx->m_curfn_time = getfileupdtimesize(ctx->m_curfn, &ctx->m_curfn_sz);
   return true;
 }

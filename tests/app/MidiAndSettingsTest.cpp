@@ -122,6 +122,16 @@ TEST(Settings, UnreadableFilesAreKeptWithoutOverwritingEarlierOnes)
   EXPECT_EQ(ReadWholeFile(path + ".bad.2"), "third junk");
   EXPECT_NE(ReadWholeFile(path).find("[midi]"), std::string::npos);
 
+  // 200000 sections of settings nobody knows: never read, kept whole beside,
+  // and a file of the fifteen keys in their place.
+  std::string huge = "[audio]\nsr=48000\n";
+  for (int i = 0; i < 200000; ++i) huge += "[s" + std::to_string(i) + "]\nk=v\n";
+  std::ofstream(path) << huge;
+  EXPECT_EQ(LoadSettings(), 0);
+  EXPECT_TRUE(ReadWholeFile(path + ".bad.3") == huge);
+  EXPECT_LT(ReadWholeFile(path).size(), 1000u);
+  EXPECT_STREQ(state.mAudioSR, "44100") << "the defaults, not the oversized file's";
+
   // A folder under the file's name is reported and left alone: nothing is
   // kept beside it, no temporary file, no write later.
   system(("rm -rf '" + temp.Path() + "/VELTRA' && mkdir -p '" + path + "'").c_str());

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <png.h>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -111,6 +112,15 @@ TEST_F(Png, NamesLoaderAndResources)
   // of 401 is refused before any look-up.
   EXPECT_EQ(LICE_LoadPNGFromNamedResource(name400.c_str()), nullptr);
   LICE_IBitmap* named = LICE_LoadPNGFromNamedResource("a.PNG");
+  EXPECT_NE(named, nullptr);
+  delete named;
+  // A FIFO in an image's place is no image: neither a load nor a decode
+  // ahead waits on it.
+  ASSERT_EQ(mkfifo((mDir + "/fifo.png").c_str(), 0600), 0);
+  const char* ahead[] = {"fifo.png", "a.PNG"};
+  LICE_DecodeNamedPNGsAhead(ahead, 2);
+  EXPECT_EQ(LICE_LoadPNGFromNamedResource("fifo.png"), nullptr);
+  named = LICE_LoadPNGFromNamedResource("a.PNG");
   EXPECT_NE(named, nullptr);
   delete named;
   LICE_SetResourceRoot("");

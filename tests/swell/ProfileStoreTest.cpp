@@ -89,6 +89,20 @@ TEST_F(ProfileStore, UnchangedWritesLeaveTheFileAlone)
                      { return !WritePrivateProfileString("s", "k", "a longer value", fn.c_str()) && errno == EFBIG; }));
   EXPECT_EQ(Read(fn), "[s]\n\n");
   EXPECT_NE(access((mDir + "/.d.ini.new").c_str(), F_OK), 0);
+
+  // A file deep in folders, its path over a kilobyte, and one that is a
+  // FIFO: the rewrite goes through the file's own folder, nothing is left
+  // in the ones above, and the FIFO reads as empty without waiting.
+  std::string deep = mDir;
+  for (int i = 0; i < 12; ++i) mkdir((deep += "/" + std::string(100, 'a' + i)).c_str(), 0755);
+  const std::string far = deep + "/settings.ini";
+  ASSERT_TRUE(WritePrivateProfileString("s", "k", "v", far.c_str()));
+  EXPECT_EQ(Read(far), "[s]\nk=v\n\n");
+  EXPECT_EQ(FilesIn(mDir + "/" + std::string(100, 'a')), std::vector<std::string>{std::string(100, 'b')});
+  EXPECT_EQ(FilesIn(deep), std::vector<std::string>{"settings.ini"});
+  const std::string fifo = mDir + "/fifo.ini";
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  EXPECT_EQ(Get("s", "k", fifo), "<none>");
 }
 
 TEST_F(ProfileStore, ChangesBehindTheCacheAndEviction)
