@@ -150,6 +150,18 @@ double mapRate(double v);
 // kinds and ranges of the 44 slots, and the default program.
 void InitVeltraParams(IPlugBase* plug);
 
+// How hosts and the renderer's parameter list name what a setting does,
+// beside the parameter table, whose parameters carry no labels: the names of
+// an integer's or a switch's values from its minimum up, and the LV2 unit
+// (units:...) of the rest where there is one. Null and 0 where none.
+struct VELTRAParamNames
+{
+  const char* const* values;
+  int nValues;
+  const char* unit;
+};
+VELTRAParamNames VeltraParamNames(int paramIdx);
+
 class VELTRA : public IPlugStandalone, public IKeyTable
 {
 public:

@@ -36,8 +36,18 @@ int main(int argc, char** argv)
   meters[kARMeter] = "AR Env. Meter";
   meters[kLFOMeter] = "LFO Meter";
   meters[kPWMMeter] = "PWM Meter";
-  const LV2BundleDescription desc = {kVeltraLV2URI, "VELTRA", "veltra.ttl",  "veltra_dsp.so",
-                                     argv[2],       meters,   "veltra_ui.so"};
+  const char* const* valueNames[kNumParams] = {};
+  int numValueNames[kNumParams] = {};
+  const char* units[kNumParams] = {};
+  for (int i = 0; i < kNumParams; ++i)
+  {
+    const VELTRAParamNames names = VeltraParamNames(i);
+    valueNames[i] = names.values;
+    numValueNames[i] = names.nValues;
+    units[i] = names.unit;
+  }
+  const LV2BundleDescription desc = {kVeltraLV2URI, "VELTRA",       "veltra.ttl", "veltra_dsp.so", argv[2],
+                                     meters,        "veltra_ui.so", valueNames,   numValueNames,   units};
   if (!WriteLV2Bundle(plug.get(), desc, presets, argv[1], &error))
   {
     fprintf(stderr, "veltra-lv2-bundle: %s\n", error.c_str());

@@ -61,3 +61,38 @@ void InitVeltraParams(IPlugBase* plug)
   // program puts these in force through OnParamChange.
   plug->MakeDefaultPreset("-", kVeltraPrograms);
 }
+
+VELTRAParamNames VeltraParamNames(int paramIdx)
+{
+  static const char* const kWaves[] = {"Sine",  "Triangle", "Square",           "Pulse",     "Saw",
+                                       "Noise", "Organ",    "Double Rectangle", "Double Saw"};
+  // Octave 2 plays a note at its own pitch.
+  static const char* const kOctaves[] = {"-2 oct", "-1 oct", "0 oct", "+1 oct", "+2 oct"};
+  static const char* const kModes[] = {"SUM (OP1 + OP2)", "FM (OP1 > OP2)"};
+  static const char* const kCrusherPlace[] = {"after the filter", "Pre VCF"};
+  static const char* const kSwitch[] = {"off", "On"};
+  switch (paramIdx)
+  {
+  case kOP1Waveform:
+  case kOP2Waveform:
+    return {kWaves, 9, nullptr};
+  case kOP1Octave:
+  case kOP2Octave:
+    return {kOctaves, 5, nullptr};
+  case kOP1Tune:
+  case kOP2Tune:
+    return {nullptr, 0, "cent"};
+  case kChorusSpeed:
+    return {nullptr, 0, "frame"}; // the longest delay, in samples
+  case kSynthMode:
+    return {kModes, 2, nullptr};
+  case kCrusherBeforeVCF:
+    return {kCrusherPlace, 2, nullptr};
+  case kPWMOn:
+  case kPortamentoOn:
+  case kSmoothingOn:
+    return {kSwitch, 2, nullptr};
+  default:
+    return {nullptr, 0, nullptr};
+  }
+}

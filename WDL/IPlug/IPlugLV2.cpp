@@ -20,9 +20,13 @@ IPlugLV2::IPlugLV2(IPlugStandalone* plug, const IPlugLV2Setup& setup)
   mPlug->SetHost("", 0);
   mForge = LV2_Atom_Forge();
   if (mInfo.mMap) lv2_atom_forge_init(&mForge, mInfo.mMap);
-  for (std::unique_ptr<double[]>& s : mScratch) s.reset(new double[(size_t)mInfo.mMaxBlockSize]());
+  // The instrument's blocks stay within the framework's largest, whatever
+  // the host's runs may bring (run splits longer ones): a host's option of
+  // a billion frames costs no more than one of 8192.
+  mBlock = std::max(1, std::min(mInfo.mMaxBlockSize, kMaxSignalVectorSize));
+  for (std::unique_ptr<double[]>& s : mScratch) s.reset(new double[(size_t)mBlock]());
   mPlug->RestorePreset(0);
-  mPlug->SetBlockSize(mInfo.mMaxBlockSize);
+  mPlug->SetBlockSize(mBlock);
   mPlug->SetSampleRate(mInfo.mSampleRate);
   mPlug->Reset();
   ResetPortShadow();
@@ -122,7 +126,7 @@ void IPlugLV2::RenderFrames(uint32_t start, uint32_t end)
   // gain that every host adapter applies.
   for (uint32_t pos = start; pos < end;)
   {
-    const uint32_t n = std::min<uint32_t>(end - pos, (uint32_t)mInfo.mMaxBlockSize);
+    const uint32_t n = std::min<uint32_t>(end - pos, (uint32_t)mBlock);
     double* outs[2] = {mScratch[0].get(), mScratch[1].get()};
     mPlug->ProcessDoubleReplacing(nullptr, outs, (int)n);
     for (int c = 0; c < 2; ++c)

@@ -78,6 +78,7 @@ private:
   std::unique_ptr<IPlugStandalone> mPlug;
   IKeyTable* mKeys; // the instrument's, if it has one
   IPlugLV2Setup mInfo;
+  int mBlock; // the most frames the instrument renders at once
   // One block of the instrument's output before the gain, per channel.
   std::unique_ptr<double[]> mScratch[2];
   const void* mMidiIn = nullptr; // an LV2_Atom_Sequence

@@ -88,19 +88,29 @@ std::string ControlPort(IPlugBase* plug, int i, const LV2BundleDescription& desc
   t += "    lv2:default " + Number(p->GetDefault()) + " ;\n";
   t += "    lv2:minimum " + Number(lo) + " ;\n";
   t += "    lv2:maximum " + Number(hi);
-  std::vector<const char*> props;
-  if (p->Type() == IParam::kTypeBool) props.push_back("lv2:toggled");
-  if (p->Type() == IParam::kTypeInt || p->Type() == IParam::kTypeEnum) props.push_back("lv2:integer");
-  if (p->GetNDisplayTexts() > 0) props.push_back("lv2:enumeration");
-  for (size_t k = 0; k < props.size(); ++k) t += (k ? " , " : " ;\n    lv2:portProperty ") + std::string(props[k]);
-  for (int k = 0; k < p->GetNDisplayTexts(); ++k)
+  // Value names of the description, else the parameter's display texts.
+  std::vector<std::pair<std::string, double>> points;
+  const int named = desc.mNumValueNames ? desc.mNumValueNames[i] : 0;
+  for (int k = 0; k < named; ++k) points.push_back({desc.mValueNames[i][k], lo + k});
+  for (int k = 0; !named && k < p->GetNDisplayTexts(); ++k)
   {
     int value = 0;
     const char* text = p->GetDisplayTextAtIdx(k, &value);
-    t += (k ? " , [\n" : " ;\n    lv2:scalePoint [\n");
-    t += "      rdfs:label " + Quoted(text) + " ;\n      rdf:value " + Number(value) + "\n    ]";
+    points.push_back({text, (double)value});
   }
-  if (const char* unit = Unit(p->GetLabelForHost())) t += " ;\n    units:unit units:" + std::string(unit);
+  std::vector<const char*> props;
+  if (p->Type() == IParam::kTypeBool) props.push_back("lv2:toggled");
+  if (p->Type() == IParam::kTypeInt || p->Type() == IParam::kTypeEnum) props.push_back("lv2:integer");
+  if (!points.empty()) props.push_back("lv2:enumeration");
+  for (size_t k = 0; k < props.size(); ++k) t += (k ? " , " : " ;\n    lv2:portProperty ") + std::string(props[k]);
+  for (size_t k = 0; k < points.size(); ++k)
+  {
+    t += (k ? " , [\n" : " ;\n    lv2:scalePoint [\n");
+    t += "      rdfs:label " + Quoted(points[k].first.c_str()) + " ;\n      rdf:value " + Number(points[k].second) +
+         "\n    ]";
+  }
+  const char* unit = desc.mUnits && desc.mUnits[i] ? desc.mUnits[i] : Unit(p->GetLabelForHost());
+  if (unit) t += " ;\n    units:unit units:" + std::string(unit);
   return t + "\n  ]";
 }
 

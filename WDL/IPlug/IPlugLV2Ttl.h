@@ -18,6 +18,12 @@ struct LV2BundleDescription
   const char* mHomepage;          // the maker's home page
   const char* const* mMeterNames; // names of the meter ports, by parameter index (null where none)
   const char* mUIBinary;          // the X11 panel's binary, "veltra_ui.so"; null for none
+  // By parameter index: the names of its values from its minimum up (a
+  // scale point each, the port an enumeration), and its unit (an LV2
+  // units: name); null and 0 for none.
+  const char* const* const* mValueNames;
+  const int* mNumValueNames;
+  const char* const* mUnits;
 };
 
 // A preset of the bundle: its label and its program in the program file's

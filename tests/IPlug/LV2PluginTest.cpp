@@ -173,7 +173,8 @@ TEST_F(LV2Plugin, RendersEqualVeltraRenderAtEveryBlockSize)
         {"8192", Fixed(8192)}, {"mixed", [&] { return size(random) < 40 ? 0 : size(random) % 600 + 1; }}};
     for (const auto& b : blockings)
     {
-      std::unique_ptr<Lv2Host::Instance> in = sHost->Instantiate(kRate, 8192);
+      // A host may promise runs of any length: one of 2^30 frames at most.
+      std::unique_ptr<Lv2Host::Instance> in = sHost->Instantiate(kRate, b.first == "8192" ? 1 << 30 : 8192);
       ASSERT_TRUE(in);
       for (const auto& s : c.sets) in->SetControl(LV2PortSymbol(s.first), std::stof(s.second));
       const long long diff = FirstDifference(in->Render(phrase.events, phrase.total, b.second), reference);

@@ -166,7 +166,9 @@ std::unique_ptr<Lv2Host::Instance> Lv2Host::Instantiate(double rate, int maxBloc
   lilv_plugin_get_port_ranges_float(mWorld->plugin, nullptr, nullptr, defaults.data());
   m.atomBuffer.assign(Instance::kAtomBufferBytes / 8, 0);
   m.notifyBuffer.assign(512, 0);
-  const size_t bufFrames = maxBlock > 0 ? (size_t)maxBlock : 8192;
+  // The host's own buffers hold the longest run it makes, 8192 at most,
+  // whatever it promises the plug-in.
+  const size_t bufFrames = maxBlock > 0 && maxBlock < 8192 ? (size_t)maxBlock : 8192;
   m.left.assign(bufFrames, 0.0f);
   m.right.assign(bufFrames, 0.0f);
   for (uint32_t i = 0; i < n; ++i)

@@ -112,18 +112,16 @@ std::string Hint(VELTRA* plug, const std::string& name)
   return hint + "?";
 }
 
-// A switch's two states, as the panel names them.
-const char* SwitchStates(int idx)
+// What a parameter's values or unit are called: "0 off, 1 On", "cent".
+std::string ValueNames(const IParam* p, int idx)
 {
-  switch (idx)
-  {
-  case kSynthMode:
-    return "0 SUM (OP1 + OP2), 1 FM (OP1 > OP2)";
-  case kCrusherBeforeVCF:
-    return "0 after the filter, 1 Pre VCF";
-  default:
-    return "0 off, 1 On";
-  }
+  const VELTRAParamNames names = VeltraParamNames(idx);
+  if (names.unit) return names.unit;
+  double lo, hi;
+  p->GetBounds(&lo, &hi);
+  std::string s;
+  for (int k = 0; k < names.nValues; ++k) s += (k ? ", " : "") + std::to_string((int)lo + k) + " " + names.values[k];
+  return s;
 }
 } // namespace
 
@@ -187,8 +185,7 @@ void ListParams(VELTRA* plug)
     char range[64], def[32];
     snprintf(range, sizeof(range), "%g .. %g", lo, hi);
     snprintf(def, sizeof(def), "%g", p->GetDefault());
-    const char* unit = p->Type() == IParam::kTypeBool ? SwitchStates(i) : p->GetLabelForHost();
-    printf("%5d  %-22s %-22s %-10s %s\n", i, p->GetNameForHost(), range, def, unit);
+    printf("%5d  %-22s %-22s %-10s %s\n", i, p->GetNameForHost(), range, def, ValueNames(p, i).c_str());
   }
 }
 
