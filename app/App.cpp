@@ -2,6 +2,7 @@
 
 #include "AppState.h"
 #include "AudioEngine.h"
+#include "Console.h"
 #include "Engines.h"
 #include "MainWindow.h"
 #include "MidiEngine.h"
@@ -74,6 +75,8 @@ void Cleanup()
 
   CloseEngines();
   FreeSettingsPath();
+  // The last lines out, unless nobody reads them.
+  FlushConsole(1.0);
 }
 
 INT_PTR SWELLAppMain(int msg, INT_PTR parm1, INT_PTR)

@@ -1,6 +1,7 @@
 #include "AudioEngine.h"
 
 #include "AppState.h"
+#include "Console.h"
 #include "IPlugStandalone.h"
 #include "JackProbe.h"
 #include "QuietProbe.h"
@@ -275,7 +276,7 @@ void ProbeAudioIO()
 
     if (!info.probed || name == "Generic Low Latency ASIO Driver")
     {
-      printf("%s: Probe Status = Unsuccessful\n", name.c_str());
+      Say("%s: Probe Status = Unsuccessful\n", name.c_str());
       continue;
     }
     if (info.inputChannels > 0) gAudioInputDevs.push_back(i);
@@ -315,8 +316,8 @@ bool RestartAudio()
 {
   if (TryToChangeAudio()) return true;
   // In VELTRA's own words rather than the sound libraries'.
-  printf(gAudioOutputDevs.empty() ? "no audio device: running silent\n"
-                                  : "audio did not start: running silent; choose a device in File > Preferences...\n");
+  Say(gAudioOutputDevs.empty() ? "no audio device: running silent\n"
+                               : "audio did not start: running silent; choose a device in File > Preferences...\n");
   return false;
 }
 
@@ -351,9 +352,8 @@ bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, uns
   gIOVS = iovs;
   gSigVS = ParseSigVS(gState->mAudioSigVS);
 
-  printf("\ntrying to start audio stream @ %i sr, %i iovs, %i sigvs\nindev = %i:%s\noutdev = %i:%s\n", (int)sr,
-         (int)iovs, (int)gSigVS, (int)inId, GetAudioDeviceName(inId).c_str(), (int)outId,
-         GetAudioDeviceName(outId).c_str());
+  Say("\ntrying to start audio stream @ %i sr, %i iovs, %i sigvs\nindev = %i:%s\noutdev = %i:%s\n", (int)sr, (int)iovs,
+      (int)gSigVS, (int)inId, GetAudioDeviceName(inId).c_str(), (int)outId, GetAudioDeviceName(outId).c_str());
 
   RtAudio::StreamOptions options;
   options.flags = RTAUDIO_NONINTERLEAVED;
@@ -450,12 +450,12 @@ bool JackServerWentAway()
 void ReportStreamStatus()
 {
   WDL_ASSERT_MAIN_THREAD();
-  for (unsigned int n = sStream.TakeFlagged(); n > 0; --n) printf("Stream underflow detected!\n");
+  for (unsigned int n = sStream.TakeFlagged(); n > 0; --n) Say("Stream underflow detected!\n");
   // A device unplugged or a sound server gone ends the stream from the
   // outside; say so once, and run on silent.
   if (gDAC && sStream.SeenStopped(gDAC->isStreamRunning()))
-    printf("audio stream stopped: %s went away; VELTRA runs on silent\n",
-           AudioRunsOnJack() ? "the JACK server" : "the sound device");
+    Say("audio stream stopped: %s went away; VELTRA runs on silent\n",
+        AudioRunsOnJack() ? "the JACK server" : "the sound device");
 }
 
 void StopAudio()

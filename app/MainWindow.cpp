@@ -2,6 +2,7 @@
 
 #include "App.h"
 #include "AudioEngine.h"
+#include "Console.h"
 #include "IGraphics.h"
 #include "IPlugStandalone.h"
 #include "Session.h"
@@ -92,7 +93,7 @@ LRESULT MainDlgProc(HWND hwnd, unsigned int msg, WPARAM wParam, LPARAM)
   {
   case WM_INITDIALOG:
     gHWND = hwnd;
-    if (!AttachGUI()) printf("couldn't attach gui\n");
+    if (!AttachGUI()) Say("couldn't attach gui\n");
     CenterWindow(hwnd);
     ShowWindow(hwnd, SW_SHOW);
     return 1;
@@ -139,5 +140,5 @@ void LaunchMainWindow()
   }
   else
     DestroyMenu(bar);
-  if (!AttachGUI()) printf("couldn't attach gui\n");
+  if (!AttachGUI()) Say("couldn't attach gui\n");
 }

@@ -2,6 +2,7 @@
 
 #include "AppState.h"
 #include "AudioEngine.h"
+#include "Console.h"
 #include "IPlugStandalone.h"
 #include "QuietProbe.h"
 #include "Session.h"
@@ -38,6 +39,11 @@ public:
   std::string mOpenIn, mOpenOut;
   // Objects made since the console last said what MIDI runs on.
   bool mUnreported = false;
+  // Messages of a length the callback does not take: counted on the MIDI
+  // thread, said on the main thread.
+  WDL_SharedWord<unsigned int> mLongMessages = 0;
+  WDL_SharedWord<int> mLongLength = 0;
+  unsigned int mLongReported = 0;
 
   // A client of our own that hears the server go.
   void Watch()
@@ -107,7 +113,7 @@ bool MidiGone()
   gMidiIn = nullptr;
   gMidiOut = nullptr;
   IPlugStandalone::SetMidiSendFunc(nullptr);
-  printf("MIDI stopped: the JACK server went away; restart the sound in File > Preferences...\n");
+  Say("MIDI stopped: the JACK server went away; restart the sound in File > Preferences...\n");
   return true;
 }
 
@@ -228,7 +234,15 @@ bool InitialiseMidi()
   return true;
 }
 
-void ReportMidiStatus() { MidiGone(); }
+void ReportMidiStatus()
+{
+  MidiGone();
+  const unsigned int seen = sLinks.mLongMessages, n = seen - sLinks.mLongReported;
+  if (!n) return;
+  sLinks.mLongReported = seen;
+  Say("NOT EXPECTING %d midi callback msg len\n", sLinks.mLongLength.Get());
+  if (n > 1) Say("(%u messages of a length other than 1, 2 or 3 ignored since the last report)\n", n);
+}
 
 void OpenMidi()
 {
@@ -310,11 +324,11 @@ void ReportMidiPorts()
 {
   if (!gMidiIn || !gMidiOut)
   {
-    printf("no MIDI system found: MIDI is off\n");
+    Say("no MIDI system found: MIDI is off\n");
     return;
   }
-  printf("MIDI on %s: input %s, output %s\n", RtMidi::getApiDisplayName(gMidiIn->getCurrentApi()).c_str(),
-         gState->mMidiInDev, gState->mMidiOutDev);
+  Say("MIDI on %s: input %s, output %s\n", RtMidi::getApiDisplayName(gMidiIn->getCurrentApi()).c_str(),
+      gState->mMidiInDev, gState->mMidiOutDev);
 }
 
 void MIDICallback(double, std::vector<unsigned char>* message, void*)
@@ -334,7 +348,9 @@ void MIDICallback(double, std::vector<unsigned char>* message, void*)
     msg = IMidiMsg(0, m[0], 0, 0);
     break;
   default:
-    printf("NOT EXPECTING %d midi callback msg len\n", (int)m.size());
+    // Counted here, said on the main thread: the MIDI thread prints nothing.
+    sLinks.mLongLength = (int)m.size();
+    sLinks.mLongMessages += 1;
     return;
   }
   // Read without a lock, one word: a change in the dialog acts on the next

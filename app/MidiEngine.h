@@ -32,7 +32,7 @@ int GetMIDIOutPortNumber(const char* name);
 bool ChooseMidiInput(const char* name);
 bool ChooseMidiOutput(const char* name);
 // Main thread, on the status timer: says once when MIDI stopped with its
-// JACK server.
+// JACK server, and which messages of a wrong length came since the last time.
 void ReportMidiStatus();
 // Main thread: one console line on the MIDI system and the ports in use;
 // IfNew only once after the objects were made.

@@ -1,5 +1,7 @@
 #include "NsmClient.h"
 
+#include "Console.h"
+
 #include <glib-unix.h>
 #include <glib.h>
 
@@ -16,7 +18,7 @@ const char* Text(lo_arg* a) { return (const char*)(void*)a; }
 
 void OnOscError(int number, const char* message, const char* where)
 {
-  printf("session: OSC error %d%s%s: %s\n", number, where ? " at " : "", where ? where : "", message ? message : "");
+  Say("session: OSC error %d%s%s: %s\n", number, where ? " at " : "", where ? where : "", message ? message : "");
 }
 } // namespace
 
@@ -47,7 +49,7 @@ void NsmClient::Reply(const char* to, const char* message)
 
 void NsmClient::Fail(const char* to, EError code, const std::string& message)
 {
-  printf("session: %s\n", message.c_str());
+  Say("session: %s\n", message.c_str());
   lo_message m = lo_message_new();
   lo_message_add_string(m, to);
   lo_message_add_int32(m, code);
@@ -87,7 +89,7 @@ int NsmClient::OnShowGui(const char* path, const char*, lo_arg**, int, lo_messag
 int NsmClient::OnReply(const char*, const char* types, lo_arg** argv, int argc, lo_message, void*)
 {
   if (argc >= 2 && types[0] == 's' && types[1] == 's' && !strcmp(Text(argv[0]), "/nsm/server/announce"))
-    printf("session manager: %s\n", Text(argv[1]));
+    Say("session manager: %s\n", Text(argv[1]));
   return 0;
 }
 
@@ -97,7 +99,7 @@ int NsmClient::OnError(const char*, const char* types, lo_arg** argv, int argc, 
   {
     NsmClient* c = (NsmClient*)self;
     c->mRefused = true;
-    printf("the session manager refused %s: %s\n", c->mAppName.c_str(), Text(argv[2]));
+    Say("the session manager refused %s: %s\n", c->mAppName.c_str(), Text(argv[2]));
   }
   return 0;
 }

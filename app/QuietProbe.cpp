@@ -1,5 +1,7 @@
 #include "QuietProbe.h"
 
+#include "Console.h"
+
 #include "sharedword.h"
 
 #include <alsa/asoundlib.h>
@@ -41,10 +43,7 @@ protected:
       if (!mLine.empty() && mQuiet.GetOrdered() == 0 && !Replaced(mLine))
       {
         mLine += '\n';
-        if (write(STDERR_FILENO, mLine.data(), mLine.size()) < 0)
-        {
-          // Standard error is gone: nothing to tell anyone.
-        }
+        SayToErrors(mLine.data(), mLine.size());
       }
       mLine.clear();
     }

@@ -3,6 +3,7 @@
 #include "App.h"
 #include "AppState.h"
 #include "AudioEngine.h"
+#include "Console.h"
 #include "Engines.h"
 #include "IPlugStandalone.h"
 #include "NsmClient.h"
@@ -68,7 +69,7 @@ public:
     mFolder = folder;
     mClientId = clientId;
     SetSettingsFolder(folder);
-    printf("session '%s': settings and program in %s, JACK name %s\n", name.c_str(), folder.c_str(), clientId.c_str());
+    Say("session '%s': settings and program in %s, JACK name %s\n", name.c_str(), folder.c_str(), clientId.c_str());
     mOpenToAnswer = true;
     // Before launch the load and launch stages read the new folder; after it
     // the engines start again.
@@ -184,8 +185,7 @@ private:
     const std::string bad = KeepCopyAsBad(path);
     const std::string kept = bad.empty() ? "" : "kept as " + bad + ", ";
     if (!bad.empty()) unlink(path.c_str());
-    printf("%s could not be read as a VELTRA program; %sstarting with the default program\n", path.c_str(),
-           kept.c_str());
+    Say("%s could not be read as a VELTRA program; %sstarting with the default program\n", path.c_str(), kept.c_str());
   }
 };
 
@@ -201,12 +201,12 @@ bool JoinSession()
   NsmClient& client = sSession->mClient;
   if (!client.Announce(url, "VELTRA", kCapabilities, program_invocation_short_name, kOpenWaitMs))
   {
-    printf("NSM_URL '%s' is no OSC address VELTRA can reach: running without a session manager\n", url);
+    Say("NSM_URL '%s' is no OSC address VELTRA can reach: running without a session manager\n", url);
     sSession.reset();
     return false;
   }
   if (!client.OpenSeen() && !client.Refused())
-    printf("no session from the session manager at %s yet: starting on VELTRA's own settings\n", url);
+    Say("no session from the session manager at %s yet: starting on VELTRA's own settings\n", url);
   return sSession->mOpenToAnswer;
 }
 
@@ -234,7 +234,7 @@ bool SessionKeepsWindow() { return sSession && !sSession->mFolder.empty(); }
 
 void HideWindowForSession()
 {
-  printf("the window is hidden: the session manager shows it again, or ends VELTRA\n");
+  Say("the window is hidden: the session manager shows it again, or ends VELTRA\n");
   if (sSession) sSession->ShowGui(false);
 }
 

@@ -1,6 +1,7 @@
 #include "Settings.h"
 
 #include "AppState.h"
+#include "Console.h"
 #include "regularfile.h"
 #include "swell-ini.h"
 #include "threadrole.h"
@@ -150,7 +151,7 @@ void KeepUnreadableFile(long long size)
   if (audio || midi) return;
   const std::string bad = KeepCopyAsBad(gINIPath);
   if (!bad.empty())
-    printf("%s could not be read as settings; kept as %s, starting with defaults\n", gINIPath, bad.c_str());
+    Say("%s could not be read as settings; kept as %s, starting with defaults\n", gINIPath, bad.c_str());
 }
 // Fifteen keys take a few hundred bytes, and a person's notes no more than a
 // few kilobytes: a file beyond this is not VELTRA's settings, and reading it
@@ -166,14 +167,14 @@ bool SetAsideOversizedFile(long long size)
   const std::string bad = KeepCopyAsBad(gINIPath);
   if (bad.empty())
   {
-    printf("%s is too large to be VELTRA's settings (%lld bytes) and could not be kept aside: VELTRA starts with "
-           "defaults and saves no settings\n",
-           gINIPath, size);
+    Say("%s is too large to be VELTRA's settings (%lld bytes) and could not be kept aside: VELTRA starts with "
+        "defaults and saves no settings\n",
+        gINIPath, size);
     return false;
   }
   unlink(gINIPath);
-  printf("%s is too large to be VELTRA's settings (%lld bytes); kept as %s, starting with defaults\n", gINIPath, size,
-         bad.c_str());
+  Say("%s is too large to be VELTRA's settings (%lld bytes); kept as %s, starting with defaults\n", gINIPath, size,
+      bad.c_str());
   return true;
 }
 
@@ -209,7 +210,7 @@ int LoadSettings()
   {
     // A folder (or anything but a file) under the settings' name is not
     // ours to replace: it is left alone, and nothing is saved this run.
-    printf("%s is not a file: VELTRA starts with defaults and saves no settings\n", gINIPath);
+    Say("%s is not a file: VELTRA starts with defaults and saves no settings\n", gINIPath);
     gINIPath[folder.size()] = 0;
     return 0;
   }
@@ -272,7 +273,7 @@ void UpdateINI()
   WriteNumber("midi", "inchan", s->mMidiInChan);
   WriteNumber("midi", "outchan", s->mMidiOutChan);
   // The old file stays as it was; the user learns why it did not change.
-  if (sFile.writeFailed) printf("could not save settings to %s: %s\n", gINIPath, strerror(sFile.writeError));
+  if (sFile.writeFailed) Say("could not save settings to %s: %s\n", gINIPath, strerror(sFile.writeError));
 }
 
 bool SaveSettings()

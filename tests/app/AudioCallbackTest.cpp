@@ -1,5 +1,6 @@
 #include "AppState.h"
 #include "AudioEngine.h"
+#include "Console.h"
 #include "IPlugStandalone.h"
 
 #include <gtest/gtest.h>
@@ -125,13 +126,16 @@ TEST_F(AudioCallbackTest, BlocksNeverLeaveTheDeviceBuffer)
 TEST_F(AudioCallbackTest, FlaggedCallbacksAreReportedOnTheMainThread)
 {
   ReportStreamStatus(); // nothing pending from other tests
+  FlushConsole(5.0);
   testing::internal::CaptureStdout();
   Run(64, 2);
   Run(64, 0);
   Run(64, 1);
+  FlushConsole(5.0);
   const std::string none = testing::internal::GetCapturedStdout();
   EXPECT_EQ(none, "") << "the audio thread never prints";
   testing::internal::CaptureStdout();
   ReportStreamStatus();
+  FlushConsole(5.0);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "Stream underflow detected!\nStream underflow detected!\n");
 }

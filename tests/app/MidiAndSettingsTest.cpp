@@ -1,5 +1,6 @@
 #include "AppState.h"
 #include "AudioEngine.h"
+#include "Console.h"
 #include "IPlugStandalone.h"
 #include "MidiEngine.h"
 #include "Settings.h"
@@ -41,7 +42,15 @@ TEST(MidiCallback, SizeRuleAndChannelFilter)
   Deliver({});
   testing::internal::CaptureStdout();
   Deliver({0x90, 60, 100, 0});
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "NOT EXPECTING 4 midi callback msg len\n");
+  Deliver({0x90, 60, 100, 0, 1});
+  FlushConsole(5.0);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << "the MIDI thread prints nothing";
+  testing::internal::CaptureStdout();
+  ReportMidiStatus(); // on the main thread, once for both
+  FlushConsole(5.0);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "NOT EXPECTING 5 midi callback msg len\n"
+            "(2 messages of a length other than 1, 2 or 3 ignored since the last report)\n");
   ASSERT_EQ(plug.mGot.size(), 2u) << "channel 0 passes everything";
   EXPECT_EQ(plug.mGot[0].mData2, 0);
   EXPECT_EQ(plug.mGot[0].mOffset, 0);

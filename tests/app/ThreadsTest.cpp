@@ -1,5 +1,6 @@
 #include "AppState.h"
 #include "AudioEngine.h"
+#include "Console.h"
 #include "IGraphics.h"
 #include "IKeyboardControl.h"
 #include "MidiEngine.h"

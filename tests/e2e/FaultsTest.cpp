@@ -1,5 +1,6 @@
 #include "JackSession.h"
 #include "MidiSender.h"
+#include "Signal.h"
 
 #include <chrono>
 #include <csignal>
@@ -58,6 +59,45 @@ TEST(Faults, TheSoundServerDiesWhilePlayingOrAtTheSameMomentAsVeltraEnds)
           << veltra.Output() << veltra.Errors();
     }
   }
+}
+
+// A flood of MIDI messages of a length VELTRA does not take, 20000 a second
+// into "To VELTRA" while a note sounds, with VELTRA's console a pipe nobody
+// reads: the MIDI thread prints nothing and never blocks, the note sounds on
+// at its level, memory stays bounded, and SIGTERM still ends VELTRA at once.
+TEST(Faults, AFloodOfLongMessagesWithAnUnreadConsoleStopsNothing)
+{
+  PlayingVeltra run;
+  run.veltra.LeaveOutputUnread();
+  ASSERT_EQ(run.Start("[midi]\nindev=virtual input\n"), "");
+  JackRecorder& recorder = run.recorder;
+  MidiSender sender;
+  ASSERT_TRUE(sender.ConnectTo("To VELTRA", 20.0));
+  ASSERT_TRUE(recorder.WaitForFrames(44100, 20.0));
+  sender.Send({0x90, 69, 100});
+  ASSERT_TRUE(recorder.WaitForFrames(recorder.Frames() + 22050, 20.0));
+  const size_t floodStart = recorder.Frames();
+  const long startKiB = run.veltra.PeakKiB();
+  const auto start = std::chrono::steady_clock::now();
+  long sent = 0;
+  for (double elapsed = 0.0; elapsed < 3.0;
+       elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count())
+  {
+    for (; sent < 20000 * elapsed; ++sent) sender.Send({0x90, 60, 100, 0, (unsigned char)(sent % 128)});
+    Pause(0.001);
+  }
+  const size_t floodEnd = recorder.Frames();
+  EXPECT_TRUE(run.veltra.Running());
+  // The held note's level, in windows of 50 ms, before and through the flood.
+  const std::vector<float>& out = recorder.Left();
+  const double before = Rms(out, floodStart - 4410, floodStart);
+  double lowest = before;
+  for (size_t at = floodStart; at + 2205 <= floodEnd; at += 2205) lowest = std::min(lowest, Rms(out, at, at + 2205));
+  EXPECT_GT(before, 0.01) << "the held note sounds";
+  EXPECT_GT(lowest, before * 0.9) << "the sound faltered during the flood";
+  EXPECT_LT(run.veltra.PeakKiB() - startKiB, 64 * 1024);
+  const int status = run.veltra.StopWith(SIGTERM, 15.0);
+  EXPECT_TRUE(status != -1 && WIFEXITED(status) && WEXITSTATUS(status) == 0) << run.veltra.Errors();
 }
 
 TEST(Faults, HostileSettingsFilesStartOnDefaultsAndKeepTheFile)

@@ -144,6 +144,7 @@ void JackServer::Signal(int sig)
 VeltraProcess::~VeltraProcess()
 {
   if (mPid > 0) StopWith(SIGKILL, 5.0);
+  if (mHeldOutput >= 0) close(mHeldOutput);
 }
 
 bool VeltraProcess::Start(const std::string& exe, const std::string& jackServer, const std::string& home,
@@ -151,6 +152,12 @@ bool VeltraProcess::Start(const std::string& exe, const std::string& jackServer,
 {
   mOutPath = home + "/veltra.out";
   mErrPath = home + "/veltra.err";
+  if (mUnread)
+  {
+    unlink(mOutPath.c_str());
+    if (mkfifo(mOutPath.c_str(), 0600) != 0) return false;
+    mHeldOutput = open(mOutPath.c_str(), O_RDWR | O_NONBLOCK);
+  }
   std::vector<std::string> env = {"HOME=" + home, "XDG_CONFIG_HOME=" + home + "/.config",
                                   "JACK_DEFAULT_SERVER=" + jackServer, "JACK_NO_AUDIO_RESERVATION=1",
                                   "LSAN_OPTIONS=suppressions=" VELTRA_LSAN_SUPPRESSIONS};
@@ -186,7 +193,7 @@ long VeltraProcess::PeakKiB() const
   return 0;
 }
 
-std::string VeltraProcess::Output() const { return ReadFile(mOutPath); }
+std::string VeltraProcess::Output() const { return mUnread ? std::string() : ReadFile(mOutPath); }
 
 std::string VeltraProcess::Errors() const { return ReadFile(mErrPath); }
 

@@ -50,6 +50,10 @@ public:
   // Sends the signal and waits up to timeoutSec for the exit; returns the
   // wait status, or -1 when the process did not end in time (it is killed).
   int StopWith(int sig, double timeoutSec);
+  // Before Start: standard output goes to a pipe that nobody reads, held
+  // open until the end, as a console left alone would be.
+  void LeaveOutputUnread() { mUnread = true; }
+  // Empty while the output is left unread.
   std::string Output() const;
   std::string Errors() const;
   bool Running() const;
@@ -60,6 +64,8 @@ public:
 private:
   pid_t mPid = -1;
   std::string mOutPath, mErrPath;
+  bool mUnread = false;
+  int mHeldOutput = -1;
 };
 
 // A JACK client with two input ports that records whatever reaches them
