@@ -2,12 +2,15 @@
 // The NSM protocol over OSC, as a client speaks it, knowing nothing of what
 // the client does: the announce, the messages a session manager sends, and
 // the answers and notices it expects. A Handler says what each message
-// means to the program. Main thread: the messages are read on the GLib main
-// loop (or while Announce waits), and the handler runs there.
+// means to the program. The client's UDP socket is connected to the manager,
+// so that nothing another sender sends is ever read, and bound to the
+// loopback address when the manager runs on this machine. Main thread: the
+// messages are read on the GLib main loop (or while Announce waits), and
+// the handler runs there.
 
-#include <lo/lo.h>
-
+#include <cstdint>
 #include <string>
+#include <vector>
 
 class NsmClient
 {
@@ -39,9 +42,9 @@ public:
   NsmClient(const NsmClient&) = delete;
   NsmClient& operator=(const NsmClient&) = delete;
 
-  // Announces the client to the manager at url and waits up to waitMs for
-  // its open, handling it as it comes. False when url is no OSC address this
-  // client can reach; the client is then unusable.
+  // Announces the client to the manager at url (osc.udp://HOST:PORT/) and
+  // waits up to waitMs for its open, handling it as it comes. False when
+  // url is no OSC address this client can reach.
   bool Announce(const char* url, const char* appName, const char* capabilities, const char* executable, int waitMs);
   bool Refused() const { return mRefused; }
   bool OpenSeen() const { return mOpenSeen; }
@@ -55,20 +58,39 @@ public:
   // A notice without arguments: is_dirty, is_clean, gui_is_shown, ...
   void Tell(const char* path);
 
+  // One OSC message with string and 32-bit integer arguments, the only
+  // kinds the protocol uses.
+  struct Arg
+  {
+    Arg(const std::string& text = "") : s(text) {}
+    Arg(const char* text) : s(text) {}
+    Arg(int32_t v) : i(v), isInt(true) {}
+    std::string s;
+    int32_t i = 0;
+    bool isInt = false;
+  };
+  struct Message
+  {
+    std::string path;
+    std::vector<Arg> args;
+    std::string Serialise() const;
+    // False for bytes that are no whole message of strings and integers.
+    static bool Parse(const char* data, size_t size, Message* m);
+    // The arguments' types: "sss", "sis", "".
+    std::string Signature() const;
+  };
+
 private:
+  bool Open(const char* url);
+  void Send(const Message& m);
   void Reply(const char* path, const char* message);
-  void Send(const char* path, lo_message m);
-  static int OnOpen(const char*, const char*, lo_arg** argv, int, lo_message, void* self);
-  static int OnSave(const char*, const char*, lo_arg**, int, lo_message, void* self);
-  static int OnShowGui(const char* path, const char*, lo_arg**, int, lo_message, void* self);
-  static int OnReply(const char*, const char* types, lo_arg** argv, int argc, lo_message, void*);
-  static int OnError(const char*, const char* types, lo_arg** argv, int argc, lo_message, void* self);
+  void Receive();
+  void Handle(const Message& m);
   static int OnReady(int, unsigned int, void* self);
 
   Handler* mHandler;
   std::string mAppName;
-  lo_server mServer = nullptr;
-  lo_address mManager = nullptr;
+  int mSocket = -1;
   unsigned int mWatch = 0;
   bool mRefused = false;
   bool mOpenSeen = false; // an open came, whether or not it worked

@@ -18,6 +18,7 @@
 #include <mutex>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace
 {
@@ -45,6 +46,19 @@ public:
     mClients.clear();
   }
   std::string Url() const { return "osc.udp://127.0.0.1:" + std::to_string(lo_server_thread_get_port(mThread)) + "/"; }
+  // The port a client announced from.
+  std::string PortOf(const std::string& id)
+  {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mClients.count(id) ? lo_address_get_port(mClients[id]) : "";
+  }
+  // How many log lines after the mark hold the text.
+  size_t Count(const std::string& text, size_t after) const
+  {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return (size_t)std::count_if(mLog.begin() + (long)after, mLog.end(),
+                                 [&](const std::string& l) { return l.find(text) != std::string::npos; });
+  }
   // The folder and client id that the next client to announce is given.
   void Offer(const std::string& folder, const std::string& id)
   {
@@ -274,6 +288,32 @@ TEST(Session, TwoClientsPlayAndSavesNeverInterruptTheSound)
   const size_t twoHeard = twoRecorder.Frames();
   EXPECT_GT(Rms(twoRecorder.Left(), twoHeard - kRate / 2, twoHeard), 0.02) << "nTwo did not sound";
   EXPECT_EQ(FilesIn(sessions.Path() + "/nTwo"), (std::vector<std::string>{"program.fxp.bad", "settings.ini"}));
+
+  // A stranger on this machine who sends the session's messages to VELTRA's
+  // port is not heard: no folder is made, nothing is saved.
+  {
+    lo_server stranger = lo_server_new(nullptr, nullptr);
+    lo_address veltra = lo_address_new("127.0.0.1", nsm.PortOf("nOne").c_str());
+    const size_t mark = nsm.Mark();
+    lo_send_from(veltra, stranger, LO_TT_IMMEDIATE, "/nsm/client/open", "sss", (sessions.Path() + "/intruder").c_str(),
+                 "not a session", "nIntruder");
+    lo_send_from(veltra, stranger, LO_TT_IMMEDIATE, "/nsm/client/save", "");
+    EXPECT_FALSE(nsm.WaitFor("<- nOne /reply", mark, 1.5)) << nsm.Log();
+    EXPECT_NE(access((sessions.Path() + "/intruder").c_str(), F_OK), 0) << "a stranger opened a session";
+    lo_address_free(veltra);
+    lo_server_free(stranger);
+  }
+  // A hundred opens at once from the manager: VELTRA serves the last one
+  // that waits rather than restarting its sound for each, and answers a save
+  // soon after.
+  {
+    const size_t mark = nsm.Mark();
+    for (int i = 0; i < 100; ++i)
+      nsm.Send("nTwo", "/nsm/client/open", {sessions.Path() + "/nTwo", "test session", "nTwo"});
+    nsm.Send("nTwo", "/nsm/client/save");
+    ASSERT_TRUE(nsm.WaitFor("<- nTwo /reply \"/nsm/client/save\"", mark, 30.0)) << nsm.Log();
+    EXPECT_LT(nsm.Count("<- nTwo /reply \"/nsm/client/open\"", mark), 10u);
+  }
 
   // A session switched to while running: the engines start again under the
   // new name.
