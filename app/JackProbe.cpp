@@ -75,6 +75,8 @@ bool JackHasAudioDevices()
   return client && !DeviceNames(client).empty();
 }
 
+bool JackServerAnswers() { return Client() != nullptr; }
+
 std::vector<RtAudio::DeviceInfo> ProbeJackDevices()
 {
   std::vector<RtAudio::DeviceInfo> devices;

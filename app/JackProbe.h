@@ -15,6 +15,8 @@
 // Whether a JACK server answers and has at least one audio device: what
 // RtAudio's "first API with devices" asks of JACK.
 bool JackHasAudioDevices();
+// Whether a JACK server answers at all.
+bool JackServerAnswers();
 
 // Every device in RtAudio's numbering: one per run of consecutive ports
 // whose names share the text before the first ':', in the server's port

@@ -4,6 +4,7 @@
 #include "AudioEngine.h"
 #include "Console.h"
 #include "IPlugStandalone.h"
+#include "JackProbe.h"
 #include "QuietProbe.h"
 #include "Session.h"
 #include "Settings.h"
@@ -37,8 +38,9 @@ public:
   // The settings' names of the ports open now, "" for none: a choice of the
   // port already open keeps it open, with its connections.
   std::string mOpenIn, mOpenOut;
-  // Objects made since the console last said what MIDI runs on.
-  bool mUnreported = false;
+  // Objects made since the console last said what MIDI runs on (or, at the
+  // launch, that there is none).
+  bool mUnreported = true;
   // Messages of a length the callback does not take: counted on the MIDI
   // thread, said on the main thread.
   WDL_SharedWord<unsigned int> mLongMessages = 0;
@@ -118,8 +120,9 @@ bool MidiGone()
 }
 
 // The first back-end whose object can be made, in RtMidi's compiled order:
-// the ALSA sequencer where it exists, else JACK MIDI. Without a sequencer
-// device ALSA is not even tried, so that its failure leaves no noise.
+// the ALSA sequencer where it exists, else JACK MIDI where a server runs;
+// null when neither is there. Without a sequencer device ALSA is not even
+// tried, so that its failure leaves no noise.
 template<class T>
 T* MakeMidiObject(const char* clientName)
 {
@@ -129,6 +132,11 @@ T* MakeMidiObject(const char* clientName)
   if (access("/dev/snd/seq", F_OK) != 0)
     for (size_t i = apis.size(); i-- > 0;)
       if (apis[i] == RtMidi::LINUX_ALSA) apis.erase(apis.begin() + (long)i);
+  // JACK MIDI without a server makes an object that never works and says
+  // so at every call: without one there is no MIDI system, until the user
+  // starts the sound again once a server runs.
+  for (size_t i = apis.size(); i-- > 0;)
+    if (apis[i] == RtMidi::UNIX_JACK && !JackServerAnswers()) apis.erase(apis.begin() + (long)i);
   for (size_t i = 0; i < apis.size(); ++i)
   {
     try
@@ -140,7 +148,7 @@ T* MakeMidiObject(const char* clientName)
       if (i + 1 == apis.size()) throw; // no back-end left: the caller reports it
     }
   }
-  return new T(RtMidi::UNSPECIFIED, clientName);
+  return nullptr; // none to try: the console says so once, in VELTRA's words
 }
 
 void SendToPort(IMidiOutPort* port, const unsigned char* bytes, size_t size)
@@ -204,6 +212,7 @@ bool InitialiseMidi()
   try
   {
     gMidiIn = MakeMidiObject<RtMidiIn>(ClientName("RtMidi Input Client", " MIDI In").c_str());
+    if (!gMidiIn) return false;
   }
   catch (RtMidiError& e)
   {
@@ -214,6 +223,7 @@ bool InitialiseMidi()
   try
   {
     gMidiOut = MakeMidiObject<RtMidiOut>(ClientName("RtMidi Output Client", " MIDI Out").c_str());
+    if (!gMidiOut) return false;
   }
   catch (RtMidiError& e)
   {

@@ -34,6 +34,20 @@ JackServer::~JackServer() { Stop(); }
 // server of that name takes over.
 bool JackServer::Start(std::string* error)
 {
+  if (!Reserve(error)) return false;
+  // Two servers that start at the same moment race for the registry and one
+  // of them ends at once: starts go one after the other.
+  const int lock = open("/tmp/veltra-e2e-jackd.lock", O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+  if (lock >= 0) flock(lock, LOCK_EX);
+  bool ok = false;
+  for (int attempt = 0; attempt < 3 && !ok; ++attempt) ok = StartOnce(error);
+  if (lock >= 0) close(lock);
+  if (!ok) ReleaseName();
+  return ok;
+}
+
+bool JackServer::Reserve(std::string* error)
+{
   const double start = Now();
   while (mSlotLock < 0)
   {
@@ -60,15 +74,7 @@ bool JackServer::Start(std::string* error)
       Sleep(0.1);
     }
   }
-  // Two servers that start at the same moment race for the registry and one
-  // of them ends at once: starts go one after the other.
-  const int lock = open("/tmp/veltra-e2e-jackd.lock", O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-  if (lock >= 0) flock(lock, LOCK_EX);
-  bool ok = false;
-  for (int attempt = 0; attempt < 3 && !ok; ++attempt) ok = StartOnce(error);
-  if (lock >= 0) close(lock);
-  if (!ok) ReleaseName();
-  return ok;
+  return true;
 }
 
 void JackServer::ReleaseName()
@@ -313,7 +319,7 @@ void JackRecorder::Close()
 std::string PlayingVeltra::Start(const std::string& settings, const std::vector<std::string>& displayEnv)
 {
   std::string error;
-  if (!server.Start(&error)) return error;
+  if (!(serverLater ? server.Reserve(&error) : server.Start(&error))) return error;
   setenv("JACK_DEFAULT_SERVER", server.Name().c_str(), 1); // for the tests' own MIDI client
   if (!settings.empty())
   {
@@ -321,10 +327,11 @@ std::string PlayingVeltra::Start(const std::string& settings, const std::vector<
     mkdir((home.Path() + "/.config/VELTRA").c_str(), 0755);
     std::ofstream(SettingsPath()) << settings;
   }
-  if (!recorder.Open(server.Name(), &error)) return error;
+  if (!serverLater && !recorder.Open(server.Name(), &error)) return error;
   std::vector<std::string> all = env;
   all.insert(all.end(), displayEnv.begin(), displayEnv.end());
   if (!veltra.Start(VELTRA_EXE, server.Name(), home.Path(), all)) return "VELTRA did not start";
+  if (serverLater) return std::string();
   if (!recorder.ConnectTo(client + ":outport ", 20.0)) return "no VELTRA ports: " + veltra.Output() + veltra.Errors();
   return std::string();
 }

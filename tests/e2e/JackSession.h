@@ -21,6 +21,8 @@ public:
   JackServer();
   ~JackServer();
   bool Start(std::string* error);
+  // Holds a name for a server that starts later.
+  bool Reserve(std::string* error);
   void Stop();
   // Ends the server at once, as a crash would.
   void Kill();
@@ -102,6 +104,9 @@ private:
 struct PlayingVeltra
 {
   explicit PlayingVeltra(double maxSeconds = 60.0) : recorder(maxSeconds) {}
+  // Set before Start: VELTRA starts before its JACK server, whose name is
+  // held for it; the test starts the server (and the recorder) later.
+  bool serverLater = false;
   // Writes settings (when given) as the user's settings.ini, starts the
   // server and VELTRA, and connects the recorder. Empty on success, else
   // what failed.

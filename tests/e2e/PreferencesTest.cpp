@@ -122,13 +122,47 @@ TEST(Preferences, ApplyRestartsTheStreamAndCancelPutsEverythingBack)
   EXPECT_EQ(s.xserver.Windows("^Preferences$").size(), 1u) << "Apply leaves the dialog open";
 
   ChooseInCombo(s, dialog, kMidiInChan, 3); // all -> 3: channel 1 would be filtered
+  ChooseInCombo(s, dialog, kMidiIn, -1);     // virtual input -> off: the port closes at once
+  const double closing = Now();
+  while (s.run.recorder.PortsExist("RtMidi Input Client:To VELTRA") && SecondsSince(closing) < 10.0) Sleep(0.05);
+  EXPECT_FALSE(s.run.recorder.PortsExist("RtMidi Input Client:To VELTRA"));
   Press(s, dialog, kCancel);
   ASSERT_TRUE(s.xserver.WaitForWindowGone(dialog, 10.0));
   EXPECT_EQ(ReadWholeFile(s.run.SettingsPath()), iniBefore) << "Cancel writes nothing";
   const std::string out = s.run.veltra.Output();
   EXPECT_EQ(Count(out, "trying to start audio stream @ 44100 sr, 512 iovs, 32 sigvs"), 2u)
       << "the stream restarted as it was: " << out;
-  EXPECT_TRUE(Sounds(s, midi, {0x90, 69, 120})) << "channel 1 plays again, as before";
+  MidiSender again;
+  ASSERT_TRUE(again.ConnectTo("To VELTRA", 20.0)) << "Cancel brings the virtual port back, as the settings say";
+  EXPECT_TRUE(Sounds(s, again, {0x90, 69, 120})) << "channel 1 plays again, as before";
+}
+
+// Started before its sound server: VELTRA plays silent and says so in its
+// own words, the sound libraries' complaints kept to themselves. Once a
+// server runs, OK finds it under "Default": the stream starts, and MIDI is
+// made afresh with "To VELTRA" published.
+TEST(Preferences, AServerThatComesAfterVeltraIsFoundAtOk)
+{
+  VeltraOnScreen s;
+  s.run.serverLater = true;
+  ASSERT_EQ(s.Start("[midi]\nindev=virtual input\n"), "");
+  const double start = Now();
+  while (s.run.veltra.Output().find("running silent") == std::string::npos && SecondsSince(start) < 10.0) Sleep(0.05);
+  EXPECT_NE(s.run.veltra.Output().find("no audio device: running silent"), std::string::npos) << s.run.veltra.Output();
+  EXPECT_NE(s.run.veltra.Output().find("no MIDI system found: MIDI is off"), std::string::npos);
+  std::string error;
+  ASSERT_TRUE(s.run.server.Start(&error)) << error;
+  ASSERT_TRUE(s.run.recorder.Open(s.run.server.Name(), &error)) << error;
+  const unsigned long dialog = OpenPreferences(s);
+  ASSERT_NE(dialog, 0u);
+  Press(s, dialog, kOK);
+  ASSERT_TRUE(s.xserver.WaitForWindowGone(dialog, 10.0));
+  MidiSender midi;
+  ASSERT_TRUE(midi.ConnectTo("To VELTRA", 20.0)) << s.run.veltra.Output() << s.run.veltra.Errors();
+  EXPECT_TRUE(Sounds(s, midi, {0x90, 69, 120})) << s.run.veltra.Output() << s.run.veltra.Errors();
+  const std::string console = s.run.veltra.Output() + s.run.veltra.Errors();
+  for (const char* theirs : {"MidiInJack", "MidiOutJack", "RtApiJack", "server not running"})
+    EXPECT_EQ(console.find(theirs), std::string::npos) << console;
 }
 
 // ALSA without sound cards offers no device: OK leaves VELTRA silent but
