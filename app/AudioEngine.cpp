@@ -121,6 +121,13 @@ public:
   // At exit, a stream that its sound library may be closing on a thread of
   // its own: VELTRA leaves it alone to the end of the process.
   bool mLeftToLibrary = false;
+  // Audio objects whose JACK server went away: RtAudio closes their stream
+  // on a thread of its own, and any call of ours into them would race it.
+  // Kept, never touched again, never deleted.
+  void Bury(RtAudio* dead)
+  {
+    if (dead && mDeadCount < sizeof(mDead) / sizeof(mDead[0])) mDead[mDeadCount++] = dead;
+  }
   // The API's default devices as the last probe found them: the first
   // device whose information says it is the default of that direction, else
   // 0, as the sound library itself answers on Linux, without asking the
@@ -135,6 +142,8 @@ private:
   WDL_SharedWord<unsigned int> mCallbacksSeen = 0;
   WDL_SharedWord<unsigned int> mFlagged = 0;
   unsigned int mReported = 0;
+  RtAudio* mDead[64];
+  size_t mDeadCount = 0;
 };
 AudioStream sStream;
 
@@ -229,8 +238,13 @@ std::vector<std::string> GetAudioDriverNames()
 bool TryToChangeAudioDriverType()
 {
   WDL_ASSERT_MAIN_THREAD();
-  sStream.Closed();   // closed here, not gone away
   ReleaseJackProbe(); // the server is asked afresh
+  if (JackServerWentAway())
+  {
+    sStream.Bury(gDAC);
+    gDAC = nullptr;
+  }
+  sStream.Closed(); // closed here, not gone away
   if (gDAC)
   {
     if (gDAC->isStreamOpen()) gDAC->closeStream();

@@ -10,7 +10,10 @@
 void OpenEngines(bool newDriver)
 {
   WDL_ASSERT_MAIN_THREAD();
-  if (newDriver || !gDAC || (gState->mAudioDriverType == 0 && !StreamRunning()))
+  // A driver without a running stream is made anew: under "Default" it asks
+  // the servers again, and one whose JACK server went away is never called
+  // again.
+  if (newDriver || !gDAC || !StreamRunning())
   {
     TryToChangeAudioDriverType();
     ProbeAudioIO();

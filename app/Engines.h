@@ -7,8 +7,8 @@
 // port lists, as the settings say. newDriver: the driver is made anew (the
 // launch, a changed or restored driver, a session's settings). Otherwise
 // only what is missing is made: MIDI of a JACK server that went away or
-// never ran, and, under "Default", a driver that has no stream running,
-// which asks the sound servers again.
+// never ran, and a driver that has no stream running (under "Default" it
+// asks the sound servers again).
 void OpenEngines(bool newDriver);
 
 // MIDI ports as the settings say (a port already open as they say stays

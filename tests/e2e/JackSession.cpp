@@ -142,6 +142,13 @@ void JackServer::Kill()
   // the next server of this name.
 }
 
+void JackServer::Terminate()
+{
+  if (mPid <= 0) return;
+  StopProcess(mPid, SIGTERM, 10.0);
+  mPid = -1;
+}
+
 void JackServer::Signal(int sig)
 {
   if (mPid > 0) kill(mPid, sig);

@@ -26,6 +26,8 @@ public:
   void Stop();
   // Ends the server at once, as a crash would.
   void Kill();
+  // Ends it as `killall jackd` does, and waits for it; the name stays held.
+  void Terminate();
   // Sends the signal and returns at once, the server still ending.
   void Signal(int sig);
   const std::string& Name() const { return mName; }

@@ -9,6 +9,8 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
+#include <random>
+#include <thread>
 
 namespace
 {
@@ -122,7 +124,7 @@ TEST(Preferences, ApplyRestartsTheStreamAndCancelPutsEverythingBack)
   EXPECT_EQ(s.xserver.Windows("^Preferences$").size(), 1u) << "Apply leaves the dialog open";
 
   ChooseInCombo(s, dialog, kMidiInChan, 3); // all -> 3: channel 1 would be filtered
-  ChooseInCombo(s, dialog, kMidiIn, -1);     // virtual input -> off: the port closes at once
+  ChooseInCombo(s, dialog, kMidiIn, -1);    // virtual input -> off: the port closes at once
   const double closing = Now();
   while (s.run.recorder.PortsExist("RtMidi Input Client:To VELTRA") && SecondsSince(closing) < 10.0) Sleep(0.05);
   EXPECT_FALSE(s.run.recorder.PortsExist("RtMidi Input Client:To VELTRA"));
@@ -233,3 +235,73 @@ TEST(Preferences, MidiOfADeadServerIsDroppedAndComesBackWithTheSound)
   const int status = s.run.veltra.StopWith(SIGTERM, 15.0);
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << s.run.veltra.Errors();
 }
+
+// One VELTRA through twenty-five deaths of its JACK server (ended as
+// `killall jackd` ends it), and another through twenty-five more, each at
+// another moment: while a note is held, in
+// the middle of a knob's drag, while Preferences restarts the sound, while
+// the MIDI port is being closed. After each the server comes back and OK (or
+// Cancel, which reopens the port) brings the sound back. VELTRA never ends,
+// never aborts, and ends cleanly at the last SIGTERM.
+class ServerDeaths : public ::testing::TestWithParam<int>
+{
+};
+
+TEST_P(ServerDeaths, AtEveryMomentLeaveVeltraRunning)
+{
+  VeltraOnScreen s(600.0);
+  ASSERT_EQ(s.Start("[midi]\nindev=virtual input\n"), "");
+  // The test's own JACK clients would die with the server: none stays open.
+  s.run.recorder.Close();
+  std::mt19937 random(44 + GetParam());
+  for (int k = 25 * GetParam(); k < 25 * (GetParam() + 1); ++k)
+  {
+    SCOPED_TRACE("death " + std::to_string(k));
+    const int moment = k % 4;
+    const double delay = (double)(random() % 300) / 1000.0;
+    unsigned long dialog = 0;
+    if (moment == 0)
+    {
+      {
+        MidiSender midi;
+        if (midi.ConnectTo("To VELTRA", 5.0)) midi.Send({0x90, (unsigned char)(60 + k % 12), 100});
+        Sleep(0.05);
+      }
+      Sleep(delay);
+      s.run.server.Terminate();
+    }
+    else if (moment == 1)
+    {
+      std::thread drag([&] { s.DragPanel({{588, 68}, {588, 90}, {588, 110}, {588, 80}}); });
+      Sleep(delay);
+      s.run.server.Terminate();
+      drag.join();
+    }
+    else
+    {
+      dialog = OpenPreferences(s);
+      ASSERT_NE(dialog, 0u);
+      if (moment == 2)
+        Press(s, dialog, kApply);
+      else
+        ChooseInCombo(s, dialog, kMidiIn, -1); // virtual input -> off
+      Sleep(delay);
+      s.run.server.Terminate();
+    }
+    Sleep(0.3);
+    ASSERT_TRUE(s.run.veltra.Running()) << s.run.veltra.Errors();
+    std::string error;
+    ASSERT_TRUE(s.run.server.Start(&error)) << error;
+    if (!dialog) dialog = OpenPreferences(s);
+    ASSERT_NE(dialog, 0u);
+    Press(s, dialog, moment == 3 ? kCancel : kOK);
+    ASSERT_TRUE(s.xserver.WaitForWindowGone(dialog, 10.0));
+  }
+  const int status = s.run.veltra.StopWith(SIGTERM, 15.0);
+  const std::string errors = s.run.veltra.Errors();
+  EXPECT_TRUE(status != -1 && WIFEXITED(status) && WEXITSTATUS(status) == 0) << errors;
+  EXPECT_EQ(errors.find("terminate called"), std::string::npos) << errors;
+  EXPECT_EQ(errors.find("ERROR: AddressSanitizer"), std::string::npos) << errors;
+}
+
+INSTANTIATE_TEST_SUITE_P(Halves, ServerDeaths, ::testing::Values(0, 1));
