@@ -6,8 +6,10 @@
 #include "IKeyTable.h"
 #include "IMidiQueue.h"
 #include "IPlugStandalone.h"
+#include "VLTChain.h"
 #include "VLTChorus.h"
 #include "VLTOscillator.h"
+#include "VLTOscillatorBank.h"
 #include "VLTRandom.h"
 #include "VLTReverb.h"
 
@@ -200,6 +202,7 @@ public:
   // Any thread; take the mutex. The key table follows MIDI input only.
   int GetNumKeys() override;
   bool GetKeyStatus(int key) override;
+  void GetHeldNotes(uint8_t* bits) override;
 
   // Audio thread, from the render loop only.
   void NoteOnOff(IMidiMsg* msg);
@@ -252,6 +255,10 @@ public:
   // MIDI messages refused because the queue was full; only the thread that
   // holds the mutex counts.
   int mDroppedMidiMessages = 0;
+  // The operators stepped together over a span of the render loop, and the
+  // kernel that steps them (vector code where the processor has it).
+  VLTOscillatorBank mBank;
+  VLTBankKernel mBankKernel = VLTChooseBankKernel();
 
 private:
   // Puts a real parameter value in force: the mapping from each of the 44
@@ -261,6 +268,11 @@ private:
   void ApplyOperatorParam(int op, int row, double value);
   void PollScreenKeyboard();
   void ControlTick();
+  // Audio thread: the chain after the oscillators (smoothing, crusher,
+  // filter, chorus, reverb, master volume) over n samples of their sum.
+  // The chain's state and settings in and out of a span's registers.
+  VLTChain BeginChain();
+  void EndChain(const VLTChain& chain);
   // The control tick of every operator's envelope and glide; true when any
   // gate is open.
   bool StepVoiceEnvelopes();

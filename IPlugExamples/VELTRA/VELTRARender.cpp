@@ -7,6 +7,7 @@
 
 #include "VLTFilter.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace
@@ -118,12 +119,11 @@ void VELTRA::SetMeter(int controlIdx, double value)
 void VELTRA::ProcessDoubleReplacing(double**, double** outputs, int nFrames)
 {
   PollScreenKeyboard();
-  // The outputs never overlap the instrument's own state: saying so lets the
-  // compiler keep that state in registers across the stores.
-  double* __restrict outL = outputs[0];
-  double* __restrict outR = outputs[1];
-  for (int s = 0; s < nFrames; ++s)
+  double* outL = outputs[0];
+  double* outR = outputs[1];
+  for (int s = 0; s < nFrames;)
   {
+    // What is due at this sample: its MIDI, then the control tick.
     while (!mMidiQueue.Empty())
     {
       IMidiMsg* msg = mMidiQueue.Peek();
@@ -132,41 +132,61 @@ void VELTRA::ProcessDoubleReplacing(double**, double** outputs, int nFrames)
       if (status == IMidiMsg::kNoteOn || status == IMidiMsg::kNoteOff) NoteOnOff(msg);
       mMidiQueue.Remove();
     }
-
     if (++mTickCounter > kControlTickSamples - 1) ControlTick();
 
-    double acc = 0.0;
-    if (mFMMode)
-    {
-      if (mPWMOn)
-        for (int n = 0; n < kNumOscillators; n += 2) acc += mOsc[n + 1].FMPWMStep(mOsc[n].Step());
-      else
-        for (int n = 0; n < kNumOscillators; n += 2) acc += mOsc[n + 1].FMStep(mOsc[n].Step());
-    }
-    else
-    {
-      if (mPWMOn)
-        for (int n = 0; n < kNumOscillators; n += 2) acc += mOsc[n].Step(), acc += mOsc[n + 1].PWMStep();
-      else
-        for (int n = 0; n < kNumOscillators; n += 2) acc += mOsc[n].Step(), acc += mOsc[n + 1].Step();
-    }
-    acc *= 0.5;
-
-    if (mSmoothingOn)
-      mSample += (acc - mSample) * 0.1;
-    else
-      mSample = acc;
-
-    if (mCrushBeforeFilter) mSample = VLTCrushStep(mSample, mCrushDestruction, mCrushMix);
-    mSample = VLTFilterStep(mSample, mCutoffNow, mResonance, mFilterVelocity, mFilterPosition);
-    if (!mCrushBeforeFilter) mSample = VLTCrushStep(mSample, mCrushDestruction, mCrushMix);
-
-    double left = mChorusL.feed(mSample);
-    double right = mChorusR.feed(mSample);
-    left += mReverbL.feed(left);
-    right += mReverbR.feed(right);
-    outL[s] = left * mMasterVolume;
-    outR[s] = right * mMasterVolume;
+    // Up to the next MIDI message, control tick or the block's end, only
+    // the oscillators' phases and the chain's state change: the oscillators
+    // are stepped together over the span, then the chain runs over it.
+    int end = std::min(nFrames, s + kControlTickSamples - mTickCounter);
+    if (!mMidiQueue.Empty()) end = std::min(end, std::max(s + 1, mMidiQueue.Peek()->mOffset));
+    const int n = end - s;
+    mBank.Load(mOsc, mFMMode, mPWMOn);
+    alignas(32) double acc[kBankMaxSpan];
+    mBankKernel(&mBank, n, acc);
+    mBank.Store(mOsc);
+    VLTChain chain = BeginChain();
+    chain.Run(acc, outL + s, outR + s, n);
+    EndChain(chain);
+    mTickCounter += n - 1;
+    s = end;
   }
   mMidiQueue.Flush(nFrames);
+}
+
+VLTChain VELTRA::BeginChain()
+{
+  VLTChain c;
+  c.sample = mSample;
+  c.velocity = mFilterVelocity;
+  c.position = mFilterPosition;
+  c.cutoff = mCutoffNow;
+  c.resonance = mResonance;
+  c.volume = mMasterVolume;
+  c.destruction = mCrushDestruction;
+  c.mix = mCrushMix;
+  c.smoothing = mSmoothingOn;
+  c.crushFirst = mCrushBeforeFilter;
+  c.crushDry = mCrushMix == 0.0 && std::isfinite(mCrushDestruction);
+  c.dryZero = mCrushMix * crushform[127];
+  c.chorusL = mChorusL.Begin();
+  c.chorusR = mChorusR.Begin();
+  c.paired = VLTReverb::CanPair(mReverbL, mReverbR);
+  if (c.paired)
+    c.reverbs = VLTReverb::BeginPair(mReverbL, mReverbR);
+  else
+    c.reverbL = mReverbL.Begin(), c.reverbR = mReverbR.Begin();
+  return c;
+}
+
+void VELTRA::EndChain(const VLTChain& chain)
+{
+  mSample = chain.sample;
+  mFilterVelocity = chain.velocity;
+  mFilterPosition = chain.position;
+  mChorusL.End(chain.chorusL);
+  mChorusR.End(chain.chorusR);
+  if (chain.paired)
+    VLTReverb::EndPair(mReverbL, mReverbR, chain.reverbs);
+  else
+    mReverbL.End(chain.reverbL), mReverbR.End(chain.reverbR);
 }

@@ -23,31 +23,60 @@ public:
   // Returns the mix of x and the sample written mLength samples ago.
   double feed(double x)
   {
-    mBuffer[mWritePos] = x;
-    if (++mWritePos >= mLength)
+    Run run = Begin();
+    const double y = run.feed(x);
+    End(run);
+    return y;
+  }
+
+  // The line over a span of samples, its position, length and mix in
+  // registers; the same steps as one feed at a time.
+  struct Run
+  {
+    double* buffer;
+    int writePos, length, maxLength;
+    bool growing;
+    double depth, dry; // dry: 1.0 - depth
+
+    double feed(double x)
     {
-      mWritePos = 0;
-      if (mGrowing)
+      buffer[writePos] = x;
+      if (++writePos >= length) Turn();
+      const double d = buffer[writePos];
+      return dry * x + d * depth;
+    }
+
+    // At the end of the ring: the length creeps by one sample.
+    void Turn()
+    {
+      writePos = 0;
+      if (growing)
       {
         // The slots that the longer ring takes in get the last sample, so
         // that they hold no stale data. The bound keeps a hand-set
-        // mMaxLength inside the ring.
-        if (mLength + 1 < kRingSize)
+        // maxLength inside the ring.
+        if (length + 1 < kRingSize)
         {
-          mBuffer[mLength] = mBuffer[mLength - 1];
-          mBuffer[mLength + 1] = mBuffer[mLength - 1];
-          ++mLength;
+          buffer[length] = buffer[length - 1];
+          buffer[length + 1] = buffer[length - 1];
+          ++length;
         }
-        if (mLength >= mMaxLength || mLength + 1 >= kRingSize) mGrowing = false;
+        if (length >= maxLength || length + 1 >= kRingSize) growing = false;
       }
       else
       {
-        --mLength;
-        if (mLength <= 200) mGrowing = true;
+        --length;
+        if (length <= 200) growing = true;
       }
     }
-    const double d = mBuffer[mWritePos];
-    return (1.0 - mDepth) * x + d * mDepth;
+  };
+
+  Run Begin() { return Run{mBuffer, mWritePos, mLength, mMaxLength, mGrowing, mDepth, 1.0 - mDepth}; }
+  void End(const Run& run)
+  {
+    mWritePos = run.writePos;
+    mLength = run.length;
+    mGrowing = run.growing;
   }
 
   static constexpr int kRingSize = 2600;

@@ -1,4 +1,7 @@
 #include "VLTFilter.h"
+#include "VLTReverb.h"
+
+const VLTReverb::Fractions VLTReverb::kFraction;
 
 // clang-format off
 const double crushform[257] = {

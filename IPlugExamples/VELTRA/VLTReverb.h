@@ -14,38 +14,132 @@ public:
     for (double& s : mBuffer) s = 0.0;
     mWritePos = 0;
     mFeedback = 0.85;
-    mReadOffset = 0.01;
     mMix = 0.0;
   }
 
   // Returns only the wet signal; the caller adds the dry one.
   double feed(double x)
   {
-    double r = mWritePos - mReadOffset;
-    if (r < 0.0) r += kSize;
-    const int i = (int)r; // r >= 0: truncation is floor
-    const int im1 = i - 1 < 0 ? kSize - 1 : i - 1;
-    const int ip1 = i + 1 >= kSize ? 0 : i + 1;
-    const int ip2 = i + 2 >= kSize ? 0 : i + 2; // 4097 gives 0, not 1
-    const double y0 = mBuffer[im1], y1 = mBuffer[i], y2 = mBuffer[ip1], y3 = mBuffer[ip2];
-    // The fraction is taken in single precision, so it varies a little with
-    // the write position: part of this reverb's sound.
-    const double f = (double)((float)r - (float)i);
-    const double c0 = y1;
-    const double c1 = 0.5 * (y2 - y0);
-    const double c2 = y0 - 2.5 * y1 + 2.0 * y2 - 0.5 * y3;
-    const double c3 = 0.5 * (y3 - y0) + 1.5 * (y1 - y2);
-    const double out = ((c3 * f + c2) * f + c1) * f + c0;
-    mBuffer[mWritePos] = x + out * mFeedback;
-    if (++mWritePos >= kSize) mWritePos = 0;
-    return out * mMix;
+    Run run = Begin();
+    const double wet = run.feed(x);
+    End(run);
+    return wet;
   }
 
+  // The comb over a span of samples, with its position, settings and the
+  // two samples it wrote last in registers: the read point's index is
+  // always one before the write position (the read offset is below one
+  // sample), so the newest two points are those just written, and only the
+  // two old ones come from memory. The same values in the same arithmetic
+  // as one feed at a time.
+  struct Run
+  {
+    double* buffer;
+    int writePos;
+    double feedback, mix;
+    double y0, y1; // what buffer[im1] and buffer[i] hold
+
+    double feed(double x)
+    {
+      // The read point i is writePos - 1 (4095 at 0): the two points after
+      // it are writePos and writePos + 1, except that i + 2 of 4097 wraps
+      // to 0, not 1.
+      const int ip1 = writePos;
+      const int ip2 = writePos == 0 || writePos == kSize - 1 ? 0 : writePos + 1;
+      const double y2 = buffer[ip1], y3 = buffer[ip2];
+      const double f = kFraction.at[writePos];
+      const double c0 = y1;
+      const double c1 = 0.5 * (y2 - y0);
+      const double c2 = y0 - 2.5 * y1 + 2.0 * y2 - 0.5 * y3;
+      const double c3 = 0.5 * (y3 - y0) + 1.5 * (y1 - y2);
+      const double out = ((c3 * f + c2) * f + c1) * f + c0;
+      const double written = x + out * feedback;
+      buffer[writePos] = written;
+      if (++writePos >= kSize) writePos = 0;
+      y0 = y1;
+      y1 = written;
+      return out * mix;
+    }
+  };
+
+  // Both sides' combs in the two lanes of one register, for spans in which
+  // their write positions agree (they always do: both start at 0 and take
+  // one sample a sample): each lane's packed operations are the single
+  // ones of Run, in the same order.
+  typedef double V2 __attribute__((vector_size(16)));
+  struct PairRun
+  {
+    double* left;
+    double* right;
+    int writePos;
+    V2 feedback, mix;
+    V2 y0, y1;
+
+    V2 feed(V2 x)
+    {
+      const int ip1 = writePos;
+      const int ip2 = writePos == 0 || writePos == kSize - 1 ? 0 : writePos + 1;
+      const V2 y2 = {left[ip1], right[ip1]}, y3 = {left[ip2], right[ip2]};
+      const double f = kFraction.at[writePos];
+      const V2 c0 = y1;
+      const V2 c1 = 0.5 * (y2 - y0);
+      const V2 c2 = y0 - 2.5 * y1 + 2.0 * y2 - 0.5 * y3;
+      const V2 c3 = 0.5 * (y3 - y0) + 1.5 * (y1 - y2);
+      const V2 out = ((c3 * f + c2) * f + c1) * f + c0;
+      const V2 written = x + out * feedback;
+      left[writePos] = written[0];
+      right[writePos] = written[1];
+      if (++writePos >= kSize) writePos = 0;
+      y0 = y1;
+      y1 = written;
+      return out * mix;
+    }
+  };
+
+  static bool CanPair(const VLTReverb& l, const VLTReverb& r) { return l.mWritePos == r.mWritePos; }
+  static PairRun BeginPair(VLTReverb& l, VLTReverb& r)
+  {
+    const Run a = l.Begin(), b = r.Begin();
+    return PairRun{l.mBuffer, r.mBuffer, a.writePos, V2{a.feedback, b.feedback}, V2{a.mix, b.mix}, V2{a.y0, b.y0},
+                   V2{a.y1, b.y1}};
+  }
+  static void EndPair(VLTReverb& l, VLTReverb& r, const PairRun& run) { l.mWritePos = r.mWritePos = run.writePos; }
+
+  // The interpolation's fraction at each write position: the read point
+  // minus its index, taken in single precision, so it varies a little with
+  // the write position (part of this reverb's sound). Computed once.
+  struct Fractions
+  {
+    double at[4096];
+    Fractions()
+    {
+      for (int w = 0; w < kSize; ++w)
+      {
+        double r = w - kReadOffset;
+        if (r < 0.0) r += kSize;
+        const int i = (int)r; // r >= 0: truncation is floor
+        at[w] = (double)((float)r - (float)i);
+      }
+    }
+  };
+  static const Fractions kFraction;
+
+  Run Begin()
+  {
+    double r = mWritePos - kReadOffset;
+    if (r < 0.0) r += kSize;
+    const int i = (int)r;
+    const int im1 = i - 1 < 0 ? kSize - 1 : i - 1;
+    return Run{mBuffer, mWritePos, mFeedback, mMix, mBuffer[im1], mBuffer[i]};
+  }
+  void End(const Run& run) { mWritePos = run.writePos; }
+
   static constexpr int kSize = 4096;
+  // The read point trails the write point by this much: below one sample.
+  static constexpr double kReadOffset = 0.01;
 
   double mBuffer[kSize];
   int mWritePos;
   double mFeedback;
-  double mReadOffset;
   double mMix;
 };

@@ -22,8 +22,9 @@ public:
   // and ignores it.
   virtual void SetHeldNotes(const uint8_t* /*bits of kKeyTableBytes*/) {}
 
-  // The table as bits, for a host's panel.
-  void GetHeldNotes(uint8_t* bits)
+  // The table as bits, for a host's panel. An instrument whose calls each
+  // take its mutex reads the whole table under one lock instead.
+  virtual void GetHeldNotes(uint8_t* bits)
   {
     for (int n = 0; n < kKeyTableNotes; ++n)
       bits[n / 8] = (uint8_t)(GetKeyStatus(n) ? bits[n / 8] | (1 << (n % 8)) : bits[n / 8] & ~(1 << (n % 8)));

@@ -216,6 +216,22 @@ void SoundOutput::WriteWavSamples(const double* frames, int n)
     mByteCapacity = bytes;
   }
   unsigned char* p = mBytes.get();
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  // The file's byte order is this machine's: floats go as they are.
+  if (mFormat == SF_FORMAT_FLOAT || mFormat == SF_FORMAT_DOUBLE)
+  {
+    if (mFormat == SF_FORMAT_DOUBLE)
+      memcpy(p, frames, bytes);
+    else
+      for (size_t i = 0; i < samples; ++i)
+      {
+        const float f = (float)frames[i];
+        memcpy(p + 4 * i, &f, 4);
+      }
+    if (!mReplacer->Write(p, bytes)) Fail("%s: cannot write: %s", mTarget.path.c_str(), strerror(errno));
+    return;
+  }
+#endif
   for (size_t i = 0; i < samples; ++i)
   {
     uint64_t word;
