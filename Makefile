@@ -49,6 +49,8 @@ bench: deps
 	@echo "== veltra-render, 60 s of 8-note chords"
 	@$(BENCH)/bin/make_chords $(BENCH)/chords.mid
 	@$(BENCH)/bin/veltra-render $(BENCH)/chords.mid $(BENCH)/chords.wav
+	@echo "== the LV2 plug-in beside mda JX10 and DX10"
+	@bash scripts/lv2-cpu.sh $(BENCH)
 	@echo "== the window's cost while a chord plays"
 	@bash scripts/window-cpu.sh $(BENCH)/bin/veltra
 	@echo "== start-up time"

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Checks that a change leaves VELTRA's sound untouched: renders the MIDI
-# files of tests/renders with veltra-render built from BASE (a git revision,
-# default HEAD) and from the work tree, under several settings, and compares
-# the files byte for byte, or, where their headers differ, their rate,
+# files of tests/renders, under several settings, and one of them with
+# every factory program, with veltra-render built from BASE (a git revision,
+# default HEAD) and from the work tree, and compares the files byte for byte, or, where their headers differ, their rate,
 # channels, encoding and every sample byte for byte (sox decodes them). Run
 # after a refactoring; exits 1 on any difference.
 #   scripts/render-identity.sh [BASE]
@@ -13,14 +13,14 @@ base=${1:-HEAD}
 work=$(mktemp -d /tmp/veltra-identity-XXXXXX)
 trap 'git worktree remove --force "$work/base" >/dev/null 2>&1 || true; rm -rf "$work"' EXIT
 
-build() { # source folder, build folder
+build() { # source folder, build folder, targets
   cmake -S "$1" -B "$2" -DCMAKE_BUILD_TYPE=Release -DVELTRA_BUILD_TESTS=OFF >/dev/null
-  cmake --build "$2" -j"$(nproc)" --target veltra-render >/dev/null
+  cmake --build "$2" -j"$(nproc)" --target "${@:3}" >/dev/null
 }
 git worktree add --detach "$work/base" "$base" >/dev/null 2>&1
 echo "building veltra-render at $base and in the work tree"
-build "$work/base" "$work/build-base"
-build "$top" "$work/build-work"
+build "$work/base" "$work/build-base" veltra-render
+build "$top" "$work/build-work" veltra-render veltra_programs
 
 # Each case: a MIDI file and the options it is rendered with.
 cases=(
@@ -35,6 +35,19 @@ cases=(
 kind() { soxi "$1" | grep -E '^(Channels|Sample Rate|Duration|Sample Encoding)'; }
 failed=0
 n=0
+# Compares render n of both sides, named by $1.
+compare() {
+  if cmp -s "$work/base-$n.$ext" "$work/work-$n.$ext"; then
+    echo "same      $1"
+  elif [ "$(kind "$work/base-$n.$ext")" = "$(kind "$work/work-$n.$ext")" ] &&
+    sox "$work/base-$n.$ext" -t raw "$work/base-$n.raw" && sox "$work/work-$n.$ext" -t raw "$work/work-$n.raw" &&
+    cmp -s "$work/base-$n.raw" "$work/work-$n.raw"; then
+    echo "same      $1 (every sample; the headers differ)"
+  else
+    echo "DIFFERENT $1"
+    failed=1
+  fi
+}
 for c in "${cases[@]}"; do
   mid=${c%%|*}
   opts=${c#*|}
@@ -48,15 +61,17 @@ for c in "${cases[@]}"; do
   for side in base work; do
     "$work/build-$side/bin/veltra-render" -q "${args[@]}" "tests/renders/$mid" "$work/$side-$n.$ext"
   done
-  if cmp -s "$work/base-$n.$ext" "$work/work-$n.$ext"; then
-    echo "same      $mid $opts"
-  elif [ "$(kind "$work/base-$n.$ext")" = "$(kind "$work/work-$n.$ext")" ] &&
-    sox "$work/base-$n.$ext" -t raw "$work/base-$n.raw" && sox "$work/work-$n.$ext" -t raw "$work/work-$n.raw" &&
-    cmp -s "$work/base-$n.raw" "$work/work-$n.raw"; then
-    echo "same      $mid $opts (every sample; the headers differ)"
-  else
-    echo "DIFFERENT $mid $opts"
-    failed=1
-  fi
+  compare "$mid $opts"
 done
+# Every factory program, as the work tree's build writes them, on one file.
+programs=$(find "$work/build-work/bin/programs" -name '*.fxp' | wc -l)
+[ "$programs" -gt 0 ] || { echo "no factory programs were built"; exit 1; }
+while IFS= read -r -d '' fxp; do
+  n=$((n + 1))
+  ext=wav
+  for side in base work; do
+    "$work/build-$side/bin/veltra-render" -q -p "$fxp" tests/renders/voices.mid "$work/$side-$n.$ext"
+  done
+  compare "voices.mid -p $(basename "$fxp")"
+done < <(find "$work/build-work/bin/programs" -name '*.fxp' -print0 | sort -z)
 [ "$failed" = 0 ] && echo "all $n renders identical" || { echo "renders differ"; exit 1; }

@@ -4,6 +4,7 @@
 #include <lv2/atom/atom.h>
 #include <lv2/atom/util.h>
 #include <lv2/buf-size/buf-size.h>
+#include <lv2/core/lv2.h>
 #include <lv2/log/log.h>
 #include <lv2/midi/midi.h>
 #include <lv2/options/options.h>
@@ -171,24 +172,29 @@ std::unique_ptr<Lv2Host::Instance> Lv2Host::Instantiate(double rate, int maxBloc
   const size_t bufFrames = maxBlock > 0 && maxBlock < 8192 ? (size_t)maxBlock : 8192;
   m.left.assign(bufFrames, 0.0f);
   m.right.assign(bufFrames, 0.0f);
+  // Ports by their classes, so that other instruments load too: the atom
+  // input takes the MIDI, the atom output the notifications, the first two
+  // audio outputs the two channels.
+  LilvWorld* w = mWorld->world;
+  LilvNode *audio = lilv_new_uri(w, LV2_CORE__AudioPort), *atom = lilv_new_uri(w, LV2_ATOM__AtomPort);
+  LilvNode* input = lilv_new_uri(w, LV2_CORE__InputPort);
+  int audioOuts = 0;
   for (uint32_t i = 0; i < n; ++i)
   {
-    const std::string symbol = PortSymbol((int)i);
-    m.symbols[symbol] = i;
-    if (symbol == "midi_in")
-      lilv_instance_connect_port(m.instance, i, m.atomBuffer.data());
-    else if (symbol == "out_l")
-      lilv_instance_connect_port(m.instance, i, m.left.data());
-    else if (symbol == "out_r")
-      lilv_instance_connect_port(m.instance, i, m.right.data());
-    else if (symbol == "notify")
-      lilv_instance_connect_port(m.instance, i, m.notifyBuffer.data());
+    m.symbols[PortSymbol((int)i)] = i;
+    const LilvPort* port = lilv_plugin_get_port_by_index(mWorld->plugin, i);
+    const bool in = lilv_port_is_a(mWorld->plugin, port, input);
+    if (lilv_port_is_a(mWorld->plugin, port, atom))
+      lilv_instance_connect_port(m.instance, i, in ? (void*)m.atomBuffer.data() : (void*)m.notifyBuffer.data());
+    else if (lilv_port_is_a(mWorld->plugin, port, audio) && !in && audioOuts < 2)
+      lilv_instance_connect_port(m.instance, i, audioOuts++ ? m.right.data() : m.left.data());
     else
     {
       m.controls[i] = std::isnan(defaults[i]) ? 0.0f : defaults[i];
       lilv_instance_connect_port(m.instance, i, &m.controls[i]);
     }
   }
+  lilv_node_free(audio), lilv_node_free(atom), lilv_node_free(input);
   in->Activate();
   return in;
 }

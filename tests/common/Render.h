@@ -23,11 +23,12 @@ struct RenderRun
 
 #ifdef VELTRA_RENDER_EXE
 // Runs veltra-render with args, its standard output and error in files of
-// folder.
-inline RenderRun RunRender(std::vector<std::string> args, const std::string& folder, double timeoutSec = 600.0)
+// folder, env added to the environment.
+inline RenderRun RunRender(std::vector<std::string> args, const std::string& folder, double timeoutSec = 600.0,
+                           const std::vector<std::string>& env = {})
 {
   args.insert(args.begin(), VELTRA_RENDER_EXE);
-  const int status = WaitFor(Spawn(args, MakeEnv({}, {}), folder + "/stdout", folder + "/stderr"), timeoutSec);
+  const int status = WaitFor(Spawn(args, MakeEnv({}, env), folder + "/stdout", folder + "/stderr"), timeoutSec);
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadWholeFile(folder + "/stderr"),
           ReadWholeFile(folder + "/stdout")};
 }

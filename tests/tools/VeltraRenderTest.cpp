@@ -126,6 +126,42 @@ TEST_F(VeltraRender, EveryBlockSizeGivesTheSameFileWithBendsBetweenBlockStarts)
       << "the last event at tick 576 lies 1.2 s in at the new tempo";
 }
 
+TEST_F(VeltraRender, TheScalarAndVectorOscillatorsWriteTheSameBytes)
+{
+  // Two voices bending, then eight notes and a ninth that steals none: some
+  // voices idle, then all sounding, then releasing one by one.
+  const std::string bends = Write("bends.mid", Bends());
+  Bytes t;
+  for (int k = 0; k < 9; ++k) t.insert(t.end(), {0, 0x90, (unsigned char)(40 + 5 * k), (unsigned char)(30 + 10 * k)});
+  for (int k = 0; k < 9; ++k) t.insert(t.end(), {0x40, 0x80, (unsigned char)(40 + 5 * k), 0});
+  t.insert(t.end(), {0, 0xFF, 0x2F, 0});
+  const std::string chord = Write("chord.mid", Smf(0, 480, {t}));
+  const std::vector<std::vector<std::string>> settings = {
+      {"-s", "Synth Mode=0"},
+      {"-s", "Synth Mode=0", "-s", "PWM on off=1", "-s", "PWM Depth=0.9", "-s", "OP1 Waveform=3"},
+      {"-s", "Synth Mode=1", "-s", "OP2 Octave=4", "-s", "Crusher Mix=0.6", "-s", "Smoothing on off=1"},
+      {"-s", "Synth Mode=1", "-s", "PWM on off=1", "-s", "Portamento on off=1", "-s", "Crusher Before VCF=1"}};
+  int n = 0;
+  for (const std::string& mid : {bends, chord})
+    for (const auto& set : settings)
+    {
+      std::string reference;
+      for (const char* kernel : {"scalar", "sse2", "avx2"})
+      {
+        std::vector<std::string> args = {"-q", "-b", "37", "--format", "double"};
+        args.insert(args.end(), set.begin(), set.end());
+        const std::string out = Path(std::to_string(n) + kernel + ".wav");
+        args.insert(args.end(), {mid, out});
+        ASSERT_EQ(RunRender(args, mDir, 600.0, {std::string("VELTRA_RENDER=") + kernel}).status, 0);
+        if (reference.empty())
+          reference = Read(out);
+        else
+          EXPECT_TRUE(Read(out) == reference) << kernel << " differs from scalar, case " << n;
+      }
+      ++n;
+    }
+}
+
 TEST_F(VeltraRender, AnEventHalfWayBetweenTwoSamplesSoundsAtTheLaterOne)
 {
   // At 480 ticks a quarter and 120 beats a minute, tick 56 lies at 2572.5
