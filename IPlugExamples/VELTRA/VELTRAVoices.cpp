@@ -67,7 +67,8 @@ void VELTRA::GetHeldNotes(uint8_t* bits)
 {
   IMutexLock lock(this);
   for (int n = 0; n < kKeyTableNotes; ++n)
-    bits[n / 8] = (uint8_t)(n < kNumKeys && mKeyStatus[n] ? bits[n / 8] | (1 << (n % 8)) : bits[n / 8] & ~(1 << (n % 8)));
+    bits[n / 8] =
+        (uint8_t)(n < kNumKeys && mKeyStatus[n] ? bits[n / 8] | (1 << (n % 8)) : bits[n / 8] & ~(1 << (n % 8)));
 }
 
 void VELTRA::NoteOnOff(IMidiMsg* msg)

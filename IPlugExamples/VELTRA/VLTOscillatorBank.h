@@ -27,7 +27,7 @@ struct VLTOscillatorBank
   alignas(32) double level[2][kBankVoices];
   alignas(32) double pulse[2][kBankVoices];
   const double* wave[2][kBankVoices];
-  unsigned active = 0;        // bit v: voice v may sound
+  unsigned active = 0;       // bit v: voice v may sound
   bool sharedTables = false; // all OP1s read one table, all OP2s one
   bool fm = false, pwm = false;
 

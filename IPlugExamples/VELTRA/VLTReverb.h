@@ -100,8 +100,8 @@ public:
   static PairRun BeginPair(VLTReverb& l, VLTReverb& r)
   {
     const Run a = l.Begin(), b = r.Begin();
-    return PairRun{l.mBuffer, r.mBuffer, a.writePos, V2{a.feedback, b.feedback}, V2{a.mix, b.mix}, V2{a.y0, b.y0},
-                   V2{a.y1, b.y1}};
+    return PairRun{l.mBuffer,        r.mBuffer,      a.writePos,    V2{a.feedback, b.feedback},
+                   V2{a.mix, b.mix}, V2{a.y0, b.y0}, V2{a.y1, b.y1}};
   }
   static void EndPair(VLTReverb& l, VLTReverb& r, const PairRun& run) { l.mWritePos = r.mWritePos = run.writePos; }
 
