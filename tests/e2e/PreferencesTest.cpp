@@ -299,7 +299,7 @@ TEST_P(ServerDeaths, AtEveryMomentLeaveVeltraRunning)
     Press(s, dialog, moment == 3 ? kCancel : kOK);
     ASSERT_TRUE(s.xserver.WaitForWindowGone(dialog, 10.0));
   }
-  if (GetParam()) s.run.server.Signal(SIGKILL);
+  if (GetParam()) s.run.server.Terminate();
   const int status = s.run.veltra.StopWith(SIGTERM, 15.0);
   const std::string errors = s.run.veltra.Errors();
   EXPECT_TRUE(status != -1 && WIFEXITED(status) && WEXITSTATUS(status) == 0) << errors;
