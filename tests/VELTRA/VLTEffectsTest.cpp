@@ -83,8 +83,7 @@ namespace
 {
 bool SameBits(double a, double b) { return !memcmp(&a, &b, sizeof a); }
 
-// The comb as a sample at a time computes it: the read point, its four
-// neighbours and the fraction taken anew each sample.
+// The comb a sample at a time: read point, neighbours and fraction anew.
 struct PlainComb
 {
   std::vector<double> b = std::vector<double>(4096, 0.0);

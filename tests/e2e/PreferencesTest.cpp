@@ -27,13 +27,11 @@ const DialogPoint kOK = {217, 393}, kApply = {157, 393}, kCancel = {277, 393};
 // As a user does: a click that a busy window missed is made again, once.
 unsigned long OpenPreferences(VeltraOnScreen& s)
 {
-  for (int attempt = 0; attempt < 2; ++attempt)
-  {
-    s.ChooseMenuItem("File", 0);
-    if (unsigned long dialog = s.xserver.WaitForWindow("^Preferences$", 10.0)) return dialog;
-    s.xserver.Run({"xdotool", "key", "Escape"});
-  }
-  return 0;
+  s.ChooseMenuItem("File", 0);
+  if (unsigned long dialog = s.xserver.WaitForWindow("^Preferences$", 10.0)) return dialog;
+  s.xserver.Run({"xdotool", "key", "Escape"});
+  s.ChooseMenuItem("File", 0);
+  return s.xserver.WaitForWindow("^Preferences$", 10.0);
 }
 
 void At(VeltraOnScreen& s, unsigned long dialog, DialogPoint p, int* x, int* y)

@@ -126,12 +126,10 @@ TEST_F(VeltraRender, EveryBlockSizeGivesTheSameFileWithBendsBetweenBlockStarts)
       << "the last event at tick 576 lies 1.2 s in at the new tempo";
 }
 
-// Every mode with every stage pushed hard (resonance near ringing, full LFO,
-// AR and reverb depths), through each oscillator path.
+// Every mode, every stage pushed hard, through each oscillator path.
 TEST_F(VeltraRender, EveryModeStaysFiniteAndTheScalarAndVectorPathsWriteTheSameBytes)
 {
-  // Eight notes and a ninth that steals none, then releasing one by one:
-  // all voices sounding, then fewer and fewer.
+  // Eight notes and a ninth that steals none, then released one by one.
   Bytes t;
   for (int k = 0; k < 9; ++k) t.insert(t.end(), {0, 0x90, (unsigned char)(40 + 5 * k), (unsigned char)(30 + 10 * k)});
   for (int k = 0; k < 9; ++k) t.insert(t.end(), {0x40, 0x80, (unsigned char)(40 + 5 * k), 0});
