@@ -32,6 +32,21 @@ public:
   // sample), so the newest two points are those just written, and only the
   // two old ones come from memory. The same values in the same arithmetic
   // as one feed at a time.
+  // The read point i is writePos - 1 (4095 at 0): the two points after it
+  // are writePos and this, i + 2, which wraps to 0 at 4097, not to 1.
+  static int SecondAfter(int writePos) { return writePos == 0 || writePos == kSize - 1 ? 0 : writePos + 1; }
+
+  // The four-point Hermite value at fraction f between y1 and y2, for one
+  // comb (double) or both sides (a two-lane vector).
+  template<typename T>
+  static T Interpolate(T y0, T y1, T y2, T y3, double f)
+  {
+    const T c1 = 0.5 * (y2 - y0);
+    const T c2 = y0 - 2.5 * y1 + 2.0 * y2 - 0.5 * y3;
+    const T c3 = 0.5 * (y3 - y0) + 1.5 * (y1 - y2);
+    return ((c3 * f + c2) * f + c1) * f + y1;
+  }
+
   struct Run
   {
     double* buffer;
@@ -41,18 +56,8 @@ public:
 
     double feed(double x)
     {
-      // The read point i is writePos - 1 (4095 at 0): the two points after
-      // it are writePos and writePos + 1, except that i + 2 of 4097 wraps
-      // to 0, not 1.
-      const int ip1 = writePos;
-      const int ip2 = writePos == 0 || writePos == kSize - 1 ? 0 : writePos + 1;
-      const double y2 = buffer[ip1], y3 = buffer[ip2];
-      const double f = kFraction.at[writePos];
-      const double c0 = y1;
-      const double c1 = 0.5 * (y2 - y0);
-      const double c2 = y0 - 2.5 * y1 + 2.0 * y2 - 0.5 * y3;
-      const double c3 = 0.5 * (y3 - y0) + 1.5 * (y1 - y2);
-      const double out = ((c3 * f + c2) * f + c1) * f + c0;
+      const int ip2 = SecondAfter(writePos);
+      const double out = Interpolate(y0, y1, buffer[writePos], buffer[ip2], kFraction.at[writePos]);
       const double written = x + out * feedback;
       buffer[writePos] = written;
       if (++writePos >= kSize) writePos = 0;
@@ -77,15 +82,8 @@ public:
 
     V2 feed(V2 x)
     {
-      const int ip1 = writePos;
-      const int ip2 = writePos == 0 || writePos == kSize - 1 ? 0 : writePos + 1;
-      const V2 y2 = {left[ip1], right[ip1]}, y3 = {left[ip2], right[ip2]};
-      const double f = kFraction.at[writePos];
-      const V2 c0 = y1;
-      const V2 c1 = 0.5 * (y2 - y0);
-      const V2 c2 = y0 - 2.5 * y1 + 2.0 * y2 - 0.5 * y3;
-      const V2 c3 = 0.5 * (y3 - y0) + 1.5 * (y1 - y2);
-      const V2 out = ((c3 * f + c2) * f + c1) * f + c0;
+      const int ip1 = writePos, ip2 = SecondAfter(writePos);
+      const V2 out = Interpolate(y0, y1, V2{left[ip1], right[ip1]}, V2{left[ip2], right[ip2]}, kFraction.at[writePos]);
       const V2 written = x + out * feedback;
       left[writePos] = written[0];
       right[writePos] = written[1];
