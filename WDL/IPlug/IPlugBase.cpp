@@ -329,12 +329,36 @@ void IPlugBase::SetOutputBusLabel(int idx, const char* label)
 
 void IPlugBase::SetParameterFromGUI(int idx, double normalizedValue)
 {
+  SetParameterAsPlayer(idx, normalizedValue, false);
+}
+
+void IPlugBase::SetParameterFromController(int idx, double normalizedValue)
+{
+  SetParameterAsPlayer(idx, normalizedValue, true);
+}
+
+void IPlugBase::SetParameterAsPlayer(int idx, double normalizedValue, bool byController)
+{
   IMutexLock lock(this);
   IParam* param = GetParam(idx);
   if (!param) return;
   param->SetNormalized(normalizedValue);
   InformHostOfParamChange(idx, normalizedValue);
   OnParamChange(idx);
+  NoteParamMoved(idx, byController);
+}
+
+void IPlugBase::NoteParamMoved(int idx, bool byController)
+{
+  mMovedParam.store(idx, std::memory_order_relaxed);
+  if (!byController) mMovedByPanel.store(idx, std::memory_order_relaxed);
+  if (byController && idx >= 0 && idx < 64) mMovedByController.fetch_or(uint64_t(1) << idx, std::memory_order_relaxed);
+}
+
+int IPlugBase::TakeParamMoves(uint64_t* byController)
+{
+  *byController = mMovedByController.exchange(0, std::memory_order_relaxed);
+  return mMovedParam.exchange(-1, std::memory_order_relaxed);
 }
 
 void IPlugBase::OnParamReset()

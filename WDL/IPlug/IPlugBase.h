@@ -13,6 +13,9 @@
 #include "../mutex.h"
 #include "../ptrlist.h"
 
+#include <atomic>
+#include <cstdint>
+
 // What a host adapter does to every sample the instrument renders, and the
 // largest block it hands over: the application's audio engine, the offline
 // renderer and the plug-in alike, so that an instrument is equally loud
@@ -72,6 +75,9 @@ public:
   // GUI thread. Under the mutex: sets the parameter, tells the host, then
   // runs OnParamChange, so a change lands between two audio blocks.
   virtual void SetParameterFromGUI(int idx, double normalizedValue);
+  // The same for a learned MIDI controller, on the thread of the MIDI that
+  // moved it; the panel follows on its next idle.
+  void SetParameterFromController(int idx, double normalizedValue);
   // Host-facing operations that each adapter supplies.
   virtual void BeginInformHostOfParamChange(int idx) = 0;
   virtual void InformHostOfParamChange(int idx, double normalizedValue) = 0;
@@ -150,7 +156,26 @@ public:
   void SetOutputBusLabel(int idx, const char* label);
 
   // Parameters.
+  // The player's pitch-wheel range as a factor of the instrument's own wheel
+  // (1.0, the default, leaves it as it is). Set before the stream runs.
+  void SetPitchWheelScale(double scale) { mPitchWheelScale = scale; }
+  double PitchWheelScale() const { return mPitchWheelScale; }
+  // A parameter moved by the player, from the panel or by a learned
+  // controller, for a display that names it. Any thread.
+  void NoteParamMoved(int idx, bool byController);
+  // GUI thread: the parameter moved last (-1 when none moved since the last
+  // call), and the parameters below 64 that controllers moved since then,
+  // whose controls the panel has still to move.
+  int TakeParamMoves(uint64_t* byController);
+  // GUI thread: the parameter moved last from the panel (-1 when none moved
+  // since the last call), for the application's learning of controllers.
+  int TakePanelMove() { return mMovedByPanel.exchange(-1, std::memory_order_relaxed); }
   void OnParamReset();
+
+private:
+  void SetParameterAsPlayer(int idx, double normalizedValue, bool byController);
+
+public:
   void DirtyParameters();
   bool SendMidiMsgs(WDL_TypedBuf<IMidiMsg>* msgs);
 
@@ -259,6 +284,10 @@ protected:
   WDL_PtrList<OutChannel> mOutChannels;
   WDL_PtrList<WDL_String> mInputBusLabels;
   WDL_PtrList<WDL_String> mOutputBusLabels;
+  double mPitchWheelScale = 1.0;
+  std::atomic<int> mMovedParam{-1};
+  std::atomic<int> mMovedByPanel{-1};
+  std::atomic<uint64_t> mMovedByController{0};
 };
 
 IPreset* GetNextUninitializedPreset(WDL_PtrList<IPreset>* presets);
