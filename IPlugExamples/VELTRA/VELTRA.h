@@ -14,7 +14,7 @@
 #include "VLTReverb.h"
 
 class IGraphics;
-class ITextControl;
+class VELTRADisplay;
 
 // The panel's keyboard as the sound sees it; the keyboard control implements
 // it, and without a panel there is none.
@@ -137,7 +137,9 @@ enum
   // width triangle, by their index in the panel's control list.
   kARMeterControl = 27,
   kLFOMeterControl = 28,
-  kPWMMeterControl = 35
+  kPWMMeterControl = 35,
+  // All sound off: the one control change that reaches the render loop.
+  kAllSoundOffController = 120
 };
 
 // 64 times the concert frequency of a note: note 69 gives 28160.0. mTune and
@@ -198,6 +200,8 @@ public:
   // GUI thread: the same in a view that the caller made; the plug-in owns it
   // from here on. Nothing when a panel is attached already.
   void AttachPanel(IGraphics* engine);
+  // GUI thread: the panel's display, null without a panel.
+  VELTRADisplay* Display() const { return mPresetName; }
 
   // Any thread; take the mutex. The key table follows MIDI input only.
   int GetNumKeys() override;
@@ -210,7 +214,7 @@ public:
   IGraphics* mPanel = nullptr;          // owned by the framework once attached
   IScreenKeyboard* mKeyboard = nullptr; // the panel's, polled by the render loop
   IMidiQueue mMidiQueue;
-  ITextControl* mPresetName = nullptr; // the panel's display of the program's file
+  VELTRADisplay* mPresetName = nullptr; // the panel's display of the program's file
   VLTOscillator mOsc[kNumOscillators];
   VLTReverb mReverbL, mReverbR;
   VLTChorus mChorusL, mChorusR;
@@ -279,6 +283,7 @@ private:
   // Audio thread: shows a value on one of the panel's meters.
   void SetMeter(int controlIdx, double value);
   void SetBendOnAllOscillators();
+  void SilenceVoices();
 };
 
 // The screen keyboard's key against the one last followed (*last): when it

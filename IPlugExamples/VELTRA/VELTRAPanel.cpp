@@ -10,8 +10,15 @@
 #include "PresetFunctionsMenu.h"
 #include "lice.h"
 
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
 namespace
 {
+// How long a moved parameter's value stays on the display.
+constexpr std::chrono::milliseconds kShowValueFor(1500);
 enum EBitmap
 {
   kKnob = 101,
@@ -156,7 +163,7 @@ VELTRAPanelParts BuildVeltraPanel(IGraphics* panel, IPlugBase* plug)
   style.mColor = IColor(255, 85, 174, 255);
   VELTRAPanelParts parts;
   parts.panel = panel;
-  parts.presetName = new ITextControl(plug, IRECT(295, 215, 410, 255), &style, "No sound loaded.");
+  parts.presetName = new VELTRADisplay(plug, IRECT(295, 215, 410, 255), &style);
   panel->AttachControl(parts.presetName);
   IKeyboardControl* keyboard = new IKeyboardControl(plug, 180, 269, 48, 4, LoadStrip(panel, kWhiteKeys),
                                                     LoadStrip(panel, kBlackKey), kKeyCoords);
@@ -177,4 +184,80 @@ void VELTRA::AttachPanel(IGraphics* engine)
   mPresetName = parts.presetName;
   mKeyboard = parts.keyboard;
   AttachGraphics(parts.panel);
+}
+
+VELTRADisplay::VELTRADisplay(IPlugBase* plug, IRECT rect, const IText* text)
+    : ITextControl(plug, rect, text, "No sound loaded.")
+{
+}
+
+void VELTRADisplay::ShowMessage(const char* text, bool hold)
+{
+  mMessage.Set(text);
+  mShowing = true;
+  mHold = hold;
+  mUntil = std::chrono::steady_clock::now() + kShowValueFor;
+  SetDirty(false);
+}
+
+void VELTRADisplay::ClearMessage()
+{
+  if (!mShowing) return;
+  mShowing = mHold = false;
+  SetDirty(false);
+}
+
+void VELTRADisplay::OnGUIIdle()
+{
+  uint64_t byController = 0;
+  const int moved = mPlug->TakeParamMoves(&byController);
+  IGraphics* gui = GetGUI();
+  for (int i = 0; byController && gui && i < 64; ++i)
+    if (byController & (uint64_t(1) << i) && mPlug->GetParam(i))
+      gui->SetParameterFromPlug(i, mPlug->GetParam(i)->GetNormalized(), true);
+  if (moved >= 0 && !mHold)
+  {
+    WDL_String text;
+    FormatParamForDisplay(mPlug, moved, &text);
+    ShowMessage(text.Get(), false);
+  }
+  if (mShowing && !mHold && std::chrono::steady_clock::now() >= mUntil) ClearMessage();
+}
+
+bool VELTRADisplay::Draw(IGraphics* graphics)
+{
+  if (!mShowing) return ITextControl::Draw(graphics);
+  IRECT width = mRECT;
+  graphics->MeasureIText(&mText, mMessage.Get(), &width);
+  const char* msg = mMessage.Get();
+  const char* arrow = strstr(msg, " <- ");
+  const char* split = arrow ? arrow : strrchr(msg, ' ');
+  if (width.W() <= mRECT.W() || !split) return graphics->DrawIText(&mText, mMessage.Get(), &mRECT);
+  // Too wide for one line: the name above, the value or controller below,
+  // both clear of the label under the display.
+  const std::string name(msg, (size_t)(split - msg));
+  IRECT top(mRECT.L, mRECT.T - 5, mRECT.R, mRECT.B), bottom(mRECT.L, mRECT.T + 10, mRECT.R, mRECT.B);
+  return graphics->DrawIText(&mText, name.c_str(), &top) && graphics->DrawIText(&mText, split + 1, &bottom);
+}
+
+void FormatParamForDisplay(const IPlugBase* plug, int paramIdx, WDL_String* text)
+{
+  const IParam* param = plug->GetParam(paramIdx);
+  if (!param) return;
+  const VELTRAParamNames names = VeltraParamNames(paramIdx);
+  double lo, hi;
+  param->GetBounds(&lo, &hi);
+  const double v = param->Value();
+  const int i = (int)std::lround(v);
+  char value[64];
+  if (names.values && i >= 0 && i < names.nValues)
+    snprintf(value, sizeof(value), "%s", names.values[i]);
+  else if (names.unit)
+    snprintf(value, sizeof(value), lo < 0.0 ? "%+.0f %ss" : "%.0f %ss", v, names.unit);
+  else if (param->Type() != IParam::kTypeDouble || hi - lo >= 100.0)
+    snprintf(value, sizeof(value), "%.0f", v);
+  else
+    // Two decimals where they tell the setting apart, four for the finest.
+    snprintf(value, sizeof(value), lo < 0.0 ? "%+.*f" : "%.*f", hi - lo >= 0.5 ? 2 : 4, v);
+  text->SetFormatted(128, "%s %s", param->GetNameForHost(), value);
 }

@@ -129,7 +129,10 @@ void VELTRA::ProcessDoubleReplacing(double**, double** outputs, int nFrames)
       IMidiMsg* msg = mMidiQueue.Peek();
       if (msg->mOffset > s) break;
       const IMidiMsg::EStatusMsg status = msg->StatusMsg();
-      if (status == IMidiMsg::kNoteOn || status == IMidiMsg::kNoteOff) NoteOnOff(msg);
+      if (status == IMidiMsg::kNoteOn || status == IMidiMsg::kNoteOff)
+        NoteOnOff(msg);
+      else if (status == IMidiMsg::kControlChange)
+        SilenceVoices();
       mMidiQueue.Remove();
     }
     if (++mTickCounter > kControlTickSamples - 1) ControlTick();

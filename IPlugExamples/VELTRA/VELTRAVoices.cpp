@@ -41,9 +41,18 @@ void VELTRA::ProcessMidiMsg(IMidiMsg* msg)
     break;
   }
   case IMidiMsg::kPitchWheel:
-    mPitchBend = msg->PitchWheel();
+    mPitchBend = msg->PitchWheel() * PitchWheelScale();
     SetBendOnAllOscillators();
+    // The panel's Pitch Bend fader shows the wheel, without becoming the
+    // program's setting.
+    if (mGraphics) mGraphics->SetControlFromPlug(kFirstParamControl + kPitchBend, (msg->PitchWheel() + 1.0) * 0.5);
     break;
+  case IMidiMsg::kControlChange:
+    // All sound off ends the voices at its sample; every other controller
+    // is the input stage's, or is dropped.
+    if (msg->mData1 != kAllSoundOffController) return;
+    mMidiQueue.Add(msg);
+    return;
   default:
     return;
   }
@@ -111,6 +120,18 @@ void VELTRA::NoteOnOff(IMidiMsg* msg)
       }
       return; // one note-off releases one voice
     }
+  }
+}
+
+void VELTRA::SilenceVoices()
+{
+  // Gates shut and envelopes at zero: every voice is silent from the next
+  // control tick, which sets the levels.
+  for (VLTOscillator& o : mOsc)
+  {
+    o.mGate = false;
+    o.mDecaying = false;
+    o.mEnvelope = 0.0;
   }
 }
 

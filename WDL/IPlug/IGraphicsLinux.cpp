@@ -21,6 +21,7 @@ struct IGraphicsLinux::View
   static gboolean OnTimer(gpointer data)
   {
     IGraphicsLinux* g = Of(data);
+    g->OnGUIIdle();
     IRECT r;
     // One pixel wider and taller: DrawRect draws on R and B themselves.
     if (g->mView && g->IsDirty(&r) && !g->PaintNow(IRECT(r.L, r.T, r.R + 1, r.B + 1)))

@@ -355,6 +355,7 @@ bool IGraphicsX11::Idle()
   if (now - mLastFrame >= 1000.0 / std::max(1, FPS()))
   {
     mLastFrame = now;
+    OnGUIIdle();
     IRECT r;
     // One pixel wider and taller: DrawRect draws on R and B themselves.
     if (IsDirty(&r))
