@@ -35,7 +35,11 @@ IPlugLV2::IPlugLV2(IPlugStandalone* plug, const IPlugLV2Setup& setup)
 
 IPlugLV2::~IPlugLV2() = default;
 
-void IPlugLV2::Activate(bool active) { mPlug->OnActivate(active); }
+void IPlugLV2::Activate(bool active)
+{
+  mPlug->OnActivate(active);
+  mInput.Reset(); // no key, pedal or wheel outlives the silence
+}
 
 void IPlugLV2::ResetPortShadow()
 {
@@ -141,10 +145,15 @@ void IPlugLV2::RunLV2(uint32_t nFrames)
   IPlugBase::IMutexLock lock(mPlug.get());
   ApplyChangedControlPorts();
 
-  // Every MIDI event reaches the instrument at its frame. The instrument
-  // retunes at a pitch-wheel message as it arrives, so the block ends before
-  // one: the sound is the same whatever blocks the host runs.
-  uint32_t pos = 0;
+  // Every MIDI event reaches the input stage at its frame, and through it
+  // the instrument.
+  struct Pieces : IMidiInput::IBlockSink
+  {
+    IPlugLV2* mOwner;
+    Pieces(IPlugLV2* owner) : IBlockSink(owner->mPlug.get()), mOwner(owner) {}
+    void Render(int from, int to) override { mOwner->RenderFrames((uint32_t)from, (uint32_t)to); }
+  } pieces(this);
+  uint32_t last = 0;
   const LV2_Atom_Sequence* midiIn = (const LV2_Atom_Sequence*)mMidiIn;
   if (midiIn && midiIn->atom.type == mInfo.mSequenceURID)
   {
@@ -164,18 +173,13 @@ void IPlugLV2::RunLV2(uint32_t nFrames)
       if (body.type != mInfo.mMidiEventURID || body.size == 0 || body.size > 3) continue;
       if (bytes[0] < 0x80 || bytes[0] >= 0xF0) continue; // channel messages only
       // Frames out of order or beyond the block are taken as late as allowed.
-      const uint32_t frame = (uint32_t)std::clamp<int64_t>(time, pos, nFrames ? nFrames - 1 : 0);
-      if ((bytes[0] & 0xF0) == 0xE0 && frame > pos)
-      {
-        RenderFrames(pos, frame);
-        pos = frame;
-      }
-      IMidiMsg msg((int)(frame - pos), bytes[0], body.size > 1 ? bytes[1] : 0, body.size > 2 ? bytes[2] : 0);
-      mPlug->ProcessMidiMsg(&msg);
+      last = (uint32_t)std::clamp<int64_t>(time, last, nFrames ? nFrames - 1 : 0);
+      const IMidiMsg msg(0, bytes[0], body.size > 1 ? bytes[1] : 0, body.size > 2 ? bytes[2] : 0);
+      mInput.Input((int)last, msg, &pieces);
     }
   }
   // A run of nothing leaves its events waiting in the queue for the next.
-  RenderFrames(pos, nFrames);
+  pieces.Finish(&mInput, (int)nFrames);
 
   for (int i = 0; i < NParams(); ++i)
     if (float* port = mControlPorts[(size_t)i])

@@ -9,6 +9,7 @@
 // thread; save on any thread, even during run.
 
 #include "IKeyTable.h"
+#include "IMidiInput.h"
 #include "IPlugStandalone.h"
 
 #include <lv2/atom/forge.h>
@@ -81,6 +82,7 @@ private:
   int mBlock; // the most frames the instrument renders at once
   // One block of the instrument's output before the gain, per channel.
   std::unique_ptr<double[]> mScratch[2];
+  IMidiInput mInput;
   const void* mMidiIn = nullptr; // an LV2_Atom_Sequence
   float* mAudioOut[2] = {nullptr, nullptr};
   // One pointer per parameter: an input port, or a meter's output port.

@@ -9,6 +9,7 @@
 #include "TempDir.h"
 #include "VELTRA.h"
 
+#include <algorithm>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
@@ -185,6 +186,79 @@ TEST_F(VeltraRender, AnEventHalfWayBetweenTwoSamplesSoundsAtTheLaterOne)
   ASSERT_EQ(Render({"-q", Write("a.mid", Smf(0, 480, {a})), Path("a.wav")}).status, 0);
   ASSERT_EQ(Render({"-q", Write("b.mid", Smf(0, 441, {b})), Path("b.wav")}).status, 0);
   EXPECT_TRUE(Read(Path("a.wav")) == Read(Path("b.wav"))) << "the wheel at 2572.5 sounds at 2573";
+}
+
+// MIDI events at whole samples: 441 ticks of 10 ms quarters, one tick a
+// sample. Events sort by their sample, those of one sample in list order.
+Bytes AtSamples(std::vector<std::pair<int, Bytes>> events)
+{
+  std::stable_sort(events.begin(), events.end(), [](auto& a, auto& b) { return a.first < b.first; });
+  Bytes t = {0, 0xFF, 0x51, 3, 0, 0x27, 0x10};
+  int at = 0;
+  for (const auto& e : events)
+  {
+    Bytes delta;
+    for (int d = e.first - at; delta.empty() || d; d >>= 7) delta.insert(delta.begin(), (unsigned char)(d & 0x7F));
+    for (size_t i = 0; i + 1 < delta.size(); ++i) delta[i] |= 0x80;
+    t.insert(t.end(), delta.begin(), delta.end());
+    t.insert(t.end(), e.second.begin(), e.second.end());
+    at = e.first;
+  }
+  t.insert(t.end(), {0, 0xFF, 0x2F, 0});
+  return Smf(0, 441, {t});
+}
+
+// The first sample where two float renders differ, or -1.
+long FirstDifference(const std::vector<float>& a, const std::vector<float>& b)
+{
+  for (size_t i = 0; i < std::min(a.size(), b.size()); ++i)
+    if (memcmp(&a[i], &b[i], sizeof(float))) return (long)i / 2;
+  return a.size() == b.size() ? -1 : (long)std::min(a.size(), b.size()) / 2;
+}
+
+// Eight notes released while the pedal is down sound until the pedal comes
+// up and no longer: the render equals, byte for byte, one whose note-offs
+// all come at the pedal's sample. A learned controller acts at its sample.
+TEST_F(VeltraRender, ThePedalReleasesAtItsOwnSampleAndALearnedControllerAtItsOwn)
+{
+  const int up = 30000;
+  std::vector<std::pair<int, Bytes>> held = {{0, {0xB0, 64, 127}}}, late, plain;
+  for (int k = 0; k < 8; ++k)
+  {
+    const unsigned char key = (unsigned char)(48 + 3 * k);
+    for (auto* v : {&held, &late, &plain}) v->push_back({100 * k, {0x90, key, 100}});
+    held.push_back({5000 + 1000 * k, {0x80, key, 0}});
+    plain.push_back({5000 + 1000 * k, {0x80, key, 0}});
+    late.push_back({up, {0x80, key, 0}});
+  }
+  held.push_back({up, {0xB0, 64, 0}});
+  plain.push_back({3000, {0xB0, 7, 0}}); // no learned controller: dropped
+  SF_INFO info;
+  std::vector<float> renders[3];
+  const char* names[3] = {"held", "late", "plain"};
+  for (int i = 0; i < 3; ++i)
+  {
+    const Bytes mid = AtSamples(i == 0 ? held : i == 1 ? late : plain);
+    ASSERT_EQ(
+        Render({"-q", "-b", "64", Write(names[i] + std::string(".mid"), mid), Path(names[i] + std::string(".wav"))})
+            .status,
+        0);
+    renders[i] = Samples<float>(Path(names[i] + std::string(".wav")), &info);
+  }
+  EXPECT_EQ(FirstDifference(renders[0], renders[1]), -1) << "the held notes end at the pedal's sample";
+  const long released = FirstDifference(renders[0], renders[2]);
+  EXPECT_GE(released, 5000) << "the pedal changed nothing before the first note-off";
+  EXPECT_LT(released, 5000 + 44) << "the first note-off without the pedal acts within a control tick";
+
+  // CC 7 learned for Master Volume, without pick-up: silence from its sample.
+  std::ofstream(Path("map.ini")) << "[controllers]\nCC 7 = Master Volume\n[options]\npick up = off\n";
+  ASSERT_EQ(
+      Render({"-q", "-b", "64", "--controllers", Path("map.ini"), Write("cc.mid", AtSamples(plain)), Path("cc.wav")})
+          .status,
+      0);
+  const std::vector<float> cc = Samples<float>(Path("cc.wav"), &info);
+  EXPECT_EQ(FirstDifference(cc, renders[2]), 3000);
+  EXPECT_EQ(cc[2 * 3000 + 2], 0.0f);
 }
 
 TEST_F(VeltraRender, IntegerFormatsRoundToNearestAlikeInWavAndFlac)

@@ -35,6 +35,8 @@ void Usage(FILE* to)
         "                          own units (repeatable); --list-params shows them all\n"
         "      --list-params       list every parameter: index, name, range, default, unit\n"
         "      --channel N         play only MIDI channel N (1-16)\n"
+        "      --controllers FILE  control changes that move parameters, and the wheel's range, as the\n"
+        "                          application's controllers.ini gives them\n"
         "  -t, --tail SECONDS      render this long after the last MIDI event (default 2)\n"
         "      --gain X            output gain (default 0.25, the application's)\n"
         "      --format F          float, double, pcm16 or pcm24 (default: float for WAV, pcm24 for FLAC)\n"
@@ -199,7 +201,8 @@ enum
   kOptGain,
   kOptFormat,
   kOptVersion,
-  kOptListParams
+  kOptListParams,
+  kOptControllers
 };
 
 const option kLongOpts[] = {{"rate", required_argument, nullptr, 'r'},
@@ -210,6 +213,7 @@ const option kLongOpts[] = {{"rate", required_argument, nullptr, 'r'},
                             {"set", required_argument, nullptr, 's'},
                             {"list-params", no_argument, nullptr, kOptListParams},
                             {"channel", required_argument, nullptr, kOptChannel},
+                            {"controllers", required_argument, nullptr, kOptControllers},
                             {"tail", required_argument, nullptr, 't'},
                             {"gain", required_argument, nullptr, kOptGain},
                             {"format", required_argument, nullptr, kOptFormat},
@@ -261,6 +265,9 @@ void TakeOption(int c, const char* value, Options* o, char** argv)
     break;
   case kOptChannel:
     o->channel = Integer("--channel", value, 1, 16);
+    break;
+  case kOptControllers:
+    o->controllers = value;
     break;
   case 't':
     o->tail = Number("--tail", value, 0.0, 3600.0);

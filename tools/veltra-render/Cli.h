@@ -15,6 +15,7 @@ struct Options
   std::string program, bank;
   int preset = -1; // -1: the bank's own current program
   std::vector<std::string> sets;
+  std::string controllers; // a controllers file: learned controllers, wheel range
   int channel = 0;
   double tail = 2.0;
   double gain;

@@ -8,6 +8,8 @@
 // sound.
 
 #include "Cli.h"
+#include "IControllerMap.h"
+#include "IMidiInput.h"
 #include "MidiFile.h"
 #include "OutputFile.h"
 #include "VELTRA.h"
@@ -36,13 +38,13 @@ bool Plays(uint8_t status)
   return kind == 0x8 || kind == 0x9 || kind == 0xB || kind == 0xE;
 }
 
-std::vector<unsigned char> ReadInput(const std::string& path)
+std::vector<unsigned char> ReadInput(const std::string& path, const char* what = "a MIDI file")
 {
   std::ifstream f(path, std::ios::binary);
   f.seekg(0, std::ios::end);
   const std::streamoff size = f.tellg();
   if (size < 0) Fail("%s: cannot be read", path.c_str());
-  if (size > (64 << 20)) Fail("%s: %lld bytes is too large for a MIDI file", path.c_str(), (long long)size);
+  if (size > (64 << 20)) Fail("%s: %lld bytes is too large for %s", path.c_str(), (long long)size, what);
   f.seekg(0);
   std::vector<unsigned char> data((size_t)size);
   if (size && !f.read((char*)data.data(), size)) Fail("%s: cannot be read", path.c_str());
@@ -102,6 +104,18 @@ void LoadPrograms(VELTRA* plug, const Options& o)
     if (!plug->LoadProgramFromFXP(&path)) Fail("%s: not a VELTRA program (refused)", o.program.c_str());
   }
   for (const std::string& s : o.sets) ApplySet(plug, s);
+}
+
+// A controllers file, read as the application reads its own: a line that
+// cannot be used is named and skipped.
+void ReadControllers(const std::string& path, VELTRA* plug, IControllerMap* map)
+{
+  CheckReadableFile(path, "controllers file");
+  const std::vector<unsigned char> data = ReadInput(path, "a controllers file");
+  std::string complaints;
+  map->Read(std::string(data.begin(), data.end()), plug, &complaints);
+  for (size_t at = 0, eol; (eol = complaints.find('\n', at)) != std::string::npos; at = eol + 1)
+    fprintf(stderr, "veltra-render: warning: %s: %s, skipped\n", path.c_str(), complaints.substr(at, eol - at).c_str());
 }
 
 class Progress
@@ -181,6 +195,27 @@ int main(int argc, char** argv)
   int pending = 0;
   double* outs[2] = {left.data(), right.data()};
   Progress progress(!o.quiet && isatty(STDERR_FILENO), (double)total / o.rate);
+  // The events go through the input stage that every host of the
+  // instrument runs; the pieces of a block are rendered as it asks.
+  struct Pieces : IMidiInput::IBlockSink
+  {
+    VELTRA* mPlug;
+    double** mOuts;
+    Pieces(VELTRA* plug, double** outs) : IBlockSink(plug), mPlug(plug), mOuts(outs) {}
+    void Render(int from, int to) override
+    {
+      double* outs[2] = {mOuts[0] + from, mOuts[1] + from};
+      mPlug->LockMutexAndProcessDoubleReplacing(nullptr, outs, to - from);
+    }
+  } pieces(plug.get(), outs);
+  IMidiInput input;
+  IControllerMap controllers;
+  if (!o.controllers.empty())
+  {
+    ReadControllers(o.controllers, plug.get(), &controllers);
+    input.SetControllers(&controllers, plug.get());
+    plug->SetPitchWheelScale(controllers.WheelRange() / (double)IControllerMap::kDefaultWheelRange);
+  }
   size_t next = 0;
   for (long long pos = 0; pos < total;)
   {
@@ -191,18 +226,15 @@ int main(int argc, char** argv)
       fprintf(stderr, "veltra-render: stopped; %s was not written\n", o.output.c_str());
       return 128 + sig;
     }
-    long long end = std::min<long long>(pos + o.block, total);
-    for (size_t k = next; k < events.size() && sampleOf[k] < end; ++k)
-      if (sampleOf[k] > pos && (events[k].mStatus & 0xF0) == 0xE0 && plays(events[k])) end = sampleOf[k];
+    const long long end = std::min<long long>(pos + o.block, total);
     for (; next < events.size() && sampleOf[next] < end; ++next)
     {
       const MidiFileEvent& e = events[next];
       if (!plays(e)) continue;
-      IMidiMsg msg((int)(sampleOf[next] - pos), e.mStatus, e.mData1, e.mData2);
-      plug->ProcessMidiMsg(&msg);
+      input.Input((int)(sampleOf[next] - pos), IMidiMsg(0, e.mStatus, e.mData1, e.mData2), &pieces);
     }
     const int n = (int)(end - pos);
-    plug->LockMutexAndProcessDoubleReplacing(nullptr, outs, n);
+    pieces.Finish(&input, n);
     for (int i = 0; i < n; ++i, ++pending)
     {
       frames[2 * (size_t)pending] = left[(size_t)i] * o.gain;
