@@ -3,6 +3,7 @@
 #include "AppState.h"
 #include "AudioEngine.h"
 #include "Console.h"
+#include "Controllers.h"
 #include "Engines.h"
 #include "MainWindow.h"
 #include "MidiEngine.h"
@@ -25,6 +26,7 @@ gboolean OnStatusTimer(gpointer)
 {
   ReportStreamStatus();
   ReportMidiStatus();
+  ControllersIdle();
   return G_SOURCE_CONTINUE;
 }
 
@@ -48,6 +50,7 @@ void Init()
   gPluginInstance = (IPlugStandalone*)MakePlug(gMidiOut, &gState->mMidiOutChan);
   gPluginInstance->RestorePreset(0); // every parameter in force before the stream starts
   LoadSessionProgram();
+  LoadControllers();
   StartEngines(true);
   sStatusTimer = g_timeout_add(100, OnStatusTimer, nullptr);
 }

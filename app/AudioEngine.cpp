@@ -2,6 +2,7 @@
 
 #include "AppState.h"
 #include "Console.h"
+#include "Controllers.h"
 #include "IPlugStandalone.h"
 #include "JackProbe.h"
 #include "QuietProbe.h"
@@ -435,7 +436,7 @@ int AudioCallback(void* outputBuffer, void* inputBuffer, unsigned int nFrames, d
         }
         double* inputs[2] = {in + i, in + rightInOffset + i};
         double* outputs[2] = {out + i, out + nFrames + i};
-        gPluginInstance->LockMutexAndProcessDoubleReplacing(inputs, outputs, (int)frames);
+        RenderThroughInputStage(inputs, outputs, (int)frames);
       }
       if (gFadeMult < 1.0) gFadeMult += 1.0 / nFrames;
       out[i] *= gFadeMult;

@@ -3,6 +3,7 @@
 #include "App.h"
 #include "AudioEngine.h"
 #include "Console.h"
+#include "Controllers.h"
 #include "IGraphics.h"
 #include "IPlugStandalone.h"
 #include "Session.h"
@@ -11,6 +12,8 @@
 #include "lice.h"
 #include "resource.h"
 #include "swell-menu.h"
+
+#include <gtk/gtk.h>
 
 #include <cstdio>
 
@@ -32,6 +35,11 @@ const SWELL_MenuGen_Entry kMenu1[] = {
     {SWELL_MENUGEN_POPUP_PREFIX "&File", 0, 0},
     {"Preferences...", ID_PREFERENCES, 0},
     {"&Quit", ID_QUIT, 0},
+    {SWELL_MENUGEN_ENDPOPUP, 0, 0},
+    {SWELL_MENUGEN_POPUP_PREFIX "&MIDI", 0, 0},
+    {"&Learn Controller", ID_LEARN_CONTROLLER, 0},
+    {"&Forget Controller", ID_FORGET_CONTROLLER, 0},
+    {"Forget &All Controllers", ID_FORGET_ALL_CONTROLLERS, 0},
     {SWELL_MENUGEN_ENDPOPUP, 0, 0},
     {SWELL_MENUGEN_POPUP_PREFIX "&Help", 0, 0},
     {"&About", ID_ABOUT, 0},
@@ -66,9 +74,25 @@ void OnCommand(HWND hwnd, int id)
   case ID_QUIT:
     CloseMainWindow(hwnd);
     break;
+  case ID_LEARN_CONTROLLER:
+    ToggleLearning();
+    break;
+  case ID_FORGET_CONTROLLER:
+    ForgetController();
+    break;
+  case ID_FORGET_ALL_CONTROLLERS:
+    ForgetAllControllers();
+    break;
   default:
     break;
   }
+}
+// Escape ends learning, wherever the keyboard focus is in the window.
+gboolean OnWindowKey(GtkWidget*, GdkEventKey* ev, gpointer)
+{
+  if (ev->keyval != GDK_KEY_Escape || !IsLearning()) return FALSE;
+  StopLearning();
+  return TRUE;
 }
 } // namespace
 
@@ -133,6 +157,8 @@ void LaunchMainWindow()
     delete icon;
   }
   SWELL_CreateDialog(SWELL_curmodule_dialogresource_head, IDD_DIALOG_MAIN, nullptr, MainDlgProc, 0);
+  if (void* window = gHWND ? SWELL_GetNativeWindow(gHWND) : nullptr)
+    g_signal_connect(window, "key-press-event", G_CALLBACK(OnWindowKey), nullptr);
   if (bar && gHWND)
   {
     SetMenu(gHWND, bar);

@@ -3,6 +3,7 @@
 #include "AppState.h"
 #include "AudioEngine.h"
 #include "Console.h"
+#include "Controllers.h"
 #include "IPlugStandalone.h"
 #include "JackProbe.h"
 #include "QuietProbe.h"
@@ -367,7 +368,7 @@ void MIDICallback(double, std::vector<unsigned char>* message, void*)
   // message.
   const unsigned int chan = gState->mMidiInChan;
   if (chan != 0 && chan != (unsigned int)msg.Channel() + 1) return;
-  if (gPluginInstance) gPluginInstance->ProcessMidiMsg(&msg);
+  ControllersMidiIn(msg);
 }
 
 void StopMidi()

@@ -4,6 +4,7 @@
 #include "AppState.h"
 #include "AudioEngine.h"
 #include "Console.h"
+#include "Controllers.h"
 #include "Engines.h"
 #include "IPlugStandalone.h"
 #include "NsmClient.h"
@@ -33,7 +34,11 @@ std::vector<unsigned char> CurrentState()
 {
   ByteChunk c;
   if (gPluginInstance) gPluginInstance->SerializeState(&c);
-  return std::vector<unsigned char>(c.GetBytes(), c.GetBytes() + c.Size());
+  // The learned controllers belong to the session too.
+  const std::string controllers = ControllersText();
+  std::vector<unsigned char> state(c.GetBytes(), c.GetBytes() + c.Size());
+  state.insert(state.end(), controllers.begin(), controllers.end());
+  return state;
 }
 
 // What VELTRA does under a session manager: where its files go, when its
@@ -91,6 +96,12 @@ public:
     {
       mClient.Fail("/nsm/client/save", NsmClient::kErrGeneral,
                    std::string("could not write ") + program.Get() + ": " + strerror(errno));
+      return;
+    }
+    if (!SaveControllers())
+    {
+      mClient.Fail("/nsm/client/save", NsmClient::kErrGeneral,
+                   "could not write the controllers file in " + mFolder + ": " + strerror(errno));
       return;
     }
     if (!SaveSettings())
@@ -175,6 +186,7 @@ private:
     LoadSettings();
     OpenEngines(true);
     LoadProgram();
+    LoadControllers();
     StartEngines(true);
   }
 

@@ -212,6 +212,63 @@ TEST(Panel, ProgramsSaveAndLoadThroughTheFileDialogs)
   midi.Send({0x80, 69, 0});
 }
 
+// MIDI learn as a player does it: the defaults forgotten, then MIDI >
+// Learn Controller, a turn of Filter Cutoff on the panel and a move of the
+// hardware knob (CC 74). The knob then sweeps the cutoff, after picking it
+// up, and the panel's knob follows. The map is kept in controllers.ini, which
+// the next start reads; a damaged line of it is named and the rest kept.
+TEST(Panel, AControllerLearnedFromTheMenuMovesItsKnobAndComesBackAtTheNextStart)
+{
+  VeltraOnScreen s;
+  ASSERT_EQ(s.Start(kVirtualInput), "");
+  MidiSender midi;
+  ASSERT_TRUE(midi.ConnectTo("To VELTRA", 20.0));
+  const std::string file = s.run.home.Path() + "/.config/VELTRA/controllers.ini";
+  s.ChooseMenuItem("MIDI", 2); // Forget All Controllers
+  s.ChooseMenuItem("MIDI", 0); // Learn Controller
+  s.DragPanel({{kCutoffX, kCutoffY}, {kCutoffX, kCutoffY + 12}});
+  Listen(s, 0.3);
+  std::unique_ptr<LICE_IBitmap> chosen(s.PanelShot("learn-chosen.png"));
+  midi.Send({0xB0, 74, 64});
+  Listen(s, 0.3);
+  std::unique_ptr<LICE_IBitmap> learned(s.PanelShot("learned.png"));
+  EXPECT_GT(ChangedShare(chosen.get(), learned.get(), 295, 215, 410, 255), 0.005) << "the display names CC 74";
+  s.xserver.Key("Escape");
+  const std::string saved = ReadWholeFile(file);
+  EXPECT_NE(saved.find("CC 74 = Filter Cutoff"), std::string::npos) << saved;
+  EXPECT_EQ(saved.find("CC 1 ="), std::string::npos) << "the forgotten defaults came back: " << saved;
+
+  midi.Send({0x90, 48, 110});
+  const auto open = Listen(s, 1.0);
+  // Down from the top: the knob takes the cutoff as it passes it.
+  for (int v = 127; v >= 0; v -= 8) midi.Send({0xB0, 74, (unsigned char)v}), Sleep(0.02);
+  midi.Send({0xB0, 74, 0});
+  const auto dark = Listen(s, 1.0);
+  std::unique_ptr<LICE_IBitmap> turned(s.PanelShot("cc-turned.png"));
+  EXPECT_LT(LevelOf(s, dark), 0.5 * LevelOf(s, open)) << "the cutoff follows CC 74";
+  EXPECT_GT(ChangedShare(learned.get(), turned.get(), 570, 50, 606, 86), 0.1) << "the knob follows CC 74";
+  midi.Send({0x80, 48, 0});
+  ASSERT_EQ(s.run.veltra.StopWith(SIGTERM, 15.0), 0);
+
+  // The next start, without a window: the file as this one left it, and a
+  // damaged line.
+  std::string damaged = saved;
+  damaged.insert(damaged.find("[controllers]\n") + 14, "CC 300 = Filter Cutoff\n");
+  std::ofstream(file) << damaged;
+  ASSERT_TRUE(s.run.veltra.Start(VELTRA_EXE, s.run.server.Name(), s.run.home.Path()));
+  ASSERT_TRUE(s.run.recorder.ConnectTo("VELTRA:outport ", 20.0)) << s.run.veltra.Errors();
+  EXPECT_NE(s.run.veltra.Output().find("line 3: \"CC 300\" is not a controller"), std::string::npos)
+      << s.run.veltra.Output();
+  MidiSender again;
+  ASSERT_TRUE(again.ConnectTo("To VELTRA", 20.0));
+  again.Send({0x90, 48, 110});
+  const auto bright = Listen(s, 1.0);
+  for (int v = 0; v <= 127; v += 8) again.Send({0xB0, 74, (unsigned char)v}), Sleep(0.02);
+  for (int v = 127; v >= 0; v -= 8) again.Send({0xB0, 74, (unsigned char)v}), Sleep(0.02);
+  again.Send({0xB0, 74, 0});
+  EXPECT_LT(LevelOf(s, Listen(s, 1.0)), 0.5 * LevelOf(s, bright)) << "CC 74 still moves the cutoff after the restart";
+}
+
 // A save that fails (here into a folder that nobody, not even root, can
 // write to) is told in a message box naming the file and the reason, and
 // the sound plays on.

@@ -60,8 +60,8 @@ void ClickAndChoose(const XServer& x, int sx, int sy, int item)
 
 void VeltraOnScreen::ChooseMenuItem(const std::string& menu, int item) const
 {
-  // File and Help stand at the left of the menu bar.
-  ClickAndChoose(xserver, panelLeft + (menu == "File" ? 18 : 55), panelTop - 12, item);
+  // File, MIDI and Help stand at the left of the menu bar.
+  ClickAndChoose(xserver, panelLeft + (menu == "File" ? 18 : menu == "MIDI" ? 55 : 95), panelTop - 12, item);
 }
 
 void VeltraOnScreen::ChoosePopupItem(int x, int y, int item) const

@@ -23,7 +23,7 @@ struct VeltraOnScreen
   int ScreenY(int panelY) const { return panelTop + panelY; }
   void ClickPanel(int x, int y, int button = 1) const { xserver.Click(ScreenX(x), ScreenY(y), button); }
   void DragPanel(const std::vector<std::pair<int, int>>& points) const;
-  // Opens a menu of the menu bar ("File" or "Help") and chooses its n-th item
+  // Opens a menu of the menu bar ("File", "MIDI" or "Help") and chooses its n-th item
   // (0-based, separators not counted) by keyboard.
   void ChooseMenuItem(const std::string& menu, int item) const;
   // The same for the popup menu that a click at a panel point opens.

@@ -178,7 +178,8 @@ TEST(Session, PanelChangeIsSavedAndComesBackUnderTheSessionsName)
   TempDir sessions;
   const std::string folder = sessions.Path() + "/My Song/VELTRA.nVeltraA";
   const std::string program = folder + "/program.fxp", settings = folder + "/settings.ini";
-  std::string saved, savedSettings;
+  const std::string controllers = folder + "/controllers.ini";
+  std::string saved, savedSettings, savedControllers;
   for (int run = 0; run < 2; ++run)
   {
     nsm.Offer(folder, "nVeltraA");
@@ -210,6 +211,15 @@ TEST(Session, PanelChangeIsSavedAndComesBackUnderTheSessionsName)
       savedSettings = ReadAll(settings);
       EXPECT_NE(saved, defaults) << "the turned knob was not saved";
       EXPECT_NE(savedSettings.find("[audio]"), std::string::npos);
+      EXPECT_NE(ReadAll(controllers).find("CC 74 = Filter Cutoff"), std::string::npos) << "the default controllers";
+      // The controllers are the session's too: forgetting them is a change.
+      mark = nsm.Mark();
+      s.ChooseMenuItem("MIDI", 2); // Forget All Controllers
+      ASSERT_TRUE(nsm.WaitFor("<- nVeltraA /nsm/client/is_dirty", mark)) << nsm.Log();
+      nsm.Send("nVeltraA", "/nsm/client/save");
+      ASSERT_TRUE(nsm.WaitFor("<- nVeltraA /nsm/client/is_clean", mark)) << nsm.Log();
+      savedControllers = ReadAll(controllers);
+      EXPECT_EQ(savedControllers.find("\nCC "), std::string::npos) << savedControllers;
 
       mark = nsm.Mark();
       nsm.Send("nVeltraA", "/nsm/client/hide_optional_gui");
@@ -234,10 +244,11 @@ TEST(Session, PanelChangeIsSavedAndComesBackUnderTheSessionsName)
       ASSERT_TRUE(nsm.WaitFor("<- nVeltraA /reply \"/nsm/client/save\"", mark)) << nsm.Log();
       EXPECT_EQ(ReadAll(program), saved) << "the program did not come back as saved";
       EXPECT_EQ(ReadAll(settings), savedSettings);
+      EXPECT_EQ(ReadAll(controllers), savedControllers);
     }
     ASSERT_EQ(s.run.veltra.StopWith(SIGTERM, 15.0), 0) << s.run.veltra.Errors();
   }
-  EXPECT_EQ(FilesIn(folder), (std::vector<std::string>{"program.fxp", "settings.ini"}));
+  EXPECT_EQ(FilesIn(folder), (std::vector<std::string>{"controllers.ini", "program.fxp", "settings.ini"}));
   printf("%s", nsm.Log().c_str());
 }
 

@@ -1,0 +1,269 @@
+#include "Controllers.h"
+
+#include "AudioEngine.h"
+#include "Console.h"
+#include "IControllerMap.h"
+#include "IMidiInput.h"
+#include "IPlugStandalone.h"
+#include "Session.h"
+#include "Settings.h"
+#include "VELTRA.h"
+#include "VELTRAPanel.h"
+
+#include "replacefile.h"
+
+#include <atomic>
+#include <cerrno>
+#include <fstream>
+#include <sstream>
+#include <sys/stat.h>
+
+namespace
+{
+const char* const kFileName = "controllers.ini";
+// Far beyond any real map: a larger file is no controllers file.
+constexpr long long kMaxFileSize = 1 << 20;
+
+IMidiInput sInput;
+IControllerMap sMap;
+std::atomic<bool> sLearning{false};
+std::atomic<int> sLearnTarget{-1};
+// Set by the MIDI thread when learning bound a controller; the main thread
+// shows it and saves.
+std::atomic<int> sLearnedCC{-1};
+int sLastPanelParam = -1; // main thread
+
+// The stage's output in the application: messages go to the instrument's
+// queue for the start of the next block, controllers move parameters at once.
+struct Sink : IMidiInput::ISink
+{
+  void Deliver(int, IMidiMsg* msg) override
+  {
+    msg->mOffset = 0;
+    gPluginInstance->ProcessMidiMsg(msg);
+  }
+  void SetLearned(int, int idx, double normalized) override
+  {
+    gPluginInstance->SetParameterFromController(idx, normalized);
+  }
+};
+
+// What a musician expects of a new instrument: the mod wheel, the volume
+// and the two brightness controllers of most keyboards.
+void SetDefaults(IControllerMap* map)
+{
+  *map = IControllerMap();
+  map->Bind(1, kLFODepth);
+  map->Bind(7, kMasterVolume);
+  map->Bind(74, kFilterCutoff);
+  map->Bind(71, kFilterResonance);
+}
+
+std::string FilePath()
+{
+  if (!gINIPath || !gINIPath[0]) return "";
+  const std::string ini = gINIPath;
+  return ini.substr(0, ini.rfind('/') + 1) + kFileName;
+}
+
+bool InSession() { return !SessionClientName().empty(); }
+
+VELTRADisplay* Display() { return gPluginInstance ? static_cast<VELTRA*>(gPluginInstance)->Display() : nullptr; }
+
+const char* ParamName(int idx)
+{
+  const IParam* p = gPluginInstance ? gPluginInstance->GetParam(idx) : nullptr;
+  return p ? p->GetNameForHost() : "";
+}
+
+// "Filter Cutoff <- CC 74", or "<- ?" while it has none.
+std::string BindingText(int idx)
+{
+  int cc;
+  {
+    IPlugBase::IMutexLock lock(gPluginInstance);
+    cc = sMap.ControllerFor(idx);
+  }
+  return std::string(ParamName(idx)) + " <- " + (cc < 0 ? std::string("?") : "CC " + std::to_string(cc));
+}
+
+void Show(const std::string& text, bool hold)
+{
+  if (VELTRADisplay* d = Display()) d->ShowMessage(text.c_str(), hold);
+}
+
+void MapChanged()
+{
+  // Under a session manager the map is saved with the session, which now
+  // has unsaved changes; outside one it is saved at once.
+  if (InSession()) return;
+  if (!SaveControllers()) Say("could not write %s: %s\n", FilePath().c_str(), strerror(errno));
+}
+} // namespace
+
+void ControllersMidiIn(const IMidiMsg& msg)
+{
+  if (!gPluginInstance) return;
+  IPlugBase::IMutexLock lock(gPluginInstance);
+  const int target = sLearnTarget.load();
+  if (sLearning.load() && target >= 0 && msg.StatusMsg() == IMidiMsg::kControlChange &&
+      IControllerMap::Learnable(msg.mData1) && sMap.ParamFor(msg.mData1) != target)
+  {
+    // Learning: the controller now moves the chosen control. Its later
+    // moves act, so the player hears the binding at once.
+    sMap.Bind(msg.mData1, target);
+    sLearnedCC.store(msg.mData1);
+    return;
+  }
+  Sink sink;
+  sInput.Input(0, msg, &sink);
+}
+
+void RenderThroughInputStage(double** inputs, double** outputs, int nFrames)
+{
+  IPlugBase::IMutexLock lock(gPluginInstance);
+  Sink sink;
+  // MIDI comes in between blocks, so the stage's frames count from the
+  // start of this one; a wheel repeat falls one frame after its note.
+  for (int pos = 0; pos < nFrames;)
+  {
+    const int due = sInput.NextDue();
+    if (due >= 0 && due <= pos)
+    {
+      sInput.DeliverDue(pos, &sink);
+      continue;
+    }
+    const int end = due > pos && due < nFrames ? due : nFrames;
+    double* in[2] = {inputs[0] + pos, inputs[1] + pos};
+    double* out[2] = {outputs[0] + pos, outputs[1] + pos};
+    gPluginInstance->LockMutexAndProcessDoubleReplacing(in, out, end - pos);
+    pos = end;
+  }
+  sInput.EndBlock(nFrames);
+}
+
+void LoadControllers()
+{
+  if (!gPluginInstance) return;
+  const std::string path = FilePath();
+  IControllerMap map;
+  SetDefaults(&map);
+  struct stat st;
+  const bool exists = !path.empty() && !stat(path.c_str(), &st);
+  std::string complaints;
+  if (exists && (!S_ISREG(st.st_mode) || st.st_size > kMaxFileSize))
+    Say("%s is not a controllers file; the default controllers are used\n", path.c_str());
+  else if (exists)
+  {
+    std::ifstream f(path, std::ios::binary);
+    std::stringstream text;
+    text << f.rdbuf();
+    if (!f)
+      Say("%s could not be read: %s; the default controllers are used\n", path.c_str(), strerror(errno));
+    else
+      map.Read(text.str(), gPluginInstance, &complaints);
+  }
+  for (size_t at = 0, eol; (eol = complaints.find('\n', at)) != std::string::npos; at = eol + 1)
+    Say("%s %s; the line is skipped\n", path.c_str(), complaints.substr(at, eol - at).c_str());
+  {
+    IPlugBase::IMutexLock lock(gPluginInstance);
+    sMap = map;
+    sInput.SetControllers(&sMap, gPluginInstance);
+    gPluginInstance->SetPitchWheelScale(sMap.WheelRange() / (double)IControllerMap::kDefaultWheelRange);
+  }
+  // A first start writes the defaults, so that the player finds the file.
+  if (!exists && !path.empty() && !InSession()) MapChanged();
+}
+
+bool SaveControllers()
+{
+  const std::string path = FilePath();
+  if (path.empty() || !gPluginInstance)
+  {
+    errno = ENOENT;
+    return false;
+  }
+  const std::string text = ControllersText();
+  return WDL_ReplaceFile(path.c_str(), text.data(), text.size());
+}
+
+std::string ControllersText()
+{
+  if (!gPluginInstance) return "";
+  IPlugBase::IMutexLock lock(gPluginInstance);
+  return sMap.Write(gPluginInstance);
+}
+
+bool IsLearning() { return sLearning.load(); }
+
+void ToggleLearning()
+{
+  if (sLearning.load())
+  {
+    StopLearning();
+    return;
+  }
+  sLearnTarget.store(-1);
+  sLearning.store(true);
+  if (gPluginInstance) gPluginInstance->TakePanelMove(); // only moves from now on count
+  Show("Learn: move a control", true);
+}
+
+void StopLearning()
+{
+  if (!sLearning.exchange(false)) return;
+  const int target = sLearnTarget.exchange(-1);
+  // The binding stays on the display for a moment.
+  if (target >= 0)
+    Show(BindingText(target), false);
+  else if (VELTRADisplay* d = Display())
+    d->ClearMessage();
+}
+
+void ForgetController()
+{
+  if (!gPluginInstance) return;
+  const int idx = sLearnTarget.load() >= 0 ? sLearnTarget.load() : sLastPanelParam;
+  if (idx < 0)
+  {
+    Show("Move a control first", false);
+    return;
+  }
+  {
+    IPlugBase::IMutexLock lock(gPluginInstance);
+    sMap.Forget(sMap.ControllerFor(idx));
+  }
+  Show(BindingText(idx), sLearning.load());
+  MapChanged();
+}
+
+void ForgetAllControllers()
+{
+  if (!gPluginInstance) return;
+  {
+    IPlugBase::IMutexLock lock(gPluginInstance);
+    sMap.ForgetAll();
+  }
+  Show("No controllers", sLearning.load());
+  MapChanged();
+}
+
+void ControllersIdle()
+{
+  if (!gPluginInstance) return;
+  const int moved = gPluginInstance->TakePanelMove();
+  if (moved >= 0)
+  {
+    sLastPanelParam = moved;
+    if (sLearning.load())
+    {
+      sLearnTarget.store(moved);
+      Show(BindingText(moved), true);
+    }
+  }
+  const int cc = sLearnedCC.exchange(-1);
+  if (cc < 0) return;
+  const int target = sLearnTarget.load();
+  if (target >= 0) Show(BindingText(target), sLearning.load());
+  MapChanged();
+}
