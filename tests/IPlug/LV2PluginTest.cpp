@@ -358,7 +358,8 @@ TEST_F(LV2Plugin, RunAllocatesNothingUnderAMidiFlood)
     flood.push_back({k / 5, {(uint8_t)(k % 2 ? 0x80 : 0x90), note, 100}, 3});
   }
   for (int k = 0; k < 200; ++k) flood.push_back({4000 + k / 20, {0xE0, (uint8_t)k, 64}, 3});
-  for (int k = 0; k < 2000; ++k) flood.push_back({k * 2, {(uint8_t)(0xB0 | k % 16), 64, (uint8_t)(k % 3 ? 127 : 0)}, 3});
+  for (int k = 0; k < 2000; ++k)
+    flood.push_back({k * 2, {(uint8_t)(0xB0 | k % 16), 64, (uint8_t)(k % 3 ? 127 : 0)}, 3});
   std::sort(flood.begin(), flood.end(), [](const MidiAt& a, const MidiAt& b) { return a.mSample < b.mSample; });
   ASSERT_EQ(__sanitizer_install_malloc_and_free_hooks(OnMalloc, OnFree), 1);
   in->SetControl("chorus_speed", 500.0f);
