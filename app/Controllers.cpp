@@ -134,9 +134,9 @@ void RenderThroughInputStage(double** inputs, double** outputs, int nFrames)
       continue;
     }
     const int end = due > pos && due < nFrames ? due : nFrames;
-    double* in[2] = {inputs[0] + pos, inputs[1] + pos};
+    double* in[2] = {inputs ? inputs[0] + pos : nullptr, inputs ? inputs[1] + pos : nullptr};
     double* out[2] = {outputs[0] + pos, outputs[1] + pos};
-    gPluginInstance->LockMutexAndProcessDoubleReplacing(in, out, end - pos);
+    gPluginInstance->LockMutexAndProcessDoubleReplacing(inputs ? in : nullptr, out, end - pos);
     pos = end;
   }
   sInput.EndBlock(nFrames);

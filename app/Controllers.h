@@ -16,7 +16,7 @@
 // MIDI thread: one message from the input port, after the channel filter.
 void ControllersMidiIn(const IMidiMsg& msg);
 // Audio thread: renders nFrames, with the wheel repeats that the stage asks
-// for between them. Takes the instrument's mutex.
+// for between them. Takes the instrument's mutex. Inputs may be null.
 void RenderThroughInputStage(double** inputs, double** outputs, int nFrames);
 
 // Main thread, once the instrument exists and whenever the settings folder

@@ -1,10 +1,11 @@
 // The MIDI road: arbitrary byte messages through the MIDI callback's size
-// rule and channel filter into the instrument, interleaved with rendered
-// blocks. Each message is a length byte (0..4) and that many bytes; a length
+// rule, channel filter and input stage into the instrument, interleaved with
+// rendered blocks. Each message is a length byte (0..4) and that many bytes; a length
 // byte of 0xFF renders a block instead.
 
 #include "AppState.h"
 #include "AudioEngine.h"
+#include "Controllers.h"
 #include "MidiEngine.h"
 #include "VELTRA.h"
 
@@ -32,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const uint8_t len = data[i++];
     if (len == 0xFF)
     {
-      plug->LockMutexAndProcessDoubleReplacing(nullptr, outs, 32);
+      RenderThroughInputStage(nullptr, outs, 32);
       continue;
     }
     const size_t n = len % 5 < size - i ? len % 5 : size - i;
@@ -40,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     i += n;
     MIDICallback(0.0, &msg, nullptr);
   }
-  plug->LockMutexAndProcessDoubleReplacing(nullptr, outs, 32);
+  RenderThroughInputStage(nullptr, outs, 32);
   gPluginInstance = nullptr;
   return 0;
 }
