@@ -40,6 +40,7 @@ public:
   T Exchange(T v) { return m_v.exchange(v, std::memory_order_seq_cst); }
   T FetchAdd(T d) { return m_v.fetch_add(d, std::memory_order_seq_cst); }
   T FetchSub(T d) { return m_v.fetch_sub(d, std::memory_order_seq_cst); }
+  T FetchOr(T bits) { return m_v.fetch_or(bits, std::memory_order_seq_cst); }
   // Fully ordered load and store, for a handshake between two threads where
   // each writes one word and then reads the other's.
   T GetOrdered() const { return m_v.load(std::memory_order_seq_cst); }

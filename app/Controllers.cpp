@@ -11,8 +11,8 @@
 #include "VELTRAPanel.h"
 
 #include "replacefile.h"
+#include "sharedword.h"
 
-#include <atomic>
 #include <cerrno>
 #include <fstream>
 #include <sstream>
@@ -26,11 +26,11 @@ constexpr long long kMaxFileSize = 1 << 20;
 
 IMidiInput sInput;
 IControllerMap sMap;
-std::atomic<bool> sLearning{false};
-std::atomic<int> sLearnTarget{-1};
+WDL_SharedWord<bool> sLearning = false;
+WDL_SharedWord<int> sLearnTarget = -1;
 // Set by the MIDI thread when learning bound a controller; the main thread
 // shows it and saves.
-std::atomic<int> sLearnedCC{-1};
+WDL_SharedWord<int> sLearnedCC = -1;
 int sLastPanelParam = -1; // main thread
 
 // The stage's output in the application: messages go to the instrument's
@@ -105,14 +105,14 @@ void ControllersMidiIn(const IMidiMsg& msg)
 {
   if (!gPluginInstance) return;
   IPlugBase::IMutexLock lock(gPluginInstance);
-  const int target = sLearnTarget.load();
-  if (sLearning.load() && target >= 0 && msg.StatusMsg() == IMidiMsg::kControlChange &&
+  const int target = sLearnTarget.Get();
+  if (sLearning.Get() && target >= 0 && msg.StatusMsg() == IMidiMsg::kControlChange &&
       IControllerMap::Learnable(msg.mData1) && sMap.ParamFor(msg.mData1) != target)
   {
     // Learning: the controller now moves the chosen control. Its later
     // moves act, so the player hears the binding at once.
     sMap.Bind(msg.mData1, target);
-    sLearnedCC.store(msg.mData1);
+    sLearnedCC.Set(msg.mData1);
     return;
   }
   Sink sink;
@@ -194,25 +194,25 @@ std::string ControllersText()
   return sMap.Write(gPluginInstance);
 }
 
-bool IsLearning() { return sLearning.load(); }
+bool IsLearning() { return sLearning.Get(); }
 
 void ToggleLearning()
 {
-  if (sLearning.load())
+  if (sLearning.Get())
   {
     StopLearning();
     return;
   }
-  sLearnTarget.store(-1);
-  sLearning.store(true);
+  sLearnTarget.Set(-1);
+  sLearning.Set(true);
   if (gPluginInstance) gPluginInstance->TakePanelMove(); // only moves from now on count
   Show("Learn: move a control", true);
 }
 
 void StopLearning()
 {
-  if (!sLearning.exchange(false)) return;
-  const int target = sLearnTarget.exchange(-1);
+  if (!sLearning.Exchange(false)) return;
+  const int target = sLearnTarget.Exchange(-1);
   // The binding stays on the display for a moment.
   if (target >= 0)
     Show(BindingText(target), false);
@@ -223,7 +223,7 @@ void StopLearning()
 void ForgetController()
 {
   if (!gPluginInstance) return;
-  const int idx = sLearnTarget.load() >= 0 ? sLearnTarget.load() : sLastPanelParam;
+  const int idx = sLearnTarget.Get() >= 0 ? sLearnTarget.Get() : sLastPanelParam;
   if (idx < 0)
   {
     Show("Move a control first", false);
@@ -233,7 +233,7 @@ void ForgetController()
     IPlugBase::IMutexLock lock(gPluginInstance);
     sMap.Forget(sMap.ControllerFor(idx));
   }
-  Show(BindingText(idx), sLearning.load());
+  Show(BindingText(idx), sLearning.Get());
   MapChanged();
 }
 
@@ -244,7 +244,7 @@ void ForgetAllControllers()
     IPlugBase::IMutexLock lock(gPluginInstance);
     sMap.ForgetAll();
   }
-  Show("No controllers", sLearning.load());
+  Show("No controllers", sLearning.Get());
   MapChanged();
 }
 
@@ -255,15 +255,15 @@ void ControllersIdle()
   if (moved >= 0)
   {
     sLastPanelParam = moved;
-    if (sLearning.load())
+    if (sLearning.Get())
     {
-      sLearnTarget.store(moved);
+      sLearnTarget.Set(moved);
       Show(BindingText(moved), true);
     }
   }
-  const int cc = sLearnedCC.exchange(-1);
+  const int cc = sLearnedCC.Exchange(-1);
   if (cc < 0) return;
-  const int target = sLearnTarget.load();
-  if (target >= 0) Show(BindingText(target), sLearning.load());
+  const int target = sLearnTarget.Get();
+  if (target >= 0) Show(BindingText(target), sLearning.Get());
   MapChanged();
 }

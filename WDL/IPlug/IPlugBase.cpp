@@ -350,15 +350,15 @@ void IPlugBase::SetParameterAsPlayer(int idx, double normalizedValue, bool byCon
 
 void IPlugBase::NoteParamMoved(int idx, bool byController)
 {
-  mMovedParam.store(idx, std::memory_order_relaxed);
-  if (!byController) mMovedByPanel.store(idx, std::memory_order_relaxed);
-  if (byController && idx >= 0 && idx < 64) mMovedByController.fetch_or(uint64_t(1) << idx, std::memory_order_relaxed);
+  mMovedParam.Set(idx);
+  if (!byController) mMovedByPanel.Set(idx);
+  if (byController && idx >= 0 && idx < 64) mMovedByController.FetchOr(uint64_t(1) << idx);
 }
 
 int IPlugBase::TakeParamMoves(uint64_t* byController)
 {
-  *byController = mMovedByController.exchange(0, std::memory_order_relaxed);
-  return mMovedParam.exchange(-1, std::memory_order_relaxed);
+  *byController = mMovedByController.Exchange(0);
+  return mMovedParam.Exchange(-1);
 }
 
 void IPlugBase::OnParamReset()

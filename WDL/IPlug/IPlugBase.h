@@ -13,7 +13,8 @@
 #include "../mutex.h"
 #include "../ptrlist.h"
 
-#include <atomic>
+#include "../sharedword.h"
+
 #include <cstdint>
 
 // What a host adapter does to every sample the instrument renders, and the
@@ -169,7 +170,7 @@ public:
   int TakeParamMoves(uint64_t* byController);
   // GUI thread: the parameter moved last from the panel (-1 when none moved
   // since the last call), for the application's learning of controllers.
-  int TakePanelMove() { return mMovedByPanel.exchange(-1, std::memory_order_relaxed); }
+  int TakePanelMove() { return mMovedByPanel.Exchange(-1); }
   void OnParamReset();
 
 private:
@@ -285,9 +286,9 @@ protected:
   WDL_PtrList<WDL_String> mInputBusLabels;
   WDL_PtrList<WDL_String> mOutputBusLabels;
   double mPitchWheelScale = 1.0;
-  std::atomic<int> mMovedParam{-1};
-  std::atomic<int> mMovedByPanel{-1};
-  std::atomic<uint64_t> mMovedByController{0};
+  WDL_SharedWord<int> mMovedParam = -1;
+  WDL_SharedWord<int> mMovedByPanel = -1;
+  WDL_SharedWord<uint64_t> mMovedByController = 0;
 };
 
 IPreset* GetNextUninitializedPreset(WDL_PtrList<IPreset>* presets);

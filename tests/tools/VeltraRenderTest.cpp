@@ -259,6 +259,15 @@ TEST_F(VeltraRender, ThePedalReleasesAtItsOwnSampleAndALearnedControllerAtItsOwn
   const std::vector<float> cc = Samples<float>(Path("cc.wav"), &info);
   EXPECT_EQ(FirstDifference(cc, renders[2]), 3000);
   EXPECT_EQ(cc[2 * 3000 + 2], 0.0f);
+
+  // The wheel pushed up just before a note bends it, by the file's range.
+  std::ofstream(Path("range.ini")) << "[options]\nwheel range = 6\n";
+  const Bytes bend = AtSamples({{999, {0xE0, 127, 127}}, {1000, {0x90, 69, 100}}, {44100, {0x80, 69, 0}}});
+  ASSERT_EQ(Render({"-q", "--controllers", Path("range.ini"), "-s", "synth mode=0", Write("bend.mid", bend),
+                    Path("bend.wav")})
+                .status,
+            0);
+  EXPECT_NEAR(Fundamental(Samples<float>(Path("bend.wav"), &info), 4410, 40000, 44100.0, 2), 622.3, 10.0);
 }
 
 TEST_F(VeltraRender, IntegerFormatsRoundToNearestAlikeInWavAndFlac)
