@@ -351,7 +351,8 @@ TEST(Session, TwoClientsPlayAndSavesNeverInterruptTheSound)
 
   ASSERT_EQ(one.veltra.StopWith(SIGTERM, 15.0), 0) << one.veltra.Errors();
   ASSERT_EQ(two.StopWith(SIGTERM, 15.0), 0) << two.Errors();
-  EXPECT_EQ(FilesIn(sessions.Path() + "/nOne"), (std::vector<std::string>{"program.fxp", "settings.ini"}));
+  EXPECT_EQ(FilesIn(sessions.Path() + "/nOne"),
+            (std::vector<std::string>{"controllers.ini", "program.fxp", "settings.ini"}));
   EXPECT_EQ(ReadAll(sessions.Path() + "/nOne/program.fxp"), saved);
   EXPECT_NE(one.veltra.Output().find("session 'test session'"), std::string::npos) << one.veltra.Output();
 }
