@@ -211,16 +211,22 @@ void VELTRADisplay::OnGUIIdle()
 {
   uint64_t byController = 0;
   const int moved = mPlug->TakeParamMoves(&byController);
-  IGraphics* gui = GetGUI();
-  for (int i = 0; byController && gui && i < 64; ++i)
-    if (byController & (uint64_t(1) << i) && mPlug->GetParam(i))
-      gui->SetParameterFromPlug(i, mPlug->GetParam(i)->GetNormalized(), true);
-  if (moved >= 0 && !mHold)
+  if (moved < 0 && !byController)
   {
-    WDL_String text;
-    FormatParamForDisplay(mPlug, moved, &text);
-    ShowMessage(text.Get(), false);
+    if (mShowing && !mHold && std::chrono::steady_clock::now() >= mUntil) ClearMessage();
+    return;
   }
+  // The values are the instrument's, which the MIDI thread may be changing.
+  WDL_String text;
+  {
+    IPlugBase::IMutexLock lock(mPlug);
+    IGraphics* gui = GetGUI();
+    for (int i = 0; byController && gui && i < 64; ++i)
+      if (byController & (uint64_t(1) << i) && mPlug->GetParam(i))
+        gui->SetParameterFromPlug(i, mPlug->GetParam(i)->GetNormalized(), true);
+    if (moved >= 0) FormatParamForDisplay(mPlug, moved, &text);
+  }
+  if (moved >= 0 && !mHold) ShowMessage(text.Get(), false);
   if (mShowing && !mHold && std::chrono::steady_clock::now() >= mUntil) ClearMessage();
 }
 

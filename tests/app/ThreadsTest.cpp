@@ -1,5 +1,6 @@
 #include "AppState.h"
 #include "AudioEngine.h"
+#include "Controllers.h"
 #include "Console.h"
 #include "IGraphics.h"
 #include "IKeyboardControl.h"
@@ -34,6 +35,7 @@ TEST(Threads, AudioGuiAndMidiMeetInTheInstrument)
   IGraphics* gui = MakePlugGUI(plug.get());
   const IRECT keys = static_cast<IKeyboardControl*>(plug->mKeyboard)->GetRECT();
   gPluginInstance = plug.get();
+  LoadControllers(); // the defaults: CC 74 moves Filter Cutoff
   gSigVS = 32;
   gBufIndex = 0;
   gVecElapsed = 51;
@@ -59,9 +61,9 @@ TEST(Threads, AudioGuiAndMidiMeetInTheInstrument)
           std::vector<unsigned char> on = {(unsigned char)(0x90 | (i & 1)), (unsigned char)(40 + i % 40), 100};
           std::vector<unsigned char> off = {0x80, (unsigned char)(40 + (i + 20) % 40), 0};
           std::vector<unsigned char> bend = {0xE0, 0, (unsigned char)(i % 128)};
-          MIDICallback(0.0, &on, nullptr);
-          MIDICallback(0.0, &off, nullptr);
-          MIDICallback(0.0, &bend, nullptr);
+          std::vector<unsigned char> pedal = {0xB0, 64, (unsigned char)(i % 7 ? 127 : 0)};
+          std::vector<unsigned char> cutoff = {0xB1, 74, (unsigned char)(i % 128)};
+          for (auto* m : {&on, &off, &bend, &pedal, &cutoff}) MIDICallback(0.0, m, nullptr);
           std::this_thread::yield();
         }
       });
@@ -74,6 +76,8 @@ TEST(Threads, AudioGuiAndMidiMeetInTheInstrument)
     else
       gui->OnMouseUp(keys.L, keys.T, &left);
     IRECT dirty;
+    gui->OnGUIIdle(); // the display names what moved, and controls follow the controllers
+    ControllersIdle();
     if (gui->IsDirty(&dirty)) gui->Draw(&dirty);
     // The preferences dialog's Cancel puts a copy of the settings back while
     // the audio and MIDI threads read them.
@@ -92,6 +96,8 @@ TEST(Threads, AudioGuiAndMidiMeetInTheInstrument)
   IMouseMod left(true);
   gui->OnMouseUp(keys.L, keys.T, &left);
   state.mMidiInChan = 0;
+  std::vector<unsigned char> up = {0xB0, 64, 0}; // the pedal lets its notes go
+  MIDICallback(0.0, &up, nullptr);
   for (int note = 0; note < 128; ++note)
   {
     std::vector<unsigned char> off = {0x80, (unsigned char)note, 0}, off2 = {0x81, (unsigned char)note, 0};
