@@ -97,8 +97,9 @@ int main(int argc, char** argv)
   Put("ini", "settings", std::vector<unsigned char>(ini.begin(), ini.end()));
 
   Put("midi", "notes", {0, 3, 0x90, 60, 100, 0xFF, 3, 0x80, 60, 0, 2, 0xC0, 5, 3, 0xE0, 0, 64, 0xFF, 1, 0xF8});
-  Put("midi", "pedal", {0, 3, 0xB0, 64, 127, 3, 0x90, 60, 100, 3, 0x80, 60, 0, 3, 0xE0, 0, 20, 3, 0x90, 60, 90, 0xFF,
-                        3, 0xB0, 64, 0, 3, 0xB0, 123, 0, 3, 0xB0, 120, 0, 0xFF, 3, 0xB0, 74, 10});
+  Put("midi", "pedal",
+      {0,  3,    0xB0, 64,   127, 3, 0x90, 60,   100, 3, 0x80, 60,   0,   3, 0xE0, 0, 20,   3,  0x90, 60,
+       90, 0xFF, 3,    0xB0, 64,  0, 3,    0xB0, 123, 0, 3,    0xB0, 120, 0, 0xFF, 3, 0xB0, 74, 10});
 
   const std::string map = "[controllers]\nCC 74 = Filter Cutoff\nCC 1 = lfo depth\n[options]\npick up = off\n"
                           "wheel range = 2\n";

@@ -1,7 +1,7 @@
 #include "AppState.h"
 #include "AudioEngine.h"
-#include "Controllers.h"
 #include "Console.h"
+#include "Controllers.h"
 #include "IGraphics.h"
 #include "IKeyboardControl.h"
 #include "MidiEngine.h"
