@@ -32,7 +32,7 @@ TEST(VELTRAVoices, RepeatedKeyTakesTwoVoicesAndVelocityZeroReleasesTheLowestFirs
   EXPECT_EQ(rig.mPlug->GetNumKeys(), 1);
 }
 
-TEST(VELTRAVoices, AReleasedVoiceIsFreedOnlyAtATick)
+TEST(VELTRAVoices, AReleasedVoiceIsFreedOnlyAtATickWhereAllSoundOffSilencesEveryVoice)
 {
   VeltraRig rig(1);
   rig.Set(kOP1Release, 0.4);
@@ -44,6 +44,9 @@ TEST(VELTRAVoices, AReleasedVoiceIsFreedOnlyAtATick)
   rig.Render(1);
   EXPECT_EQ(rig.mPlug->mOsc[2].mKey, 62) << "voice 0 still counts as busy";
   EXPECT_TRUE(rig.mPlug->mOsc[2].mGate);
+  rig.Midi(0xB0, 120, 0); // all sound off: every voice silent from the next tick
+  rig.Render(44);
+  for (const VLTOscillator& o : rig.mPlug->mOsc) EXPECT_EQ(o.mLevel, 0.0);
 }
 
 TEST(VELTRAVoices, MalformedAndOtherMessagesLeaveTheStateAlone)
