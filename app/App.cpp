@@ -4,6 +4,7 @@
 #include "AudioEngine.h"
 #include "Console.h"
 #include "Controllers.h"
+#include "CurrentProgram.h"
 #include "Engines.h"
 #include "MainWindow.h"
 #include "MidiEngine.h"
@@ -27,6 +28,7 @@ gboolean OnStatusTimer(gpointer)
   ReportStreamStatus();
   ReportMidiStatus();
   ControllersIdle();
+  SaveCurrentProgram(false);
   return G_SOURCE_CONTINUE;
 }
 
@@ -50,6 +52,7 @@ void Init()
   gPluginInstance = (IPlugStandalone*)MakePlug(gMidiOut, &gState->mMidiOutChan);
   gPluginInstance->RestorePreset(0); // every parameter in force before the stream starts
   LoadSessionProgram();
+  LoadCurrentProgram();
   LoadControllers();
   StartEngines(true);
   sStatusTimer = g_timeout_add(100, OnStatusTimer, nullptr);
@@ -57,6 +60,7 @@ void Init()
 
 void Cleanup()
 {
+  SaveCurrentProgram(true); // before the session goes: under one, the session's program rules
   LeaveSession();
   if (sStatusTimer)
   {

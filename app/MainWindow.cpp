@@ -4,11 +4,13 @@
 #include "AudioEngine.h"
 #include "Console.h"
 #include "Controllers.h"
+#include "CurrentProgram.h"
 #include "IGraphics.h"
 #include "IPlugStandalone.h"
 #include "Session.h"
 #include "Settings.h"
 #include "VELTRA.h"
+#include "VELTRAPanel.h"
 #include "lice.h"
 #include "resource.h"
 #include "swell-menu.h"
@@ -103,6 +105,9 @@ bool AttachGUI()
   IGraphics* gui = gPluginInstance && gHWND ? MakePlugGUI(gPluginInstance) : nullptr;
   if (!gui || !gui->OpenWindow(gHWND)) return false;
   gPluginInstance->OnGUIOpen();
+  // The program the last run ended with is playing: its name is shown.
+  VELTRADisplay* display = static_cast<VELTRA*>(gPluginInstance)->Display();
+  if (display && *StartProgramName()) display->SetTextFromPlug(StartProgramName());
   return true;
 }
 

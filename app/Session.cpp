@@ -242,6 +242,8 @@ void SessionLaunched()
   if (sSession->mOpenToAnswer) sSession->AnswerOpen();
 }
 
+bool UnderSessionManager() { return sSession != nullptr; }
+
 bool SessionKeepsWindow() { return sSession && !sSession->mFolder.empty(); }
 
 void HideWindowForSession()

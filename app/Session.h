@@ -32,5 +32,9 @@ void SessionLaunched();
 bool SessionKeepsWindow();
 void HideWindowForSession();
 
+// Whether VELTRA runs under a session manager (NSM_URL was given), opened
+// or not yet: the session's program then rules.
+bool UnderSessionManager();
+
 // At cleanup: the OSC server goes; nothing is saved.
 void LeaveSession();

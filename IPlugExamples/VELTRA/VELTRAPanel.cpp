@@ -169,7 +169,9 @@ VELTRAPanelParts BuildVeltraPanel(IGraphics* panel, IPlugBase* plug)
                                                     LoadStrip(panel, kBlackKey), kKeyCoords);
   parts.keyboard = keyboard;
   panel->AttachControl(keyboard);
-  panel->AttachControl(new PresetFunctionsMenu(plug, IRECT(410, 210, 490, 250), parts.presetName));
+  PresetFunctionsMenu* programs = new PresetFunctionsMenu(plug, IRECT(410, 210, 490, 250), parts.presetName);
+  panel->AttachControl(programs);
+  panel->AttachKeyCatcher(programs); // Page Up and Page Down anywhere on the panel
   return parts;
 }
 

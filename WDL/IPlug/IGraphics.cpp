@@ -351,10 +351,11 @@ void IGraphics::OnMouseWheel(int x, int y, IMouseMod* mod, int d)
 bool IGraphics::OnKeyDown(int x, int y, int key)
 {
   // The background at index 0 never takes a key.
+  // The control under the mouse first; a key it does not take goes to the
+  // key catcher.
   const int c = GetMouseControlIdx(x, y);
-  if (c >= 1) return mControls.Get(c)->OnKeyDown(x, y, key);
-  if (mKeyCatcher) return mKeyCatcher->OnKeyDown(x, y, key);
-  return false;
+  if (c >= 1 && mControls.Get(c)->OnKeyDown(x, y, key)) return true;
+  return mKeyCatcher && mKeyCatcher->OnKeyDown(x, y, key);
 }
 
 int IGraphics::GetParamIdxForPTAutomation(int x, int y)

@@ -10,6 +10,14 @@
 
 class LICE_IFont;
 
+// Key codes beyond space (0), the arrows (1-4), digits (5-14) and letters
+// (15-40): the two page keys.
+enum EVirtualKey
+{
+  kVirtualKeyPageUp = 41,
+  kVirtualKeyPageDown = 42
+};
+
 enum EDirection
 {
   kVertical = 0,

@@ -34,6 +34,12 @@ int XVirtualKeyOf(unsigned long keysym)
   case XK_Right:
   case XK_KP_Right:
     return 4;
+  case XK_Prior:
+  case XK_KP_Prior:
+    return kVirtualKeyPageUp;
+  case XK_Next:
+  case XK_KP_Next:
+    return kVirtualKeyPageDown;
   default:
     break;
   }

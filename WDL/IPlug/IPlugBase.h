@@ -175,6 +175,12 @@ public:
 
 private:
   void SetParameterAsPlayer(int idx, double normalizedValue, bool byController);
+  // The host hears of the new program, and the count of loads grows.
+  void NoteProgramLoaded()
+  {
+    mProgramLoads.FetchAdd(1);
+    InformHostOfProgramChange();
+  }
 
 public:
   void DirtyParameters();
@@ -194,11 +200,13 @@ public:
   int UnserializeParams(ByteChunk* chunk, int startPos);
 
   // Program and bank files. GUI thread; false when the file cannot be
-  // written, read or accepted (a refused header changes nothing).
+  // written, read or accepted (a refused header changes nothing). Each load
+  // that is accepted counts in ProgramLoads, which any thread may read.
   bool SaveProgramAsFXP(WDL_String* fileName);
   bool SaveBankAsFXB(WDL_String* fileName);
   bool LoadProgramFromFXP(WDL_String* fileName);
   bool LoadBankFromFXB(WDL_String* fileName);
+  unsigned ProgramLoads() const { return mProgramLoads.Get(); }
   // The same in memory. Any thread: the parameter form of a program, from the
   // current parameters or from one real value per parameter.
   void MakeProgramFXP(ByteChunk* chunk, const char* name, const double* values = nullptr);
@@ -286,6 +294,7 @@ protected:
   WDL_PtrList<WDL_String> mInputBusLabels;
   WDL_PtrList<WDL_String> mOutputBusLabels;
   double mPitchWheelScale = 1.0;
+  WDL_SharedWord<unsigned> mProgramLoads = 0;
   WDL_SharedWord<int> mMovedParam = -1;
   WDL_SharedWord<int> mMovedByPanel = -1;
   WDL_SharedWord<uint64_t> mMovedByController = 0;

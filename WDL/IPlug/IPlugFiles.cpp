@@ -252,7 +252,7 @@ bool IPlugBase::LoadProgramFromChunk(ByteChunk* chunk)
   }
   ModifyCurrentPreset(name);
   RestorePreset(GetCurrentPresetIdx());
-  InformHostOfProgramChange();
+  NoteProgramLoaded();
   return true;
 }
 
@@ -276,7 +276,7 @@ bool IPlugBase::LoadBankFromFXB(WDL_String* fileName)
     if (pos < 0) return false;
     GetIPlugVerFromChunk(&c, &pos);
     UnserializePresets(&c, pos);
-    InformHostOfProgramChange();
+    NoteProgramLoaded();
     return true;
   }
   if (h.fxMagic != kFxBk) return false;
@@ -303,6 +303,6 @@ bool IPlugBase::LoadBankFromFXB(WDL_String* fileName)
     if (pos < 0) return false;
   }
   RestorePreset(currentProgram);
-  InformHostOfProgramChange();
+  NoteProgramLoaded();
   return true;
 }

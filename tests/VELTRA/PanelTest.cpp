@@ -3,9 +3,12 @@
 // the end-to-end panel test.
 
 #include "IKeyboardControl.h"
+#include "TempDir.h"
 #include "TestGraphics.h"
+#include "VELTRAPrograms.h"
 #include "VELTRATestUtil.h"
 
+#include <fstream>
 #include <gtest/gtest.h>
 
 namespace
@@ -131,4 +134,34 @@ TEST(Keyboard, TheMouseHoldsOneKeyAndLeavesMidiKeysAlone)
   EXPECT_EQ(k.keyboard->GetKey(), 5) << "and back on them it plays again";
   gui->OnMouseUp(k.WhiteX(3), y, &left);
   EXPECT_EQ(k.keyboard->GetKey(), -1);
+}
+
+// The program list: factory categories, then the player's files and
+// sub-folders, each in name order; stepping wraps round both ends.
+TEST(ProgramList, FactoryThenThePlayersOwnInNameOrderSteppingRound)
+{
+  TempDir dir;
+  const std::string f = dir.Path() + "/factory", u = dir.Path() + "/mine";
+  for (const char* p : {"/factory/Lead/b.fxp", "/factory/Bass/Z.fxp", "/factory/Bass/a.FXP", "/factory/Bass/x.fxb",
+                        "/mine/Live/Set 2/c.fxp", "/mine/Live/d.fxp", "/mine/e.fxp", "/mine/.hidden.fxp"})
+  {
+    MakeProgramFolder((dir.Path() + p).substr(0, (dir.Path() + p).rfind('/')));
+    std::ofstream(dir.Path() + p) << "x";
+  }
+  const std::vector<VELTRAProgramEntry> list = ListVeltraPrograms(f, u);
+  std::string order;
+  for (const VELTRAProgramEntry& e : list)
+  {
+    order += (e.mFactory ? "F:" : "U:") + e.mName;
+    for (const std::string& folder : e.mFolders) order += "/" + folder;
+    order += " ";
+  }
+  EXPECT_EQ(order, "F:a/Bass F:Z/Bass F:b/Lead U:e U:d/Live U:c/Live/Set 2 ");
+  EXPECT_EQ(StepVeltraProgram(list, u + "/e.fxp", 1), 4);
+  EXPECT_EQ(StepVeltraProgram(list, u + "/Live/Set 2/c.fxp", 1), 0) << "round the end";
+  EXPECT_EQ(StepVeltraProgram(list, f + "/Bass/a.FXP", -1), 5) << "round the start";
+  EXPECT_EQ(StepVeltraProgram(list, "/elsewhere.fxp", -1), 5);
+  EXPECT_EQ(StepVeltraProgram({}, "", 1), -1);
+  EXPECT_TRUE(PathIsInside(f + "/Bass/a.FXP", f));
+  EXPECT_FALSE(PathIsInside(f + "2/a.fxp", f));
 }

@@ -1,0 +1,40 @@
+#pragma once
+// The programs a player steps through and picks from the panel's menu: the
+// factory programs, one folder per category, then the player's own program
+// files, in one ordered list. Read from the folders each time it is asked
+// for, so that a program saved a moment ago is in it. GUI thread.
+
+#include <string>
+#include <vector>
+
+struct VELTRAProgramEntry
+{
+  std::string mPath;
+  std::string mName;                 // the file's name without ".fxp"
+  std::vector<std::string> mFolders; // the category, or the sub-folders of the player's folder
+  bool mFactory = false;
+};
+
+// The factory programs beside the panel's images ("programs" under the
+// resource root), and the player's own: $XDG_DATA_HOME/veltra/programs, by
+// default ~/.local/share/veltra/programs.
+std::string VeltraFactoryProgramFolder();
+std::string VeltraUserProgramFolder();
+
+// The factory's category folders in name order, each program in name order
+// (any case), then the player's folder: its files, then its sub-folders (at
+// most four deep), each in name order. Only "*.fxp" files, hidden ones left
+// out.
+std::vector<VELTRAProgramEntry> ListVeltraPrograms(const std::string& factoryFolder, const std::string& userFolder);
+
+// The entry step places after (or, negative, before) the one at path, round
+// the list's ends; from a path not in the list, the first or the last. -1
+// for an empty list.
+int StepVeltraProgram(const std::vector<VELTRAProgramEntry>& list, const std::string& path, int step);
+
+// Makes the folder and its missing parents (mode 0777 under the umask);
+// true when it exists.
+bool MakeProgramFolder(const std::string& folder);
+
+// Whether path lies inside folder (both as given, without resolving links).
+bool PathIsInside(const std::string& path, const std::string& folder);
