@@ -2,6 +2,7 @@
 
 #include "AudioEngine.h"
 #include "Console.h"
+#include "CurrentProgram.h"
 #include "IControllerMap.h"
 #include "IMidiInput.h"
 #include "IPlugStandalone.h"
@@ -21,6 +22,7 @@
 namespace
 {
 const char* const kFileName = "controllers.ini";
+constexpr int kBankSelect = 0;
 // Far beyond any real map: a larger file is no controllers file.
 constexpr long long kMaxFileSize = 1 << 20;
 
@@ -115,6 +117,10 @@ void ControllersMidiIn(const IMidiMsg& msg)
     sLearnedCC.Set(msg.mData1);
     return;
   }
+  // Program changes and the bank select choose programs from files, off
+  // this thread.
+  if (msg.StatusMsg() == IMidiMsg::kProgramChange) return PostProgramChange(msg.mData1);
+  if (msg.StatusMsg() == IMidiMsg::kControlChange && msg.mData1 == kBankSelect) return PostBankSelect(msg.mData2);
   Sink sink;
   sInput.Input(0, msg, &sink);
 }

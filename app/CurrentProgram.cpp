@@ -3,18 +3,48 @@
 #include "AudioEngine.h"
 #include "Console.h"
 #include "IPlugStandalone.h"
+#include "PresetFunctionsMenu.h"
 #include "Session.h"
 #include "Settings.h"
+#include "VELTRA.h"
+#include "VELTRAPrograms.h"
+#include "sharedword.h"
+
+#include <glib.h>
 
 #include <cerrno>
 #include <cstring>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
 unsigned sLoadsWritten = 0;
+WDL_SharedWord<int> sBank = -1;
+// The newest program change not yet taken: bank + 1 in the high bits, the
+// program in the low seven; -1 for none.
+WDL_SharedWord<int> sRequest = -1;
+WDL_SharedWord<bool> sScheduled = false;
+
+gboolean TakeProgramChange(gpointer)
+{
+  sScheduled.Set(false);
+  const int request = sRequest.Exchange(-1);
+  if (request < 0 || !gPluginInstance) return G_SOURCE_REMOVE;
+  const std::vector<VELTRAProgramEntry> list =
+      ListVeltraPrograms(VeltraFactoryProgramFolder(), VeltraUserProgramFolder());
+  const int i = VeltraProgramForChange(list, (request >> 7) - 1, request & 0x7F);
+  if (i < 0) return G_SOURCE_REMOVE;
+  // Through the panel's menu where there is one, so that its display and
+  // tick follow; the file is read before the instrument's lock is taken.
+  WDL_String path(list[(size_t)i].mPath.c_str());
+  PresetFunctionsMenu* menu = static_cast<VELTRA*>(gPluginInstance)->ProgramMenu();
+  if (menu ? !menu->LoadFile(path, false) : !gPluginInstance->LoadProgramFromFXP(&path))
+    Say("%s could not be loaded for a program change\n", path.Get());
+  return G_SOURCE_REMOVE;
+}
 std::string sStartName;
 
 std::string CurrentPath()
@@ -56,6 +86,14 @@ void SaveCurrentProgram(bool force)
   WDL_String file(CurrentPath().c_str());
   if (file.GetLength() && !gPluginInstance->SaveProgramAsFXP(&file))
     Say("could not write %s: %s\n", file.Get(), strerror(errno));
+}
+
+void PostBankSelect(int bank) { sBank.Set(bank & 0x7F); }
+
+void PostProgramChange(int program)
+{
+  sRequest.Set((sBank.Get() + 1) << 7 | (program & 0x7F));
+  if (!sScheduled.Exchange(true)) g_idle_add(TakeProgramChange, nullptr);
 }
 
 const char* StartProgramName() { return sStartName.c_str(); }

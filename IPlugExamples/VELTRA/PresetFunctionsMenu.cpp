@@ -103,11 +103,11 @@ void PresetFunctionsMenu::Save(IGraphics* gui)
   WDL_String fileName;
   fileName.Set(mPlug->GetPresetName(mPlug->GetCurrentPresetIdx()));
   const WDL_String folderBefore(mPreviousPath.Get());
-  // The factory programs stay as they are: a save from their folder is
-  // proposed in the player's own folder, made when missing.
+  // The factory programs stay as they are: a save of one, or from their
+  // folder, is proposed in the player's own folder, made when missing.
   const std::string factory = VeltraFactoryProgramFolder(), mine = VeltraUserProgramFolder();
   const std::string previous = mPreviousPath.Get();
-  if (PathIsInside(previous, factory) || previous == factory + "/")
+  if (PathIsInside(previous, factory) || previous == factory + "/" || PathIsInside(mCurrentPath, factory))
   {
     MakeProgramFolder(mine);
     mPreviousPath.Set((mine + "/").c_str());
@@ -140,7 +140,7 @@ void PresetFunctionsMenu::Save(IGraphics* gui)
   }
 }
 
-bool PresetFunctionsMenu::LoadFile(const WDL_String& path)
+bool PresetFunctionsMenu::LoadFile(const WDL_String& path, bool tell)
 {
   WDL_String fileName(path.Get());
   errno = 0;
@@ -156,7 +156,7 @@ bool PresetFunctionsMenu::LoadFile(const WDL_String& path)
   mPresetDisplay->SetTextFromPlug(fileName.get_filepart());
   if (loaded) mCurrentPath = fileName.Get();
   IGraphics* gui = GetGUI();
-  if (!loaded && fileName.GetLength() && gui)
+  if (!loaded && fileName.GetLength() && gui && tell)
   {
     if (error)
       Tell(gui, "Program not loaded", "could not be loaded", fileName.Get(), error);

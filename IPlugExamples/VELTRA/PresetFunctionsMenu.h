@@ -25,8 +25,8 @@ public:
   bool Draw(IGraphics* graphics) override;
   void doPopupMenu();
   // Loads the program file or bank as "Load Program..." does, with the
-  // display and a message box on failure; true when it loaded.
-  bool LoadFile(const WDL_String& path);
+  // display, and a message box on failure when tell; true when it loaded.
+  bool LoadFile(const WDL_String& path, bool tell = true);
   // The next (step 1) or previous (-1) program of the list.
   void StepProgram(int step);
 

@@ -14,6 +14,7 @@
 #include "VLTReverb.h"
 
 class IGraphics;
+class PresetFunctionsMenu;
 class VELTRADisplay;
 
 // The panel's keyboard as the sound sees it; the keyboard control implements
@@ -202,6 +203,7 @@ public:
   void AttachPanel(IGraphics* engine);
   // GUI thread: the panel's display, null without a panel.
   VELTRADisplay* Display() const { return mPresetName; }
+  PresetFunctionsMenu* ProgramMenu() const { return mProgramMenu; }
 
   // Any thread; take the mutex. The key table follows MIDI input only.
   int GetNumKeys() override;
@@ -215,6 +217,7 @@ public:
   IScreenKeyboard* mKeyboard = nullptr; // the panel's, polled by the render loop
   IMidiQueue mMidiQueue;
   VELTRADisplay* mPresetName = nullptr; // the panel's display of the program's file
+  PresetFunctionsMenu* mProgramMenu = nullptr;
   VLTOscillator mOsc[kNumOscillators];
   VLTReverb mReverbL, mReverbR;
   VLTChorus mChorusL, mChorusR;

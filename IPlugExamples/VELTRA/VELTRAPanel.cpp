@@ -17,6 +17,19 @@
 
 namespace
 {
+// Page Up and Page Down anywhere on the panel step through the programs. The
+// engine owns its key catcher apart from its controls.
+class ProgramKeys : public IControl
+{
+public:
+  ProgramKeys(IPlugBase* plug, PresetFunctionsMenu* menu) : IControl(plug, IRECT()), mMenu(menu) {}
+  bool OnKeyDown(int x, int y, int key) override { return mMenu->OnKeyDown(x, y, key); }
+  bool Draw(IGraphics*) override { return true; }
+
+private:
+  PresetFunctionsMenu* mMenu; // the panel's, which outlives the catcher's use
+};
+
 // How long a moved parameter's value stays on the display.
 constexpr std::chrono::milliseconds kShowValueFor(1500);
 enum EBitmap
@@ -169,9 +182,9 @@ VELTRAPanelParts BuildVeltraPanel(IGraphics* panel, IPlugBase* plug)
                                                     LoadStrip(panel, kBlackKey), kKeyCoords);
   parts.keyboard = keyboard;
   panel->AttachControl(keyboard);
-  PresetFunctionsMenu* programs = new PresetFunctionsMenu(plug, IRECT(410, 210, 490, 250), parts.presetName);
-  panel->AttachControl(programs);
-  panel->AttachKeyCatcher(programs); // Page Up and Page Down anywhere on the panel
+  parts.programs = new PresetFunctionsMenu(plug, IRECT(410, 210, 490, 250), parts.presetName);
+  panel->AttachControl(parts.programs);
+  panel->AttachKeyCatcher(new ProgramKeys(plug, parts.programs));
   return parts;
 }
 
@@ -184,6 +197,7 @@ void VELTRA::AttachPanel(IGraphics* engine)
   IMutexLock lock(this);
   mPanel = parts.panel;
   mPresetName = parts.presetName;
+  mProgramMenu = parts.programs;
   mKeyboard = parts.keyboard;
   AttachGraphics(parts.panel);
 }

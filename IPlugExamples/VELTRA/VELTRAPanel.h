@@ -6,6 +6,7 @@
 #include "VELTRA.h"
 
 #include "IControl.h"
+#include "PresetFunctionsMenu.h"
 
 #include <chrono>
 
@@ -41,6 +42,7 @@ struct VELTRAPanelParts
   IGraphics* panel = nullptr;
   IScreenKeyboard* keyboard = nullptr;
   VELTRADisplay* presetName = nullptr;
+  PresetFunctionsMenu* programs = nullptr;
 };
 
 // Fills an engine that the caller made for its platform with the controls,

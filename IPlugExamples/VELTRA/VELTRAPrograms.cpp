@@ -91,6 +91,22 @@ int StepVeltraProgram(const std::vector<VELTRAProgramEntry>& list, const std::st
   return step >= 0 ? 0 : n - 1;
 }
 
+int VeltraProgramForChange(const std::vector<VELTRAProgramEntry>& list, int bank, int program)
+{
+  if (bank < 0) return program >= 0 && program < (int)list.size() ? program : -1;
+  int banks = -1, inBank = -1;
+  for (size_t i = 0; i < list.size(); ++i)
+  {
+    // A new bank at each factory category, and one for all of the player's.
+    const bool starts = i == 0 || list[i].mFactory != list[i - 1].mFactory ||
+                        (list[i].mFactory && list[i].mFolders != list[i - 1].mFolders);
+    if (starts) ++banks, inBank = -1;
+    ++inBank;
+    if (banks == bank && inBank == program) return (int)i;
+  }
+  return -1;
+}
+
 bool MakeProgramFolder(const std::string& folder)
 {
   for (size_t at = 1; at <= folder.size(); ++at)

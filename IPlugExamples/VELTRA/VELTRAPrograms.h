@@ -32,6 +32,12 @@ std::vector<VELTRAProgramEntry> ListVeltraPrograms(const std::string& factoryFol
 // for an empty list.
 int StepVeltraProgram(const std::vector<VELTRAProgramEntry>& list, const std::string& path, int step);
 
+// The entry that a MIDI program change picks: without a bank select (bank
+// -1) it counts over the whole list; bank b picks the b-th factory category
+// (after them, the player's own programs as one bank) and the program counts
+// within it. -1 when there is no such program.
+int VeltraProgramForChange(const std::vector<VELTRAProgramEntry>& list, int bank, int program);
+
 // Makes the folder and its missing parents (mode 0777 under the umask);
 // true when it exists.
 bool MakeProgramFolder(const std::string& folder);

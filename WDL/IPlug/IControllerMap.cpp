@@ -149,7 +149,7 @@ void IControllerMap::ReadLine(const std::string& section, const std::string& key
     int cc = -1;
     const bool named = key.size() > 3 && !strncasecmp(key.c_str(), "CC ", 3);
     if (!named || !ReadNumber(Trim(key.substr(3)), 0, 127, &cc) || !Learnable(cc))
-      *why = "\"" + key + "\" is not a controller that can be learned (CC 0 to 119, but 64)";
+      *why = "\"" + key + "\" is not a controller that can be learned (CC 1 to 119, but 32 and 64)";
     else if (FindParam(plug, value) < 0)
       *why = "no parameter is called \"" + value + "\"";
     else if (mParam[cc] >= 0)

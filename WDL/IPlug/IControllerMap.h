@@ -8,7 +8,7 @@
 // the rest is kept):
 //
 //   [controllers]
-//   CC 74 = Filter Cutoff        ; a control change number 0-119 and a
+//   CC 74 = Filter Cutoff        ; a control change number 1-119 and a
 //                                ; parameter's name as the host lists it
 //   [options]
 //   pick up = on                 ; on or off
@@ -24,15 +24,16 @@ class IPlugBase;
 class IControllerMap
 {
 public:
-  // Control changes 0-119 can be learned; 120-127 are the channel-mode
-  // messages and 64 is the sustain pedal, which the input stage keeps.
+  // Control changes 1-119 can be learned; 120-127 are the channel-mode
+  // messages, 64 is the sustain pedal, which the input stage keeps, and 0 and
+  // 32 select banks of programs.
   static constexpr int kControllers = 120;
   static constexpr int kPedal = 64;
   static constexpr int kDefaultWheelRange = 12;
 
   IControllerMap();
 
-  static bool Learnable(int cc) { return cc >= 0 && cc < kControllers && cc != kPedal; }
+  static bool Learnable(int cc) { return cc > 0 && cc < kControllers && cc != kPedal && cc != 32; }
 
   // The parameter that cc moves, or -1.
   int ParamFor(int cc) const { return Learnable(cc) ? mParam[cc] : -1; }

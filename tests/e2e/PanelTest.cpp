@@ -175,7 +175,7 @@ TEST(Panel, ProgramsSaveAndLoadThroughTheFileDialogs)
   s.DragPanel({{kCutoffX, kCutoffY}, {kCutoffX, kCutoffY + 36}});
   std::unique_ptr<LICE_IBitmap> before(s.PanelShot("before.png"));
   const std::string saved = s.run.home.File("mine.fxp");
-  s.ChoosePopupItem(450, 240, 0); // Save Program...
+  s.ChoosePopupItem(450, 240, {0}); // Save Program...
   ASSERT_TRUE(AnswerFileDialog(s, "^Save$", "ctrl+a", saved)) << "the save dialog";
   ASSERT_TRUE(WaitForFile(saved, 20.0));
   Sleep(0.3);
@@ -184,6 +184,7 @@ TEST(Panel, ProgramsSaveAndLoadThroughTheFileDialogs)
   EXPECT_NEAR(values[kFilterCutoff], 0.75, 1e-6);
   EXPECT_EQ(values[kMasterVolume], 1.0f) << "untouched knobs keep their values";
   EXPECT_EQ(values[kOP1Octave], 0.5f);
+  EXPECT_EQ(ReadWholeFile(saved).substr(28, 5), std::string("mine\0", 5)) << "the program takes the file's name";
   std::unique_ptr<LICE_IBitmap> named(s.PanelShot("named.png"));
   EXPECT_GT(ChangedShare(before.get(), named.get(), 295, 215, 410, 235), 0.02) << "the display shows the file";
 
@@ -199,7 +200,7 @@ TEST(Panel, ProgramsSaveAndLoadThroughTheFileDialogs)
   }
   midi.Send({0x90, 69, 120});
   const auto playing = Listen(s, 1.0);
-  s.ChoosePopupItem(450, 240, 1); // Load Program...
+  s.ChoosePopupItem(450, 240, {1}); // Load Program...
   ASSERT_TRUE(AnswerFileDialog(s, "^Open$", "ctrl+l", other)) << "the open dialog";
   Listen(s, 0.3);
   const auto loaded = Listen(s, 1.0);
@@ -261,12 +262,68 @@ TEST(Panel, AControllerLearnedFromTheMenuMovesItsKnobAndComesBackAtTheNextStart)
       << s.run.veltra.Output();
   MidiSender again;
   ASSERT_TRUE(again.ConnectTo("To VELTRA", 20.0));
+  // The program the first run ended with plays again, the cutoff down: up
+  // and down again with the knob.
   again.Send({0x90, 48, 110});
-  const auto bright = Listen(s, 1.0);
   for (int v = 0; v <= 127; v += 8) again.Send({0xB0, 74, (unsigned char)v}), Sleep(0.02);
+  again.Send({0xB0, 74, 127});
+  const auto bright = Listen(s, 1.0);
   for (int v = 127; v >= 0; v -= 8) again.Send({0xB0, 74, (unsigned char)v}), Sleep(0.02);
   again.Send({0xB0, 74, 0});
   EXPECT_LT(LevelOf(s, Listen(s, 1.0)), 0.5 * LevelOf(s, bright)) << "CC 74 still moves the cutoff after the restart";
+}
+
+// Programs at the player's fingertips: "Warm Pad" in two clicks of the
+// program menu, Page Down to the next, program changes (the last wins), a
+// factory bank through "Load Program...", a save of a factory program in the
+// player's folder, and the program playing at the end kept for the next start.
+TEST(Panel, ProgramsFromTheMenuPageDownProgramChangesAndBanksAndTheNextStartPlaysTheLast)
+{
+  VeltraOnScreen s;
+  ASSERT_EQ(s.Start(kVirtualInput), "");
+  MidiSender midi;
+  ASSERT_TRUE(midi.ConnectTo("To VELTRA", 20.0));
+  const std::string factory = VELTRA_PROGRAMS, current = s.run.home.Path() + "/.config/VELTRA/current.fxp";
+  // current.fxp, once written after a load, holds the same bytes as the file.
+  auto plays = [&](const std::string& file)
+  {
+    for (double start = Now(); SecondsSince(start) < 10.0; Sleep(0.1))
+      if (ReadWholeFile(current) == ReadWholeFile(factory + "/" + file)) return true;
+    return false;
+  };
+  s.ChoosePopupItem(450, 240, {4, 7}); // Pad & Keys, Warm Pad
+  EXPECT_TRUE(plays("Pad & Keys/Warm Pad.fxp"));
+  s.xserver.Move(s.ScreenX(300), s.ScreenY(100));
+  s.xserver.Key("Next"); // Page Down: round to the next category
+  EXPECT_TRUE(plays("Pluck & FX/Crystal Drops.fxp"));
+  for (unsigned char program : {3, 9, 17}) midi.Send({0xC0, program});
+  EXPECT_TRUE(plays("Pad & Keys/Electric Piano.fxp")) << "the eighteenth program";
+  midi.Send({0xB0, 0, 1}); // the bank Lead
+  midi.Send({0xC0, 2});
+  EXPECT_TRUE(plays("Lead/Hollow Flute.fxp")) << "the third of the second bank";
+
+  s.ChoosePopupItem(450, 240, {0}); // Save Program...: in the player's folder
+  const unsigned long dialog = s.xserver.WaitForWindow("^Save$", 20.0);
+  ASSERT_NE(dialog, 0u);
+  s.xserver.Focus(dialog);
+  s.xserver.Key("Return");
+  EXPECT_TRUE(s.xserver.WaitForWindowGone(dialog, 10.0));
+  EXPECT_TRUE(WaitForFile(s.run.home.Path() + "/.local/share/veltra/programs/Hollow Flute.fxp", 10.0));
+
+  const std::string lead = ReadWholeFile(current);
+  s.ChoosePopupItem(450, 240, {1}); // Load Program...: a bank
+  ASSERT_TRUE(AnswerFileDialog(s, "^Open$", "ctrl+l", factory + "/Bass.fxb"));
+  for (double start = Now(); SecondsSince(start) < 10.0 && ReadWholeFile(current) == lead;) Sleep(0.1);
+  const std::string name = ReadWholeFile(current).substr(28, 28);
+  EXPECT_TRUE(plays("Bass/" + name.substr(0, name.find('\0')) + ".fxp")) << "the bank's current program: " << name;
+
+  // The end keeps the program; the next start plays it and keeps it again.
+  const std::string kept = ReadWholeFile(current);
+  ASSERT_EQ(s.run.veltra.StopWith(SIGTERM, 15.0), 0) << s.run.veltra.Errors() << s.run.veltra.Output();
+  ASSERT_TRUE(s.run.veltra.Start(VELTRA_EXE, s.run.server.Name(), s.run.home.Path()));
+  ASSERT_TRUE(s.run.recorder.ConnectTo("VELTRA:outport ", 20.0));
+  ASSERT_EQ(s.run.veltra.StopWith(SIGTERM, 15.0), 0);
+  EXPECT_TRUE(ReadWholeFile(current) == kept) << s.run.veltra.Output();
 }
 
 // A save that fails (here into a folder that nobody, not even root, can
@@ -277,7 +334,7 @@ TEST(Panel, AFailedSaveSaysSo)
   VeltraOnScreen s;
   ASSERT_EQ(s.Start(), "");
   const std::string target = "/proc/veltra-e2e.fxp";
-  s.ChoosePopupItem(450, 240, 0); // Save Program...
+  s.ChoosePopupItem(450, 240, {0}); // Save Program...
   ASSERT_TRUE(AnswerFileDialog(s, "^Save$", "ctrl+a", target));
   const unsigned long box = s.xserver.WaitForWindow("^Program not saved$", 20.0);
   ASSERT_NE(box, 0u) << "the message box";
@@ -301,15 +358,15 @@ TEST(FactoryInPanel, EveryBassProgramLoadsAndSavesByteForByte)
   VeltraOnScreen s;
   ASSERT_EQ(s.Start(), "");
   // A first save, so that the dialogs start in a folder that exists.
-  s.ChoosePopupItem(450, 240, 0);
+  s.ChoosePopupItem(450, 240, {0});
   ASSERT_TRUE(AnswerFileDialog(s, "^Save$", "ctrl+a", s.run.home.File("first.fxp")));
   for (size_t k = 0; k < names.size(); ++k)
   {
     SCOPED_TRACE(names[k]);
-    s.ChoosePopupItem(450, 240, 1); // Load Program...
+    s.ChoosePopupItem(450, 240, {1}); // Load Program...
     ASSERT_TRUE(AnswerFileDialog(s, "^Open$", "ctrl+l", folder + "/" + names[k]));
-    const std::string saved = s.run.home.File("saved" + std::to_string(k) + ".fxp");
-    s.ChoosePopupItem(450, 240, 0); // Save Program...
+    const std::string saved = s.run.home.File(names[k]); // under its own name, which the program takes
+    s.ChoosePopupItem(450, 240, {0});                    // Save Program...
     ASSERT_TRUE(AnswerFileDialog(s, "^Save$", "ctrl+a", saved));
     ASSERT_TRUE(WaitForFile(saved, 20.0));
     Sleep(0.2);

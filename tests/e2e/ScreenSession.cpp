@@ -44,8 +44,9 @@ void VeltraOnScreen::DragPanel(const std::vector<std::pair<int, int>>& points) c
 namespace
 {
 // Clicks at a screen point until a menu's window shows (a click that came
-// too early is repeated), then walks down to the item and takes it.
-void ClickAndChoose(const XServer& x, int sx, int sy, int item)
+// too early is repeated), then walks down to the item and takes it; further
+// items of the path are items of the submenus, opened in turn.
+void ClickAndChoose(const XServer& x, int sx, int sy, const std::vector<int>& path)
 {
   const std::vector<unsigned long> before = x.Windows("");
   for (int attempt = 0; attempt < 3; ++attempt)
@@ -53,7 +54,11 @@ void ClickAndChoose(const XServer& x, int sx, int sy, int item)
     x.Click(sx, sy);
     if (x.WaitForWindow("", 5.0, before)) break;
   }
-  for (int i = 0; i <= item; ++i) x.Key("Down");
+  for (size_t level = 0; level < path.size(); ++level)
+  {
+    if (level) x.Key("Right"); // a submenu opens on its first item
+    for (int i = level ? 1 : 0; i <= path[level]; ++i) x.Key("Down");
+  }
   x.Key("Return");
 }
 } // namespace
@@ -61,12 +66,12 @@ void ClickAndChoose(const XServer& x, int sx, int sy, int item)
 void VeltraOnScreen::ChooseMenuItem(const std::string& menu, int item) const
 {
   // File, MIDI and Help stand at the left of the menu bar.
-  ClickAndChoose(xserver, panelLeft + (menu == "File" ? 18 : menu == "MIDI" ? 55 : 95), panelTop - 12, item);
+  ClickAndChoose(xserver, panelLeft + (menu == "File" ? 18 : menu == "MIDI" ? 55 : 95), panelTop - 12, {item});
 }
 
-void VeltraOnScreen::ChoosePopupItem(int x, int y, int item) const
+void VeltraOnScreen::ChoosePopupItem(int x, int y, const std::vector<int>& path) const
 {
-  ClickAndChoose(xserver, ScreenX(x), ScreenY(y), item);
+  ClickAndChoose(xserver, ScreenX(x), ScreenY(y), path);
 }
 
 LICE_IBitmap* VeltraOnScreen::PanelShot(const std::string& name) const

@@ -26,8 +26,9 @@ struct VeltraOnScreen
   // Opens a menu of the menu bar ("File", "MIDI" or "Help") and chooses its n-th item
   // (0-based, separators not counted) by keyboard.
   void ChooseMenuItem(const std::string& menu, int item) const;
-  // The same for the popup menu that a click at a panel point opens.
-  void ChoosePopupItem(int x, int y, int item) const;
+  // The same for the popup menu that a click at a panel point opens; the
+  // path's further items are those of submenus (separators not counted).
+  void ChoosePopupItem(int x, int y, const std::vector<int>& path) const;
   // The panel's 920 x 400 pixels as the screen shows them; owned by the
   // caller.
   LICE_IBitmap* PanelShot(const std::string& name) const;

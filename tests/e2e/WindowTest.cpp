@@ -95,7 +95,7 @@ TEST(Window, ATerminationSignalEndsEveryOpenDialogOrMenu)
     if (w == "Preferences")
       s.ChooseMenuItem("File", 0);
     else if (w == "Save")
-      s.ChoosePopupItem(450, 240, 0);
+      s.ChoosePopupItem(450, 240, {0});
     else if (w == "About")
       s.ChooseMenuItem("Help", 0);
     else
