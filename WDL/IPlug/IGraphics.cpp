@@ -350,12 +350,13 @@ void IGraphics::OnMouseWheel(int x, int y, IMouseMod* mod, int d)
 
 bool IGraphics::OnKeyDown(int x, int y, int key)
 {
+  // The page keys, beyond the letters, are the key catcher's alone.
+  if (key >= kVirtualKeyPageUp) return mKeyCatcher && mKeyCatcher->OnKeyDown(x, y, key);
   // The background at index 0 never takes a key.
-  // The control under the mouse first; a key it does not take goes to the
-  // key catcher.
   const int c = GetMouseControlIdx(x, y);
-  if (c >= 1 && mControls.Get(c)->OnKeyDown(x, y, key)) return true;
-  return mKeyCatcher && mKeyCatcher->OnKeyDown(x, y, key);
+  if (c >= 1) return mControls.Get(c)->OnKeyDown(x, y, key);
+  if (mKeyCatcher) return mKeyCatcher->OnKeyDown(x, y, key);
+  return false;
 }
 
 int IGraphics::GetParamIdxForPTAutomation(int x, int y)

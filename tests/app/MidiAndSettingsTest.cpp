@@ -37,7 +37,7 @@ TEST(MidiCallback, SizeRuleAndChannelFilter)
   MidiRecorder plug;
   gPluginInstance = &plug;
 
-  Deliver({0xC0, 5}); // a two-byte program change
+  Deliver({0xD0, 5}); // a two-byte channel pressure
   Deliver({0xF8});
   Deliver({});
   testing::internal::CaptureStdout();
