@@ -22,6 +22,12 @@ void PresetFunctionsMenu::OnMouseDown(int, int, IMouseMod* mod)
   SetDirty(true);
 }
 
+std::string PresetFunctionsMenu::FactoryFolder() const
+{
+  IGraphics* gui = GetGUI();
+  return VeltraFactoryProgramFolder(gui ? gui->ResourceFolder() : "");
+}
+
 bool PresetFunctionsMenu::OnKeyDown(int, int, int key)
 {
   if (key != kVirtualKeyPageUp && key != kVirtualKeyPageDown) return false;
@@ -54,8 +60,7 @@ void PresetFunctionsMenu::doPopupMenu()
     menu.AddSeparator();
     menu.AddItem(why.Get(), -1, IPopupMenuItem::kTitle);
   }
-  const std::vector<VELTRAProgramEntry> list =
-      ListVeltraPrograms(VeltraFactoryProgramFolder(), VeltraUserProgramFolder());
+  const std::vector<VELTRAProgramEntry> list = ListVeltraPrograms(FactoryFolder(), VeltraUserProgramFolder());
   std::vector<std::unique_ptr<IPopupMenu>> owned;
   std::vector<std::vector<int>> items;
   menu.AddSeparator();
@@ -105,7 +110,7 @@ void PresetFunctionsMenu::Save(IGraphics* gui)
   const WDL_String folderBefore(mPreviousPath.Get());
   // The factory programs stay as they are: a save of one, or from their
   // folder, is proposed in the player's own folder, made when missing.
-  const std::string factory = VeltraFactoryProgramFolder(), mine = VeltraUserProgramFolder();
+  const std::string factory = FactoryFolder(), mine = VeltraUserProgramFolder();
   const std::string previous = mPreviousPath.Get();
   if (PathIsInside(previous, factory) || previous == factory + "/" || PathIsInside(mCurrentPath, factory))
   {
@@ -171,8 +176,7 @@ bool PresetFunctionsMenu::LoadFile(const WDL_String& path, bool tell)
 
 void PresetFunctionsMenu::StepProgram(int step)
 {
-  const std::vector<VELTRAProgramEntry> list =
-      ListVeltraPrograms(VeltraFactoryProgramFolder(), VeltraUserProgramFolder());
+  const std::vector<VELTRAProgramEntry> list = ListVeltraPrograms(FactoryFolder(), VeltraUserProgramFolder());
   const int i = StepVeltraProgram(list, mCurrentPath, step);
   if (i >= 0) LoadFile(WDL_String(list[(size_t)i].mPath.c_str()));
 }

@@ -37,6 +37,7 @@ private:
   void AddProgramMenus(IPopupMenu* menu, const std::vector<VELTRAProgramEntry>& list,
                        std::vector<std::unique_ptr<IPopupMenu>>* owned, std::vector<std::vector<int>>* items);
   void Save(IGraphics* gui);
+  std::string FactoryFolder() const;
   // A message box: "<path> <what>: <reason>." under caption.
   static void Tell(IGraphics* gui, const char* caption, const char* what, const char* path, int error);
 

@@ -30,7 +30,8 @@ int main(int argc, char** argv)
   {
     ByteChunk program;
     ApplyFactoryProgram(plug.get(), p, &program);
-    presets.push_back({p.mName, std::vector<unsigned char>(program.GetBytes(), program.GetBytes() + program.Size())});
+    presets.push_back(
+        {p.mName, std::vector<unsigned char>(program.GetBytes(), program.GetBytes() + program.Size()), p.mCategory});
   }
   const char* meters[kNumParams] = {};
   meters[kARMeter] = "AR Env. Meter";

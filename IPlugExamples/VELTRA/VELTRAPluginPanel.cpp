@@ -45,12 +45,18 @@ void VELTRAPluginPanel::OnIdle()
   FollowScreenKey(mKeyboard, &mSentKey, [this](IMidiMsg* msg) { SendMidiMsg(msg); });
 }
 
+void VELTRAPluginPanel::OnProgramNamedByHost(const char* name)
+{
+  if (mDisplay) mDisplay->SetTextFromPlug(name);
+}
+
 bool VELTRAPluginPanel::MakePanel(const char* resourceRoot)
 {
   IGraphicsX11* view = new IGraphicsX11(this, kPanelWidth, kPanelHeight, 0);
   view->SetResourceRoot(resourceRoot);
   const VELTRAPanelParts parts = BuildVeltraPanel(view, this);
   mKeyboard = parts.keyboard;
+  mDisplay = parts.presetName;
   AttachGraphics(view);
   return true;
 }

@@ -7,6 +7,8 @@
 
 #include "VELTRA.h"
 
+class ITextControl;
+
 class VELTRAPluginPanel : public IPlugStandalone, public IKeyTable
 {
 public:
@@ -19,6 +21,8 @@ public:
   // The key held with the mouse goes to the sound as MIDI, through the
   // adapter.
   void OnIdle() override;
+  // The display shows a program that the host loaded.
+  void OnProgramNamedByHost(const char* name) override;
 
   // Builds the panel on an Xlib view, its images under resourceRoot, and
   // attaches it; false when there is none.
@@ -28,5 +32,6 @@ private:
   bool mKeyStatus[kNumKeys] = {};
   int mNumKeys = 0;
   IScreenKeyboard* mKeyboard = nullptr;
+  ITextControl* mDisplay = nullptr;
   int mSentKey = -1;
 };

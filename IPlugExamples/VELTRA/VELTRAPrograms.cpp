@@ -61,7 +61,12 @@ void AddFolder(const std::string& folder, std::vector<std::string> where, bool f
 }
 } // namespace
 
-std::string VeltraFactoryProgramFolder() { return std::string(LICE_GetResourceRoot()) + "/programs"; }
+std::string VeltraFactoryProgramFolder(const std::string& resourceFolder)
+{
+  std::string root = resourceFolder.empty() ? LICE_GetResourceRoot() : resourceFolder;
+  if (!root.empty() && root.back() == '/') root.pop_back();
+  return root + "/programs";
+}
 
 std::string VeltraUserProgramFolder()
 {

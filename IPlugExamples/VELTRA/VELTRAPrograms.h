@@ -15,10 +15,11 @@ struct VELTRAProgramEntry
   bool mFactory = false;
 };
 
-// The factory programs beside the panel's images ("programs" under the
-// resource root), and the player's own: $XDG_DATA_HOME/veltra/programs, by
-// default ~/.local/share/veltra/programs.
-std::string VeltraFactoryProgramFolder();
+// The factory programs beside the panel's images ("programs" in the folder
+// that holds "resources": the application's, or the plug-in's bundle; by
+// default the application's resource root), and the player's own:
+// $XDG_DATA_HOME/veltra/programs, by default ~/.local/share/veltra/programs.
+std::string VeltraFactoryProgramFolder(const std::string& resourceFolder = "");
 std::string VeltraUserProgramFolder();
 
 // The factory's category folders in name order, each program in name order

@@ -6,6 +6,7 @@
 #include "IParam.h"
 #include "IPlugBase.h"
 #include "cnumbers.h"
+#include "lice.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -145,6 +146,12 @@ void IGraphics::SetStrictDrawing(bool strict)
 {
   mStrict = strict;
   SetAllControlsDirty();
+}
+
+std::string IGraphics::ResourceFolder() const
+{
+  const std::string root = LICE_GetResourceRoot();
+  return root.empty() || root.back() == '/' ? root : root + "/";
 }
 
 void IGraphics::OnGUIIdle()

@@ -19,6 +19,8 @@
 #include "../ptrlist.h"
 #include "../wdlstring.h"
 
+#include <string>
+
 class IParam;
 class IPlugBase;
 class LICE_IFont;
@@ -60,6 +62,9 @@ public:
   virtual void DesktopPath(WDL_String* path) = 0;
   virtual void AppSupportPath(WDL_String* path, bool isSystem = false) = 0;
   virtual void SandboxSafeAppSupportPath(WDL_String* path) = 0;
+  // The folder that the panel's files (its images, and beside them what else
+  // it reads) are found in, with a closing slash; empty when unknown.
+  virtual std::string ResourceFolder() const;
   // Blocks until the dialog ends. fileName: the proposed name in, the chosen
   // path out ("" when cancelled). dir: the starting folder in ("" means
   // "~/Desktop", which it is then set to), the chosen file's folder out.

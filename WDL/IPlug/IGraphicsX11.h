@@ -27,6 +27,7 @@ public:
 
   // The folder that holds resources/img: the plug-in's bundle.
   void SetResourceRoot(const char* folder);
+  std::string ResourceFolder() const override { return mResourceRoot; }
 
   bool DrawScreen(IRECT* rect) override;
   void ForceEndUserEdit() override;

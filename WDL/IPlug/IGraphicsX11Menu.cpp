@@ -8,7 +8,9 @@
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/keysym.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <poll.h>
 
@@ -226,6 +228,11 @@ IPopupMenu* IGraphicsX11::CreateIPopupMenu(IPopupMenu* menu, IRECT* rect)
                GrabModeAsync, None, None, CurrentTime);
   XGrabKeyboard(mDisplay, mWindow, False, GrabModeAsync, GrabModeAsync, CurrentTime);
   bool open = true;
+  // The release of the click that opened the menu chooses nothing, also when
+  // a tall menu opens under the pointer: a release chooses after a press in
+  // the menu, or after the pointer moved (a press, a drag, a release).
+  bool armed = false;
+  int startX = -1, startY = -1;
   while (open && mWindow)
   {
     XFlush(mDisplay);
@@ -244,14 +251,17 @@ IPopupMenu* IGraphicsX11::CreateIPopupMenu(IPopupMenu* menu, IRECT* rect)
       PutImage(ev.xexpose.x, ev.xexpose.y, ev.xexpose.width, ev.xexpose.height);
       break;
     case MotionNotify:
+      if (startX < 0) startX = ev.xmotion.x, startY = ev.xmotion.y;
+      armed = armed || std::abs(ev.xmotion.x - startX) > 3 || std::abs(ev.xmotion.y - startY) > 3;
       run.Hover(ev.xmotion.x, ev.xmotion.y);
       break;
     case ButtonPress:
       // A press outside every box closes the menu; inside, the release acts.
       if (!run.Inside(ev.xbutton.x, ev.xbutton.y)) open = false;
+      armed = true;
       break;
     case ButtonRelease:
-      if (run.Inside(ev.xbutton.x, ev.xbutton.y))
+      if (armed && run.Inside(ev.xbutton.x, ev.xbutton.y))
       {
         run.Hover(ev.xbutton.x, ev.xbutton.y);
         if (run.Choose()) open = false;

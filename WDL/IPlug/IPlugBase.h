@@ -102,6 +102,8 @@ public:
   virtual void RedrawParamControls();
   virtual void DirtyPTCompareState() {}
   virtual void PresetsChangedByHost() {}
+  // GUI thread: the host loaded the program of that name.
+  virtual void OnProgramNamedByHost(const char*) {}
   // Main thread, while no stream runs. Resizes and zeroes the scratch
   // buffers; the audio layer never asks for more frames in one call.
   virtual void SetBlockSize(int blockSize);

@@ -201,9 +201,12 @@ void IPlugLV2::WriteNotifications(uint32_t nFrames)
   uint8_t notes[kKeyTableBytes] = {};
   if (mKeys) mKeys->GetHeldNotes(notes);
   mFramesSinceNotify += nFrames;
-  if (!memcmp(notes, mSentNotes, sizeof(notes)) && mFramesSinceNotify < (uint32_t)(mInfo.mSampleRate / 4.0)) return;
+  if (!memcmp(notes, mSentNotes, sizeof(notes)) && mProgramNameSent &&
+      mFramesSinceNotify < (uint32_t)(mInfo.mSampleRate / 4.0))
+    return;
   memcpy(mSentNotes, notes, sizeof(notes));
   mFramesSinceNotify = 0;
+  mProgramNameSent = true;
   lv2_atom_forge_set_buffer(&mForge, (uint8_t*)seq, capacity);
   LV2_Atom_Forge_Frame sequence, object;
   lv2_atom_forge_sequence_head(&mForge, &sequence, 0);
@@ -212,6 +215,14 @@ void IPlugLV2::WriteNotifications(uint32_t nFrames)
   lv2_atom_forge_key(&mForge, mInfo.mKeysURID);
   lv2_atom_forge_atom(&mForge, sizeof(notes), mForge.Chunk);
   lv2_atom_forge_write(&mForge, notes, sizeof(notes));
+  // The restored program's name goes along each time, so that a panel
+  // opened later shows it too.
+  const uint32_t nameLength = (uint32_t)strlen(mProgramName);
+  if (nameLength && capacity >= 256)
+  {
+    lv2_atom_forge_key(&mForge, mInfo.mProgramNameURID);
+    lv2_atom_forge_string(&mForge, mProgramName, nameLength);
+  }
   lv2_atom_forge_pop(&mForge, &object);
   lv2_atom_forge_pop(&mForge, &sequence);
 }
@@ -259,5 +270,7 @@ bool IPlugLV2::RestoreProgramChunk(const unsigned char* data, int size)
   // restore or after.
   mCheckAllPorts = true;
   PublishValues();
+  snprintf(mProgramName, sizeof(mProgramName), "%s", mPlug->GetPresetName(mPlug->GetCurrentPresetIdx()));
+  mProgramNameSent = false;
   return true;
 }

@@ -30,6 +30,7 @@ struct IPlugLV2Setup
   LV2_URID_Map* mMap = nullptr;
   uint32_t mKeyStateURID = 0;
   uint32_t mKeysURID = 0;
+  uint32_t mProgramNameURID = 0;
 };
 
 class IPlugLV2 : public IPlugAdapter
@@ -95,6 +96,10 @@ private:
   void* mNotify = nullptr; // an LV2_Atom_Sequence to fill
   LV2_Atom_Forge mForge;
   uint8_t mSentNotes[kKeyTableBytes] = {};
+  // The program the host restored last, for the panel's display; empty
+  // until a restore.
+  char mProgramName[32] = {};
+  bool mProgramNameSent = true;
   uint32_t mFramesSinceNotify = 0;
   // The parameters' values for save, under a sequence count: odd while the
   // audio thread writes them, so a reader retries rather than tear them.

@@ -68,6 +68,7 @@ LV2_Handle Instantiate(const LV2_Descriptor*, double rate, const char*, const LV
   info.mMap = map;
   info.mKeyStateURID = map->map(map->handle, LV2KeyStateURI(LV2PluginURI()).c_str());
   info.mKeysURID = map->map(map->handle, LV2KeysURI(LV2PluginURI()).c_str());
+  info.mProgramNameURID = map->map(map->handle, LV2ProgramNameURI(LV2PluginURI()).c_str());
   std::unique_ptr<Instance> instance(new Instance);
   instance->log = (LV2_Log_Log*)Feature(features, LV2_LOG__log);
   instance->logError = map->map(map->handle, LV2_LOG__Error);

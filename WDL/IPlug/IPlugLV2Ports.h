@@ -29,3 +29,5 @@ std::string LV2PortSymbol(const char* name);
 // for a panel that opens later.
 inline std::string LV2KeyStateURI(const char* pluginURI) { return std::string(pluginURI) + "#KeyState"; }
 inline std::string LV2KeysURI(const char* pluginURI) { return std::string(pluginURI) + "#keys"; }
+// The name of the program that the host restored last, beside the keys.
+inline std::string LV2ProgramNameURI(const char* pluginURI) { return std::string(pluginURI) + "#programName"; }

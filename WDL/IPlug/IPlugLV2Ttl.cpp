@@ -6,6 +6,7 @@
 #include "IPlugLV2Ports.h"
 #include "cnumbers.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -169,10 +170,32 @@ std::string PluginTtl(IPlugBase* plug, const LV2BundleDescription& d)
   return t;
 }
 
+// A preset's URI: its number with as many digits as the last one has, so
+// that hosts listing presets by URI list them in order.
+std::string PresetURI(const LV2BundleDescription& d, size_t n, size_t count)
+{
+  std::string number = std::to_string(n + 1);
+  number.insert(0, std::to_string(count).size() - number.size(), '0');
+  return std::string(d.mURI) + "#preset" + number;
+}
+
+// The banks in the order of their first presets, each "<uri>#bank<k>".
+std::vector<std::string> Banks(const std::vector<LV2Preset>& presets)
+{
+  std::vector<std::string> banks;
+  for (const LV2Preset& p : presets)
+    if (!p.mBank.empty() && std::find(banks.begin(), banks.end(), p.mBank) == banks.end()) banks.push_back(p.mBank);
+  return banks;
+}
+
 std::string PresetsTtl(IPlugBase* plug, const LV2BundleDescription& d, const std::vector<LV2Preset>& presets)
 {
   std::string t = kPrefixes;
   const std::string key = std::string(d.mURI) + "#program";
+  const std::vector<std::string> banks = Banks(presets);
+  for (size_t b = 0; b < banks.size(); ++b)
+    t += "<" + std::string(d.mURI) + "#bank" + std::to_string(b + 1) + ">\n  a pset:Bank ;\n  rdfs:label " +
+         Quoted(banks[b].c_str()) + " .\n\n";
   for (size_t n = 0; n < presets.size(); ++n)
   {
     // The values that the program gives when loaded from its file form, so
@@ -184,8 +207,10 @@ std::string PresetsTtl(IPlugBase* plug, const LV2BundleDescription& d, const std
     std::vector<char> encoded((size_t)program.Size() * 4 / 3 + 8);
     base64encode(program.GetBytes(), encoded.data(), program.Size());
 
-    t += "<" + std::string(d.mURI) + "#preset" + std::to_string(n + 1) + ">\n  a pset:Preset ;\n";
+    t += "<" + PresetURI(d, n, presets.size()) + ">\n  a pset:Preset ;\n";
     t += "  lv2:appliesTo <" + std::string(d.mURI) + "> ;\n";
+    const size_t bank = std::find(banks.begin(), banks.end(), presets[n].mBank) - banks.begin();
+    if (bank < banks.size()) t += "  pset:bank <" + std::string(d.mURI) + "#bank" + std::to_string(bank + 1) + "> ;\n";
     t += "  rdfs:label " + Quoted(name.c_str()) + " ;\n";
     t += "  state:state [\n    <" + key + "> \"" + encoded.data() + "\"^^xsd:base64Binary\n  ]";
     for (int i = 0; i < plug->NParams(); ++i)
@@ -209,8 +234,8 @@ std::string ManifestTtl(const LV2BundleDescription& d, size_t presets)
     t += "<" + std::string(d.mURI) + "#ui>\n  a ui:X11UI ;\n  ui:binary <" + d.mUIBinary + "> ;\n  rdfs:seeAlso <" +
          d.mTtlName + "> .\n\n";
   for (size_t n = 0; n < presets; ++n)
-    t += "<" + std::string(d.mURI) + "#preset" + std::to_string(n + 1) + ">\n  a pset:Preset ;\n  lv2:appliesTo <" +
-         d.mURI + "> ;\n  rdfs:seeAlso <presets.ttl> .\n\n";
+    t += "<" + PresetURI(d, n, presets) + ">\n  a pset:Preset ;\n  lv2:appliesTo <" + d.mURI +
+         "> ;\n  rdfs:seeAlso <presets.ttl> .\n\n";
   return t;
 }
 

@@ -32,6 +32,7 @@ struct LV2Preset
 {
   std::string mName;
   std::vector<unsigned char> mProgram;
+  std::string mBank; // the preset's category, a pset:Bank; empty for none
 };
 
 // Writes the three files into folder (which must exist). The presets, in

@@ -84,3 +84,10 @@ void IPlugLV2UI::SetHeldNotes(const uint8_t* bits)
 {
   if (mKeys) mKeys->SetHeldNotes(bits);
 }
+
+void IPlugLV2UI::SetProgramName(const char* name)
+{
+  if (mProgramName == name) return;
+  mProgramName = name;
+  mPlug->OnProgramNamedByHost(name);
+}

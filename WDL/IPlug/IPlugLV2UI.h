@@ -14,6 +14,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 // The host's side of the panel, as LV2 passes it.
 struct IPlugLV2UISetup
@@ -52,6 +53,9 @@ public:
   void PortValue(uint32_t port, float value);
   // The plug-in's notification of the notes that MIDI holds.
   void SetHeldNotes(const uint8_t* bits);
+  // The plug-in's notification of the program the host restored last: the
+  // panel is told once for each new name.
+  void SetProgramName(const char* name);
 
 private:
   void WritePort(int paramIdx);
@@ -59,4 +63,5 @@ private:
   std::unique_ptr<IPlugStandalone> mPlug;
   IKeyTable* mKeys;
   IPlugLV2UISetup mInfo;
+  std::string mProgramName;
 };

@@ -26,7 +26,7 @@ struct UI
 {
   std::unique_ptr<IPlugLV2UI> plug;
   IGraphicsX11* view = nullptr; // the plug's, which owns it
-  LV2_URID keyState = 0, keys = 0, eventTransfer = 0, chunk = 0, object = 0;
+  LV2_URID keyState = 0, keys = 0, programName = 0, eventTransfer = 0, chunk = 0, object = 0, string = 0;
 };
 
 const void* Feature(const LV2_Feature* const* features, const char* uri)
@@ -61,6 +61,8 @@ LV2UI_Handle Instantiate(const LV2UI_Descriptor*, const char* pluginURI, const c
   info.mMidiEventURID = map->map(map->handle, LV2_MIDI__MidiEvent);
   ui->keyState = map->map(map->handle, LV2KeyStateURI(LV2PluginURI()).c_str());
   ui->keys = map->map(map->handle, LV2KeysURI(LV2PluginURI()).c_str());
+  ui->programName = map->map(map->handle, LV2ProgramNameURI(LV2PluginURI()).c_str());
+  ui->string = map->map(map->handle, LV2_ATOM__String);
   ui->chunk = map->map(map->handle, LV2_ATOM__Chunk);
   ui->object = map->map(map->handle, LV2_ATOM__Object);
 
@@ -103,10 +105,17 @@ void PortEvent(LV2UI_Handle handle, uint32_t port, uint32_t size, uint32_t forma
   const LV2_Atom_Object* obj = (const LV2_Atom_Object*)buffer;
   if (obj->atom.type != ui->object || obj->body.otype != ui->keyState || size < sizeof(LV2_Atom) + obj->atom.size)
     return;
-  const LV2_Atom* keys = nullptr;
-  lv2_atom_object_get(obj, ui->keys, &keys, 0);
+  const LV2_Atom *keys = nullptr, *name = nullptr;
+  lv2_atom_object_get(obj, ui->keys, &keys, ui->programName, &name, 0);
   if (keys && keys->type == ui->chunk && keys->size == kKeyTableBytes)
     ui->plug->SetHeldNotes((const uint8_t*)LV2_ATOM_BODY_CONST(keys));
+  if (name && name->type == ui->string && name->size > 1 && name->size <= 32)
+  {
+    char text[32];
+    memcpy(text, LV2_ATOM_BODY_CONST(name), name->size);
+    text[name->size - 1] = 0;
+    ui->plug->SetProgramName(text);
+  }
 }
 
 int Idle(LV2UI_Handle handle)

@@ -302,10 +302,15 @@ TEST_F(LV2Plugin, StateSaysWhatThePortsSayAndThePortsWin)
   EXPECT_EQ(std::count(alone->Log().begin(), alone->Log().end(), '\n'), 1) << alone->Log();
 }
 
-TEST_F(LV2Plugin, EveryPresetSoundsAsItsProgramFile)
+// In the order of their URIs, as hosts list them, the presets follow their
+// banks: eight of each category, as the bundle's program files are filed.
+TEST_F(LV2Plugin, EveryPresetSoundsAsItsProgramFileInItsBanksOrder)
 {
   const Phrase phrase = LoadPhrase("voices.mid");
-  for (const std::string& uri : sHost->PresetURIs())
+  const char* const banks[] = {"Bass", "Lead", "Pad & Keys", "Pluck & FX"};
+  const std::vector<std::string> uris = sHost->PresetURIs();
+  ASSERT_EQ(uris.size(), 32u);
+  for (const std::string& uri : uris)
   {
     std::unique_ptr<Lv2Host::Instance> in = sHost->Instantiate(kRate);
     ASSERT_TRUE(in->ApplyPreset(uri)) << uri;
@@ -313,6 +318,10 @@ TEST_F(LV2Plugin, EveryPresetSoundsAsItsProgramFile)
     ASSERT_TRUE(in->SaveState(&program));
     const std::string fxp = dir.File("preset.fxp");
     WriteWholeFile(fxp, program);
+    const std::string name((const char*)program.data() + 28), bank = banks[(&uri - uris.data()) / 8];
+    EXPECT_EQ(ReadWholeFile(std::string(VELTRA_LV2_DIR) + "/veltra.lv2/programs/" + bank + "/" + name + ".fxp"),
+              ReadWholeFile(fxp))
+        << uri << " is not " << bank << "'s";
     const StereoRender render = in->Render(phrase.events, phrase.total, Fixed(64));
     EXPECT_EQ(FirstDifference(render, Reference(dir, "voices.mid", {"-p", fxp})), -1) << uri;
   }

@@ -213,12 +213,14 @@ TEST_P(LV2Panel, PlaysTurnsAndFollowsTheHost)
   ASSERT_TRUE(x.Geometry(top, &tx, &ty, &tw, &th));
   x.Click(tx + 70, ty + 10);
   Sleep(0.7);
-  // jalv.gtk3 lists its preset commands above the presets; jalv.qt5's menu
-  // of 32 presets is taller than the screen and scrolls, so the keyboard
-  // takes its first entry there.
+  // jalv.gtk3 lists its preset commands above the banks, each a submenu;
+  // jalv.qt5's menu of 32 presets is taller than the screen and scrolls, so
+  // the keyboard takes its first entry there.
   if (host == "jalv.gtk3")
   {
-    x.Click(tx + 75, ty + 88);
+    x.Click(tx + 75, ty + 88); // Bass
+    Sleep(0.5);
+    x.Click(tx + 320, ty + 88); // its first preset
   }
   else
   {
@@ -233,6 +235,7 @@ TEST_P(LV2Panel, PlaysTurnsAndFollowsTheHost)
   } while (back && !DifferingPixels(turned.get(), back.get(), kCutoffKnobArea) && SecondsSince(waitPreset) < 5.0);
   ASSERT_TRUE(back);
   EXPECT_GT(DifferingPixels(turned.get(), back.get(), kCutoffKnobArea), 20) << "the preset did not move the knob";
+  EXPECT_GT(DifferingPixels(turned.get(), back.get(), IRECT(295, 215, 410, 235)), 20) << "the display shows no name";
 
   // The program menu opens inside the panel, and saving writes the program.
   x.Click(px + 450, py + 230);
