@@ -30,6 +30,26 @@ private:
   PresetFunctionsMenu* mMenu; // the panel's, which outlives the catcher's use
 };
 
+// One of the two arrows beside the display: a click steps to the previous
+// or next program. The art draws it.
+class ProgramStep : public IControl
+{
+public:
+  ProgramStep(IPlugBase* plug, IRECT rect, PresetFunctionsMenu* menu, int step)
+      : IControl(plug, rect), mMenu(menu), mStep(step)
+  {
+  }
+  void OnMouseDown(int, int, IMouseMod* mod) override
+  {
+    if (mod->L) mMenu->StepProgram(mStep);
+  }
+  bool Draw(IGraphics*) override { return true; }
+
+private:
+  PresetFunctionsMenu* mMenu; // the panel's
+  int mStep;
+};
+
 // How long a moved parameter's value stays on the display.
 constexpr std::chrono::milliseconds kShowValueFor(1500);
 enum EBitmap
@@ -185,6 +205,9 @@ VELTRAPanelParts BuildVeltraPanel(IGraphics* panel, IPlugBase* plug)
   parts.programs = new PresetFunctionsMenu(plug, IRECT(410, 210, 490, 250), parts.presetName);
   panel->AttachControl(parts.programs);
   panel->AttachKeyCatcher(new ProgramKeys(plug, parts.programs));
+  // After the design's 48 controls, so that none of theirs moves.
+  panel->AttachControl(new ProgramStep(plug, IRECT(500, 220, 523, 245), parts.programs, -1));
+  panel->AttachControl(new ProgramStep(plug, IRECT(527, 220, 550, 245), parts.programs, 1));
   return parts;
 }
 

@@ -274,7 +274,7 @@ TEST(Panel, AControllerLearnedFromTheMenuMovesItsKnobAndComesBackAtTheNextStart)
 }
 
 // Programs at the player's fingertips: "Warm Pad" in two clicks of the
-// program menu, Page Down to the next, program changes (the last wins), a
+// program menu, Page Down to the next, the arrow back, program changes (the last wins), a
 // factory bank through "Load Program...", a save of a factory program in the
 // player's folder, and the program playing at the end kept for the next start.
 TEST(Panel, ProgramsFromTheMenuPageDownProgramChangesAndBanksAndTheNextStartPlaysTheLast)
@@ -296,6 +296,8 @@ TEST(Panel, ProgramsFromTheMenuPageDownProgramChangesAndBanksAndTheNextStartPlay
   s.xserver.Move(s.ScreenX(300), s.ScreenY(100));
   s.xserver.Key("Next"); // Page Down: round to the next category
   EXPECT_TRUE(plays("Pluck & FX/Crystal Drops.fxp"));
+  s.ClickPanel(511, 232); // the arrow back
+  EXPECT_TRUE(plays("Pad & Keys/Warm Pad.fxp"));
   for (unsigned char program : {3, 9, 17}) midi.Send({0xC0, program});
   EXPECT_TRUE(plays("Pad & Keys/Electric Piano.fxp")) << "the eighteenth program";
   midi.Send({0xB0, 0, 1}); // the bank Lead

@@ -599,6 +599,21 @@ def background(tables):
     text(c, "PROGRAM", 352, 250, size=7, colour=(0.35, 0.50, 0.66), spacing=1.0)
     text(c, "LOAD", 450, 230, size=8, bold=True, colour=ACCENT, spacing=0.8)
     text(c, "SAVE", 450, 241, size=8, bold=True, colour=ACCENT, spacing=0.8)
+    # The previous and next program: two small arrows beside the display.
+    for left, d in ((500, -1), (527, 1)):
+        rounded(c, left + 0.5, 220.5, 22, 24, 3)
+        c.set_source_rgb(0.030, 0.045, 0.065)
+        c.fill_preserve()
+        c.set_source_rgb(*SECTION_EDGE)
+        c.set_line_width(1)
+        c.stroke()
+        cx, cy = left + 11.5, 232.5
+        c.move_to(cx - 3 * d, cy - 5)
+        c.line_to(cx + 4 * d, cy)
+        c.line_to(cx - 3 * d, cy + 5)
+        c.close_path()
+        c.set_source_rgb(*ACCENT)
+        c.fill()
 
     keyboard(c)
 
