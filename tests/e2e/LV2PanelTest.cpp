@@ -254,6 +254,24 @@ TEST_P(LV2Panel, PlaysTurnsAndFollowsTheHost)
   while (ReadWholeFile(dir.File("bright.fxp")).size() < 4 && SecondsSince(waitFile) < 10.0) Sleep(0.1);
   EXPECT_EQ(ReadWholeFile(dir.File("bright.fxp")).substr(0, 4), "CcnK");
 
+  // A program chosen in the panel's menu reaches the sound through the
+  // host's ports: Wind Sweep, the last of Pluck & FX, a noise, brightens the
+  // held note.
+  midi.Send(0x90, 60, 100);
+  size_t at = recorder.Frames() + kRate / 2;
+  ASSERT_TRUE(recorder.WaitForFrames(at + kRate / 2, 20.0));
+  const double before = Brightness(recorder.Left(), at, at + kRate / 2);
+  x.Click(px + 450, py + 230);
+  Sleep(0.5);
+  for (int k = 0; k < 6; ++k) x.Key("Down"); // Save, Load, Bass, Lead, Pad & Keys, Pluck & FX
+  x.Key("Right");
+  for (int k = 0; k < 7; ++k) x.Key("Down");
+  x.Key("Return");
+  at = recorder.Frames() + kRate;
+  ASSERT_TRUE(recorder.WaitForFrames(at + kRate / 2, 20.0));
+  EXPECT_GT(Brightness(recorder.Left(), at, at + kRate / 2), 2 * before) << "the menu's program is not heard";
+  midi.Send(0x80, 60, 0);
+
   EXPECT_NE(StopProcess(jalv, SIGTERM, 10.0), -1) << host << " did not end on SIGTERM";
   const std::string err = ReadWholeFile(dir.File("err"));
   EXPECT_EQ(err.find("X error"), std::string::npos) << err;
