@@ -24,14 +24,16 @@ struct DialogPoint
 const DialogPoint kDriver = {95, 61}, kIOVS = {245, 61}, kMidiIn = {95, 304}, kMidiInChan = {245, 304};
 const DialogPoint kOK = {217, 393}, kApply = {157, 393}, kCancel = {277, 393};
 
-// As a user does: a click that a busy window missed is made again, once.
+// As a user does: a click that a busy window missed is made again.
 unsigned long OpenPreferences(VeltraOnScreen& s)
 {
-  s.ChooseMenuItem("File", 0);
-  if (unsigned long dialog = s.xserver.WaitForWindow("^Preferences$", 10.0)) return dialog;
-  s.xserver.Run({"xdotool", "key", "Escape"});
-  s.ChooseMenuItem("File", 0);
-  return s.xserver.WaitForWindow("^Preferences$", 10.0);
+  for (int attempt = 0; attempt < 3; ++attempt)
+  {
+    s.ChooseMenuItem("File", 0);
+    if (unsigned long dialog = s.xserver.WaitForWindow("^Preferences$", 10.0)) return dialog;
+    s.xserver.Run({"xdotool", "key", "Escape"});
+  }
+  return 0;
 }
 
 void At(VeltraOnScreen& s, unsigned long dialog, DialogPoint p, int* x, int* y)
