@@ -41,7 +41,7 @@ gboolean TakeProgramChange(gpointer)
   // tick follow; the file is read before the instrument's lock is taken.
   WDL_String path(list[(size_t)i].mPath.c_str());
   PresetFunctionsMenu* menu = static_cast<VELTRA*>(gPluginInstance)->ProgramMenu();
-  if (menu ? !menu->LoadFile(path, false) : !gPluginInstance->LoadProgramFromFXP(&path))
+  if (menu ? !menu->LoadFile(path, false, true) : !LoadProgramFileInOneStep(gPluginInstance, path.Get()))
     Say("%s could not be loaded for a program change\n", path.Get());
   return G_SOURCE_REMOVE;
 }

@@ -75,7 +75,7 @@ void PresetFunctionsMenu::doPopupMenu()
   for (size_t k = 0; k < owned.size(); ++k)
     if (chosen == owned[k].get() && idx >= 0 && idx < (int)items[k].size() && items[k][(size_t)idx] >= 0)
     {
-      LoadFile(WDL_String(list[(size_t)items[k][(size_t)idx]].mPath.c_str()));
+      LoadFile(WDL_String(list[(size_t)items[k][(size_t)idx]].mPath.c_str()), true, true);
       return;
     }
   if (chosen != &menu) return;
@@ -145,13 +145,13 @@ void PresetFunctionsMenu::Save(IGraphics* gui)
   }
 }
 
-bool PresetFunctionsMenu::LoadFile(const WDL_String& path, bool tell)
+bool PresetFunctionsMenu::LoadFile(const WDL_String& path, bool tell, bool oneStep)
 {
   WDL_String fileName(path.Get());
   errno = 0;
   // A program file, or else a bank: its programs are loaded and its current
   // one sounds.
-  bool loaded = mPlug->LoadProgramFromFXP(&fileName);
+  bool loaded = oneStep ? LoadProgramFileInOneStep(mPlug, fileName.Get()) : mPlug->LoadProgramFromFXP(&fileName);
   int error = errno;
   if (!loaded && !error && fileName.GetLength())
   {
@@ -178,7 +178,7 @@ void PresetFunctionsMenu::StepProgram(int step)
 {
   const std::vector<VELTRAProgramEntry> list = ListVeltraPrograms(FactoryFolder(), VeltraUserProgramFolder());
   const int i = StepVeltraProgram(list, mCurrentPath, step);
-  if (i >= 0) LoadFile(WDL_String(list[(size_t)i].mPath.c_str()));
+  if (i >= 0) LoadFile(WDL_String(list[(size_t)i].mPath.c_str()), true, true);
 }
 
 void PresetFunctionsMenu::AddProgramMenus(IPopupMenu* menu, const std::vector<VELTRAProgramEntry>& list,

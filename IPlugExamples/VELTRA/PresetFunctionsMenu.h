@@ -26,7 +26,8 @@ public:
   void doPopupMenu();
   // Loads the program file or bank as "Load Program..." does, with the
   // display, and a message box on failure when tell; true when it loaded.
-  bool LoadFile(const WDL_String& path, bool tell = true);
+  // A program of the list (oneStep) is put in force in one step.
+  bool LoadFile(const WDL_String& path, bool tell = true, bool oneStep = false);
   // The next (step 1) or previous (-1) program of the list.
   void StepProgram(int step);
 

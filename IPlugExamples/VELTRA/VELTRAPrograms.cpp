@@ -1,10 +1,13 @@
 #include "VELTRAPrograms.h"
 
+#include "IPlugBase.h"
 #include "lice.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <dirent.h>
+#include <fstream>
 #include <strings.h>
 #include <sys/stat.h>
 
@@ -110,6 +113,25 @@ int VeltraProgramForChange(const std::vector<VELTRAProgramEntry>& list, int bank
     if (banks == bank && inBank == program) return (int)i;
   }
   return -1;
+}
+
+bool LoadProgramFileInOneStep(IPlugBase* plug, const std::string& path)
+{
+  // Far beyond any program file of this instrument.
+  constexpr std::streamsize kMaxBytes = 1 << 20;
+  errno = 0;
+  std::ifstream f(path, std::ios::binary);
+  std::vector<char> bytes((size_t)kMaxBytes);
+  f.read(bytes.data(), kMaxBytes);
+  if (f.bad() || (!f.eof() && f.fail()) || !f.is_open())
+  {
+    if (!errno) errno = EIO;
+    return false;
+  }
+  ByteChunk program;
+  program.PutBytes(bytes.data(), (int)f.gcount());
+  IPlugBase::IMutexLock lock(plug);
+  return plug->LoadProgramFromChunk(&program);
 }
 
 bool MakeProgramFolder(const std::string& folder)

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+class IPlugBase;
+
 struct VELTRAProgramEntry
 {
   std::string mPath;
@@ -38,6 +40,12 @@ int StepVeltraProgram(const std::vector<VELTRAProgramEntry>& list, const std::st
 // (after them, the player's own programs as one bank) and the program counts
 // within it. -1 when there is no such program.
 int VeltraProgramForChange(const std::vector<VELTRAProgramEntry>& list, int bank, int program);
+
+// Loads a program file in one step: the file is read first, then the
+// program is put in force under the instrument's lock, so that no block is
+// rendered with part of it. False, with errno after a read error, when the
+// file cannot be read or is no program.
+bool LoadProgramFileInOneStep(IPlugBase* plug, const std::string& path);
 
 // Makes the folder and its missing parents (mode 0777 under the umask);
 // true when it exists.
