@@ -304,6 +304,7 @@ TEST(Panel, ProgramsFromTheMenuPageDownProgramChangesAndBanksAndTheNextStartPlay
   midi.Send({0xC0, 2});
   EXPECT_TRUE(plays("Lead/Hollow Flute.fxp")) << "the third of the second bank";
 
+  const std::string factoryFile = ReadWholeFile(factory + "/Lead/Hollow Flute.fxp");
   s.ChoosePopupItem(450, 240, {0}); // Save Program...: in the player's folder
   const unsigned long dialog = s.xserver.WaitForWindow("^Save$", 20.0);
   ASSERT_NE(dialog, 0u);
@@ -311,6 +312,7 @@ TEST(Panel, ProgramsFromTheMenuPageDownProgramChangesAndBanksAndTheNextStartPlay
   s.xserver.Key("Return");
   EXPECT_TRUE(s.xserver.WaitForWindowGone(dialog, 10.0));
   EXPECT_TRUE(WaitForFile(s.run.home.Path() + "/.local/share/veltra/programs/Hollow Flute.fxp", 10.0));
+  EXPECT_TRUE(ReadWholeFile(factory + "/Lead/Hollow Flute.fxp") == factoryFile) << "the factory file changed";
 
   const std::string lead = ReadWholeFile(current);
   s.ChoosePopupItem(450, 240, {1}); // Load Program...: a bank
