@@ -61,12 +61,7 @@ void SetDefaults(IControllerMap* map)
   map->Bind(71, kFilterResonance);
 }
 
-std::string FilePath()
-{
-  if (!gINIPath || !gINIPath[0]) return "";
-  const std::string ini = gINIPath;
-  return ini.substr(0, ini.rfind('/') + 1) + kFileName;
-}
+std::string FilePath() { return SettingsFolderFile(kFileName); }
 
 bool InSession() { return !SessionClientName().empty(); }
 

@@ -16,7 +16,6 @@
 #include <cstring>
 #include <string>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <vector>
 
 namespace
@@ -47,12 +46,7 @@ gboolean TakeProgramChange(gpointer)
 }
 std::string sStartName;
 
-std::string CurrentPath()
-{
-  if (!gINIPath || !gINIPath[0] || UnderSessionManager()) return "";
-  const std::string ini = gINIPath;
-  return ini.substr(0, ini.rfind('/') + 1) + "current.fxp";
-}
+std::string CurrentPath() { return UnderSessionManager() ? "" : SettingsFolderFile("current.fxp"); }
 } // namespace
 
 void LoadCurrentProgram()
@@ -71,10 +65,7 @@ void LoadCurrentProgram()
   }
   gPluginInstance->LoadProgramFromChunk(&defaults); // undoes a partial load
   sLoadsWritten = gPluginInstance->ProgramLoads();
-  const std::string bad = KeepCopyAsBad(path);
-  if (!bad.empty()) unlink(path.c_str());
-  Say("%s could not be read as a VELTRA program; %sstarting with the default program\n", path.c_str(),
-      bad.empty() ? "" : ("kept as " + bad + ", ").c_str());
+  SetAsideBadProgram(path);
 }
 
 void SaveCurrentProgram(bool force)

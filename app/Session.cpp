@@ -144,7 +144,7 @@ public:
     WDL_String file(path.c_str());
     if (gPluginInstance->LoadProgramFromFXP(&file)) return;
     gPluginInstance->LoadProgramFromChunk(&mDefaultProgram); // undoes a partial load
-    SetAside(path);
+    SetAsideBadProgram(path);
   }
 
 private:
@@ -188,16 +188,6 @@ private:
     LoadProgram();
     LoadControllers();
     StartEngines(true);
-  }
-
-  // A program file that cannot be loaded is kept beside it as .bad and goes,
-  // so that the next start does not meet it again.
-  static void SetAside(const std::string& path)
-  {
-    const std::string bad = KeepCopyAsBad(path);
-    const std::string kept = bad.empty() ? "" : "kept as " + bad + ", ";
-    if (!bad.empty()) unlink(path.c_str());
-    Say("%s could not be read as a VELTRA program; %sstarting with the default program\n", path.c_str(), kept.c_str());
   }
 };
 

@@ -295,3 +295,18 @@ void FreeSettingsPath()
   delete[] gINIPath;
   gINIPath = nullptr;
 }
+
+std::string SettingsFolderFile(const char* name)
+{
+  if (!gINIPath || !gINIPath[0]) return "";
+  const std::string ini = gINIPath;
+  return ini.substr(0, ini.rfind('/') + 1) + name;
+}
+
+void SetAsideBadProgram(const std::string& path)
+{
+  const std::string bad = KeepCopyAsBad(path);
+  const std::string kept = bad.empty() ? "" : "kept as " + bad + ", ";
+  if (!bad.empty()) unlink(path.c_str());
+  Say("%s could not be read as a VELTRA program; %sstarting with the default program\n", path.c_str(), kept.c_str());
+}

@@ -29,6 +29,14 @@ void SetSettingsFolder(const std::string& folder);
 // user's umask, so that it is never world-writable; true when it exists.
 bool MakeFolders(const std::string& path);
 
+// The path of a file of that name in the settings folder (the session's,
+// under a session manager); empty while there is no settings folder.
+std::string SettingsFolderFile(const char* name);
+
+// A program file that cannot be loaded is kept beside it as .bad and goes,
+// so that the next start does not meet it again; the console says so.
+void SetAsideBadProgram(const std::string& path);
+
 // Keeps a copy of a file that could not be read beside it, under the first
 // free name of path.bad, path.bad.1, ... (never overwriting a kept one);
 // the copy's name, or empty when none could be made.
