@@ -18,17 +18,19 @@ build: deps
 run: build
 	$(RELEASE)/bin/veltra
 
-# The usual layout under PREFIX: bin/, lib/lv2/, share/veltra/,
+# The usual layout under PREFIX: bin/, lib/lv2/, lib/clap/, share/veltra/,
 # share/applications/, share/icons/, share/metainfo/, share/man/.
 PREFIX ?= /usr/local
-# The LV2 plug-in goes to $(PREFIX)/lib/lv2; under the home folder hosts look
-# in ~/.lv2 instead, so it is linked there too.
+# The plug-ins go to $(PREFIX)/lib/lv2 and $(PREFIX)/lib/clap; under the home
+# folder hosts look in ~/.lv2 and ~/.clap instead, so they are linked there too.
 install: build
 	cmake --install $(RELEASE) --prefix $(PREFIX)
 	@prefix=$$(realpath -m "$(PREFIX)"); home=$$(realpath -m "$$HOME"); \
 	case "$$prefix/" in "$$home"/*) \
 	  mkdir -p "$$HOME/.lv2" && ln -sfn "$$prefix/lib/lv2/veltra.lv2" "$$HOME/.lv2/veltra.lv2" && \
-	  echo "LV2 plug-in linked as ~/.lv2/veltra.lv2";; esac
+	  echo "LV2 plug-in linked as ~/.lv2/veltra.lv2" && \
+	  mkdir -p "$$HOME/.clap" && ln -sfn "$$prefix/lib/clap/veltra.clap" "$$HOME/.clap/veltra.clap" && \
+	  echo "CLAP plug-in linked as ~/.clap/veltra.clap";; esac
 
 # A Debian package of the same files under /usr, checked by lintian.
 deb: build

@@ -186,6 +186,12 @@ void IMidiInput::IBlockSink::SetLearned(int frame, int paramIdx, double normaliz
   mPlug->SetParameterFromController(paramIdx, normalized);
 }
 
+void IMidiInput::IBlockSink::CatchUp(IMidiInput* input, int frame)
+{
+  input->DeliverDue(frame, this);
+  RenderUpTo(frame);
+}
+
 void IMidiInput::IBlockSink::Finish(IMidiInput* input, int nFrames)
 {
   input->DeliverDue(nFrames - 1, this);

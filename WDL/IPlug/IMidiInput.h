@@ -92,6 +92,10 @@ public:
   // The block's end: the wheel repeats due within it, its last frames, and
   // the repeats left for the next block.
   void Finish(IMidiInput* input, int nFrames);
+  // Renders up to the frame, the wheel repeats due by then delivered, so
+  // that a change the host makes next (a parameter's automation) acts at
+  // exactly that frame.
+  void CatchUp(IMidiInput* input, int frame);
 
 protected:
   // Renders the block's frames from..to, to not included.

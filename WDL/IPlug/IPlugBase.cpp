@@ -135,6 +135,8 @@ const char* IPlugBase::GetAPIString()
     return "Standalone";
   case kAPILV2:
     return "LV2";
+  case kAPICLAP:
+    return "CLAP";
   default:
     return "";
   }

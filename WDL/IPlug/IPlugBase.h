@@ -32,7 +32,8 @@ enum EAPI
   kAPIRTAS = 3,
   kAPIAAX = 4,
   kAPISA = 5,
-  kAPILV2 = 6
+  kAPILV2 = 6,
+  kAPICLAP = 7
 };
 
 class IPlugBase

@@ -9,6 +9,19 @@ class IGraphicsX11;
 // The plug-in's LV2 URI, as its bundle's description names it.
 const char* LV2PluginURI();
 
+// Who the plug-in is to hosts that list plug-ins before making one (CLAP):
+// an id that never changes once released, its names and version.
+struct IPluginIdentity
+{
+  const char* mId;
+  const char* mName;
+  const char* mVendor;
+  const char* mURL;
+  const char* mVersion;
+  const char* mDescription;
+};
+const IPluginIdentity& PluginIdentity();
+
 // The instrument itself, for a plug-in's sound; also the IKeyTable of the
 // notes its MIDI holds.
 IPlugStandalone* MakePluginSound();

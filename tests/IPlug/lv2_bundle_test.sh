@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# The LV2 bundle of a build as hosts see it: its description valid against the
-# LV2 schema, every port listed by lv2info, the sound binaries free of window
-# code, and the plug-in exporting its descriptor alone.
+# The plug-ins of a build as hosts see them: the LV2 bundle's description
+# valid against the LV2 schema, every port listed by lv2info, the sound
+# binaries free of window code, each module exporting its entry alone, and
+# the CLAP module (sound and panel) free of toolkits.
 #   lv2_bundle_test.sh BUILD_DIR
 set -euo pipefail
 build=$(cd "$1" && pwd)
@@ -36,4 +37,11 @@ if grep -Ei 'gtk|gdk|glib|gobject|gio|cairo|pango|qt' <<<"$needed"; then fail "v
 exports=$(nm -D --defined-only "$ui" | awk '{print $3}')
 [ "$exports" = "lv2ui_descriptor" ] || fail "veltra_ui.so exports: $exports"
 grep -A2 "UIs:" <<<"$info" | grep -q "ui#X11UI" || fail "lv2info lists no X11 panel"
-echo "lv2 bundle: schema-valid, 48 ports, sound free of window code, panel free of toolkits, one export each"
+clap=$build/clap/veltra.clap
+needed=$(readelf -d "$clap" | grep NEEDED | grep -Eo '\[[^]]*\]' | tr -d '[]' |
+  grep -Ev '^lib(X11|Xext|freetype|fontconfig|png16|stdc\+\+|m|gcc_s|c|asan|ubsan|tsan)\.so' || true)
+[ -z "$needed" ] || fail "veltra.clap links more than Xlib, FreeType, fontconfig and libpng: $needed"
+exports=$(nm -D --defined-only "$clap" | awk '{print $3}')
+[ "$exports" = "clap_entry" ] || fail "veltra.clap exports: $exports"
+
+echo "lv2 bundle: schema-valid, 48 ports, sound free of window code, panel free of toolkits, one export each; clap module: Xlib and fonts only, clap_entry alone"

@@ -13,13 +13,6 @@
 #include <string>
 #include <vector>
 
-struct MidiAt
-{
-  long long mSample; // from the start of the render
-  uint8_t mBytes[3];
-  int mSize;
-};
-
 class Lv2Host
 {
 public:

@@ -15,6 +15,14 @@ struct StereoRender
   std::vector<float> mLeft, mRight;
 };
 
+// A MIDI message for a plug-in host of the tests.
+struct MidiAt
+{
+  long long mSample; // from the start of the render
+  uint8_t mBytes[3];
+  int mSize;
+};
+
 struct RenderRun
 {
   int status; // the exit status, -1 when it did not exit

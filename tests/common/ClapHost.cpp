@@ -1,0 +1,318 @@
+#include "ClapHost.h"
+
+#include <clap/entry.h>
+#include <clap/ext/params.h>
+#include <clap/ext/state.h>
+#include <clap/ext/timer-support.h>
+#include <clap/plugin-factory.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <dlfcn.h>
+#include <stdexcept>
+
+ClapHost::ClapHost(const std::string& modulePath)
+{
+  mModule = dlopen(modulePath.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (!mModule) return;
+  const clap_plugin_entry_t* entry = (const clap_plugin_entry_t*)dlsym(mModule, "clap_entry");
+  if (!entry || !entry->init(modulePath.c_str())) return;
+  mEntry = entry;
+  mFactory = entry->get_factory(CLAP_PLUGIN_FACTORY_ID);
+}
+
+ClapHost::~ClapHost()
+{
+  if (mEntry) ((const clap_plugin_entry_t*)mEntry)->deinit();
+  // The module stays loaded: its sanitizer reports name its functions.
+}
+
+bool ClapHost::Found() const
+{
+  const clap_plugin_factory_t* f = (const clap_plugin_factory_t*)mFactory;
+  return f && f->get_plugin_count(f) == 1;
+}
+
+const clap_plugin_descriptor_t* ClapHost::Descriptor() const
+{
+  const clap_plugin_factory_t* f = (const clap_plugin_factory_t*)mFactory;
+  return f ? f->get_plugin_descriptor(f, 0) : nullptr;
+}
+
+namespace
+{
+// The events of one call, in frame order, as the plug-in reads them.
+struct EventList
+{
+  std::vector<clap_event_midi_t> midi;
+  std::vector<clap_event_note_t> notes;
+  std::vector<clap_event_param_value_t> params;
+  bool noteDialect = false;
+  std::vector<std::pair<int, size_t>> added; // kind (0 MIDI, 1 note, 2 value) and place, in the order added
+  std::vector<const clap_event_header_t*> order;
+  clap_input_events_t in = {this, Size, Get};
+
+  void Add(const MidiAt& m, uint32_t frame)
+  {
+    const int status = m.mBytes[0] & 0xF0;
+    if (noteDialect && (status == 0x80 || status == 0x90))
+    {
+      clap_event_note_t n = {};
+      const bool on = status == 0x90 && m.mBytes[2];
+      n.header = {sizeof(n), frame, CLAP_CORE_EVENT_SPACE_ID, (uint16_t)(on ? CLAP_EVENT_NOTE_ON : CLAP_EVENT_NOTE_OFF),
+                  0};
+      n.note_id = -1;
+      n.port_index = 0;
+      n.channel = m.mBytes[0] & 15;
+      n.key = m.mBytes[1];
+      n.velocity = on ? m.mBytes[2] / 127.0 : 0.5;
+      added.push_back({1, notes.size()});
+      notes.push_back(n);
+      return;
+    }
+    clap_event_midi_t e = {};
+    e.header = {sizeof(e), frame, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_MIDI, 0};
+    memcpy(e.data, m.mBytes, 3);
+    added.push_back({0, midi.size()});
+    midi.push_back(e);
+  }
+  void Add(const ParamAt& p, uint32_t frame)
+  {
+    clap_event_param_value_t e = {};
+    e.header = {sizeof(e), frame, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_PARAM_VALUE, 0};
+    e.param_id = p.mId;
+    e.note_id = e.port_index = e.channel = e.key = -1;
+    e.value = p.mValue;
+    added.push_back({2, params.size()});
+    params.push_back(e);
+  }
+  void Clear()
+  {
+    midi.clear();
+    notes.clear();
+    params.clear();
+    added.clear();
+  }
+  // Parameters before notes at the same frame, the rest in the order given.
+  const clap_input_events_t* Sorted()
+  {
+    order.clear();
+    for (const auto& [kind, i] : added)
+      order.push_back(kind == 0 ? &midi[i].header : kind == 1 ? &notes[i].header : &params[i].header);
+    std::stable_sort(order.begin(), order.end(),
+                     [](auto a, auto b)
+                     {
+                       if (a->time != b->time) return a->time < b->time;
+                       const bool pa = a->type == CLAP_EVENT_PARAM_VALUE, pb = b->type == CLAP_EVENT_PARAM_VALUE;
+                       return pa && !pb;
+                     });
+    return &in;
+  }
+  static uint32_t Size(const clap_input_events_t* list) { return (uint32_t)((EventList*)list->ctx)->order.size(); }
+  static const clap_event_header_t* Get(const clap_input_events_t* list, uint32_t i)
+  {
+    return ((EventList*)list->ctx)->order[i];
+  }
+};
+} // namespace
+
+struct ClapHost::Instance::Impl
+{
+  clap_host_t host;
+  const clap_plugin_t* plugin = nullptr;
+  uint32_t maxBlock = 0;
+  double rate = 0.0;
+  std::vector<float> left, right;
+  EventList events;
+  std::vector<std::string> out;
+  clap_output_events_t outEvents = {this, TryPush};
+  int flushRequests = 0, rescans = 0;
+  clap_id timer = CLAP_INVALID_ID;
+  std::atomic<bool>* watch = nullptr;
+
+  static Impl* Of(const clap_host_t* h) { return (Impl*)h->host_data; }
+  static bool TryPush(const clap_output_events_t* list, const clap_event_header_t* e)
+  {
+    Impl* impl = (Impl*)list->ctx;
+    char text[64];
+    if (e->type == CLAP_EVENT_PARAM_VALUE)
+    {
+      const clap_event_param_value_t* v = (const clap_event_param_value_t*)e;
+      snprintf(text, sizeof(text), "value %u %.9g", v->param_id, v->value);
+    }
+    else if (e->type == CLAP_EVENT_PARAM_GESTURE_BEGIN || e->type == CLAP_EVENT_PARAM_GESTURE_END)
+      snprintf(text, sizeof(text), "%s %u", e->type == CLAP_EVENT_PARAM_GESTURE_BEGIN ? "begin" : "end",
+               ((const clap_event_param_gesture_t*)e)->param_id);
+    else
+      snprintf(text, sizeof(text), "event %u", e->type);
+    impl->out.push_back(text);
+    return true;
+  }
+  static const void* GetExtension(const clap_host_t*, const char* id)
+  {
+    static const clap_host_params_t params = {
+        [](const clap_host_t* h, clap_param_rescan_flags) { ++Of(h)->rescans; },
+        [](const clap_host_t*, clap_id, clap_param_clear_flags) {},
+        [](const clap_host_t* h) { ++Of(h)->flushRequests; }};
+    static const clap_host_state_t state = {[](const clap_host_t*) {}};
+    static const clap_host_timer_support_t timers = {
+        [](const clap_host_t* h, uint32_t, clap_id* id)
+        {
+          *id = Of(h)->timer = 1;
+          return true;
+        },
+        [](const clap_host_t* h, clap_id) { return (Of(h)->timer = CLAP_INVALID_ID), true; }};
+    if (!strcmp(id, CLAP_EXT_PARAMS)) return &params;
+    if (!strcmp(id, CLAP_EXT_STATE)) return &state;
+    if (!strcmp(id, CLAP_EXT_TIMER_SUPPORT)) return &timers;
+    return nullptr;
+  }
+};
+
+std::unique_ptr<ClapHost::Instance> ClapHost::Instantiate(double rate, uint32_t maxBlock)
+{
+  const clap_plugin_factory_t* f = (const clap_plugin_factory_t*)mFactory;
+  if (!f) return nullptr;
+  std::unique_ptr<Instance> in(new Instance);
+  in->mImpl.reset(new Instance::Impl);
+  Instance::Impl* impl = in->mImpl.get();
+  impl->host = {CLAP_VERSION_INIT,
+                impl,
+                "VELTRA tests",
+                "Quillmoor Instruments",
+                "",
+                "1.0",
+                Instance::Impl::GetExtension,
+                [](const clap_host_t*) {},
+                [](const clap_host_t*) {},
+                [](const clap_host_t*) {}};
+  impl->plugin = f->create_plugin(f, &impl->host, Descriptor()->id);
+  if (!impl->plugin || !impl->plugin->init(impl->plugin)) return nullptr;
+  impl->rate = rate;
+  impl->maxBlock = maxBlock;
+  impl->left.resize(maxBlock);
+  impl->right.resize(maxBlock);
+  in->Activate();
+  return in;
+}
+
+ClapHost::Instance::~Instance()
+{
+  if (!mImpl || !mImpl->plugin) return;
+  Deactivate();
+  mImpl->plugin->destroy(mImpl->plugin);
+}
+
+const clap_plugin_t* ClapHost::Instance::Plugin() const { return mImpl->plugin; }
+const void* ClapHost::Instance::Extension(const char* id) const { return Plugin()->get_extension(Plugin(), id); }
+
+void ClapHost::Instance::Activate()
+{
+  if (!Plugin()->activate(Plugin(), mImpl->rate, 1, mImpl->maxBlock) || !Plugin()->start_processing(Plugin()))
+    throw std::runtime_error("the plug-in cannot be activated");
+}
+
+void ClapHost::Instance::Deactivate()
+{
+  Plugin()->stop_processing(Plugin());
+  Plugin()->deactivate(Plugin());
+}
+
+void ClapHost::Instance::ProcessOnce(uint32_t nFrames, const std::vector<MidiAt>& events, long long blockStart,
+                                     const std::vector<ParamAt>& params)
+{
+  Impl* impl = mImpl.get();
+  impl->events.Clear();
+  for (const MidiAt& m : events) impl->events.Add(m, (uint32_t)(m.mSample - blockStart));
+  for (const ParamAt& p : params) impl->events.Add(p, (uint32_t)(p.mSample - blockStart));
+  float* channels[2] = {impl->left.data(), impl->right.data()};
+  clap_audio_buffer_t output = {};
+  output.data32 = channels;
+  output.channel_count = 2;
+  clap_process_t process = {};
+  process.steady_time = blockStart;
+  process.frames_count = nFrames;
+  process.audio_outputs = &output;
+  process.audio_outputs_count = 1;
+  process.in_events = impl->events.Sorted();
+  process.out_events = &impl->outEvents;
+  if (impl->watch) *impl->watch = true;
+  const clap_process_status status = Plugin()->process(Plugin(), &process);
+  if (impl->watch) *impl->watch = false;
+  if (status != CLAP_PROCESS_CONTINUE)
+    throw std::runtime_error("process did not continue");
+}
+
+StereoRender ClapHost::Instance::Render(const std::vector<MidiAt>& events, long long total,
+                                        const std::function<int()>& nextBlock, const std::vector<ParamAt>& params)
+{
+  StereoRender out;
+  size_t nextMidi = 0, nextParam = 0;
+  std::vector<MidiAt> midi;
+  std::vector<ParamAt> values;
+  for (long long pos = 0; pos < total;)
+  {
+    const long long n = std::min<long long>(nextBlock(), total - pos);
+    midi.clear();
+    values.clear();
+    while (nextMidi < events.size() && events[nextMidi].mSample < pos + n) midi.push_back(events[nextMidi++]);
+    while (nextParam < params.size() && params[nextParam].mSample < pos + n) values.push_back(params[nextParam++]);
+    ProcessOnce((uint32_t)n, midi, pos, values);
+    out.mLeft.insert(out.mLeft.end(), mImpl->left.begin(), mImpl->left.begin() + n);
+    out.mRight.insert(out.mRight.end(), mImpl->right.begin(), mImpl->right.begin() + n);
+    pos += n;
+  }
+  return out;
+}
+
+void ClapHost::Instance::Flush(const std::vector<ParamAt>& params)
+{
+  const clap_plugin_params_t* ext = (const clap_plugin_params_t*)Extension(CLAP_EXT_PARAMS);
+  mImpl->events.Clear();
+  for (const ParamAt& p : params) mImpl->events.Add(p, 0);
+  ext->flush(Plugin(), mImpl->events.Sorted(), &mImpl->outEvents);
+}
+
+std::vector<std::string> ClapHost::Instance::TakeOutEvents()
+{
+  std::vector<std::string> out;
+  out.swap(mImpl->out);
+  return out;
+}
+
+bool ClapHost::Instance::SaveState(std::vector<uint8_t>* bytes)
+{
+  const clap_plugin_state_t* state = (const clap_plugin_state_t*)Extension(CLAP_EXT_STATE);
+  bytes->clear();
+  // Written a few bytes at a time, as a host's stream may take them.
+  clap_ostream_t stream = {bytes, [](const clap_ostream_t* s, const void* data, uint64_t size) -> int64_t
+                           {
+                             const uint64_t n = std::min<uint64_t>(size, 1000);
+                             std::vector<uint8_t>* b = (std::vector<uint8_t>*)s->ctx;
+                             b->insert(b->end(), (const uint8_t*)data, (const uint8_t*)data + n);
+                             return (int64_t)n;
+                           }};
+  return state->save(Plugin(), &stream);
+}
+
+bool ClapHost::Instance::RestoreState(const std::vector<uint8_t>& bytes)
+{
+  const clap_plugin_state_t* state = (const clap_plugin_state_t*)Extension(CLAP_EXT_STATE);
+  std::pair<const std::vector<uint8_t>*, size_t> reader = {&bytes, 0};
+  clap_istream_t stream = {&reader, [](const clap_istream_t* s, void* data, uint64_t size) -> int64_t
+                           {
+                             auto* r = (std::pair<const std::vector<uint8_t>*, size_t>*)s->ctx;
+                             const size_t n = std::min<size_t>({(size_t)size, r->first->size() - r->second, 777});
+                             memcpy(data, r->first->data() + r->second, n);
+                             r->second += n;
+                             return (int64_t)n;
+                           }};
+  return state->load(Plugin(), &stream);
+}
+
+void ClapHost::Instance::WatchProcess(std::atomic<bool>* flag) { mImpl->watch = flag; }
+void ClapHost::Instance::UseNoteDialect(bool on) { mImpl->events.noteDialect = on; }
+int ClapHost::Instance::FlushRequests() const { return mImpl->flushRequests; }
+int ClapHost::Instance::Rescans() const { return mImpl->rescans; }
+bool ClapHost::Instance::HasTimer() const { return mImpl->timer != CLAP_INVALID_ID; }
