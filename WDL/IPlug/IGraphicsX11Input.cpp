@@ -80,9 +80,15 @@ void IGraphicsX11::HandleButtonPress(XEvent* ev)
 
 void IGraphicsX11::HandleMotion(XEvent* ev)
 {
-  // Only the latest place of a burst of moves matters.
-  while (XCheckTypedWindowEvent(mDisplay, mWindow, MotionNotify, ev))
+  // Only the latest place of a run of moves matters; but a move never jumps
+  // over a press or a release queued before it (a host that idles seldom
+  // hands over a whole drag at once).
+  while (XPending(mDisplay))
   {
+    XEvent next;
+    XPeekEvent(mDisplay, &next);
+    if (next.type != MotionNotify || next.xany.window != mWindow) break;
+    XNextEvent(mDisplay, ev);
   }
   const XMotionEvent& m = ev->xmotion;
   mPrevX = m.x;

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <cstring>
 #include <dlfcn.h>
 #include <stdexcept>
@@ -130,6 +131,7 @@ struct ClapHost::Instance::Impl
   int flushRequests = 0, rescans = 0;
   clap_id timer = CLAP_INVALID_ID;
   std::atomic<bool>* watch = nullptr;
+  uint32_t frames = 0; // of the last process
 
   static Impl* Of(const clap_host_t* h) { return (Impl*)h->host_data; }
   static bool TryPush(const clap_output_events_t* list, const clap_event_header_t* e)
@@ -240,6 +242,7 @@ void ClapHost::Instance::ProcessOnce(uint32_t nFrames, const std::vector<MidiAt>
   if (impl->watch) *impl->watch = true;
   const clap_process_status status = Plugin()->process(Plugin(), &process);
   if (impl->watch) *impl->watch = false;
+  impl->frames = nFrames;
   if (status != CLAP_PROCESS_CONTINUE)
     throw std::runtime_error("process did not continue");
 }
@@ -313,6 +316,14 @@ bool ClapHost::Instance::RestoreState(const std::vector<uint8_t>& bytes)
 
 void ClapHost::Instance::WatchProcess(std::atomic<bool>* flag) { mImpl->watch = flag; }
 void ClapHost::Instance::UseNoteDialect(bool on) { mImpl->events.noteDialect = on; }
+float ClapHost::Instance::LastPeak() const
+{
+  float peak = 0.0f;
+  for (uint32_t i = 0; i < mImpl->frames; ++i)
+    peak = std::max({peak, std::fabs(mImpl->left[i]), std::fabs(mImpl->right[i])});
+  return peak;
+}
+
 int ClapHost::Instance::FlushRequests() const { return mImpl->flushRequests; }
 int ClapHost::Instance::Rescans() const { return mImpl->rescans; }
 bool ClapHost::Instance::HasTimer() const { return mImpl->timer != CLAP_INVALID_ID; }

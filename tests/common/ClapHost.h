@@ -61,6 +61,8 @@ public:
   // One process of nFrames with the events given (frames from blockStart).
   void ProcessOnce(uint32_t nFrames, const std::vector<MidiAt>& events, long long blockStart,
                    const std::vector<ParamAt>& params = {});
+  // The loudest sample of the last process, either channel.
+  float LastPeak() const;
   // Through the params extension: flush with these values in; what the
   // plug-in sent out of this flush and of every process before it since the
   // last call, as "begin ID", "value ID V", "end ID".
