@@ -48,7 +48,7 @@ for f in usr/bin/veltra usr/bin/veltra-render usr/share/applications/veltra.desk
   usr/share/man/man1/veltra.1.gz usr/share/man/man1/veltra-render.1.gz usr/share/veltra/resources/img/bg.png \
   usr/share/metainfo/com.quillmoorinstruments.veltra.metainfo.xml usr/share/doc/veltra/copyright \
   usr/lib/lv2/veltra.lv2/manifest.ttl usr/lib/lv2/veltra.lv2/veltra.ttl usr/lib/lv2/veltra.lv2/presets.ttl \
-  usr/lib/lv2/veltra.lv2/veltra_dsp.so; do
+  usr/lib/lv2/veltra.lv2/veltra_dsp.so usr/lib/clap/veltra.clap; do
   [ -e "$root/$f" ] || fail "the package lacks $f"
 done
 programs=$root/usr/share/veltra/programs
@@ -58,6 +58,9 @@ programs=$root/usr/share/veltra/programs
 echo "== the LV2 plug-in, found where the package puts it"
 info=$(LV2_PATH=$root/usr/lib/lv2 lv2info https://quillmoorinstruments.com/plugins/veltra 2>&1) || true
 grep -q "Symbol: *midi_in" <<<"$info" || fail "lv2info does not find the packaged plug-in: $info"
+
+[ "$(nm -D --defined-only "$root/usr/lib/clap/veltra.clap" | awk '{print $3}')" = clap_entry ] ||
+  fail "the packaged CLAP module does not export clap_entry alone"
 
 echo "== the command line"
 unset VELTRA_RESOURCES
