@@ -18,6 +18,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <memory>
+#include <thread>
 // After the test framework: Xlib's macros would change its names.
 #include <X11/Xlib.h>
 
@@ -168,6 +169,31 @@ TEST(CLAPPanel, TurnsPlaysAndFollowsTheHost)
   EXPECT_GT(in->LastPeak(), 0.01f) << "the panel's key made no sound";
   x.Run({"xdotool", "mouseup", "1"});
   panel->Run(0.2);
+
+  // A program chosen in the panel's menu (Wind Sweep, the last of Pluck &
+  // FX) becomes the sound's, name and all, and the host hears its values.
+  // The menu holds the host's timer while it is open, as a menu does: the
+  // keys come from another thread.
+  in->TakeOutEvents();
+  std::thread hands(
+      [&]
+      {
+        x.Click(450, 230);
+        Sleep(0.8);
+        for (int k = 0; k < 6; ++k) x.Key("Down"); // Save, Load, Bass, Lead, Pad & Keys, Pluck & FX
+        x.Key("Right");
+        for (int k = 0; k < 7; ++k) x.Key("Down");
+        x.Key("Return");
+      });
+  panel->Run(0.5);
+  hands.join();
+  panel->Run(0.5);
+  in->Flush();
+  EXPECT_GE(Count(in->TakeOutEvents(), "value "), 40);
+  std::vector<uint8_t> state;
+  ASSERT_TRUE(in->SaveState(&state));
+  ASSERT_GT(state.size(), 60u);
+  EXPECT_STREQ((const char*)state.data() + 28, "Wind Sweep");
 
   // Closed and opened again and again, the timer with it.
   for (int k = 0; k < 10; ++k)
