@@ -14,7 +14,7 @@ packages=(
   jackd2 libjack-jackd2-dev
   xvfb xdotool imagemagick x11-utils
   lv2-dev liblilv-dev lilv-utils sordi jalv libqt5x11extras5 zenity
-  dpf-source
+  dpf-source libzita-resampler-dev
   desktop-file-utils appstream lintian man-db dpkg-dev locales-all
   sox python3-soundfile
 )

@@ -506,3 +506,162 @@ TEST_F(VeltraRender, ProgramsBanksAndTheParameterList)
   const Outcome r = Render({"-q", rmid, Path("rmid.wav")});
   EXPECT_EQ(r.status, 0) << "an RMID file plays: " << r.err;
 }
+
+// At 48 and 96 kHz VELTRA plays at its own rate and the output is converted:
+// brought back to 44.1 kHz (sox, very high quality) each render matches the
+// 44.1 kHz one, every test file and every factory program, and the times
+// that the instrument counts in samples (the LFO's period, a release, the
+// reverb's echo) stay what they are in seconds. The measure: the energy of
+// the difference against the signal's, both below 20 kHz (where the
+// converter's band ends), after 10 ms.
+namespace
+{
+// A 20 kHz low-pass at 44.1 kHz: 101 taps of a Blackman-windowed sinc.
+std::vector<double> Below20k(const std::vector<float>& v)
+{
+  constexpr int kTaps = 101;
+  double h[kTaps];
+  for (int i = 0; i < kTaps; ++i)
+  {
+    const double t = i - (kTaps - 1) / 2.0, fc = 20000.0 / 44100.0;
+    const double w = 0.42 - 0.5 * std::cos(2 * M_PI * i / (kTaps - 1)) + 0.08 * std::cos(4 * M_PI * i / (kTaps - 1));
+    h[i] = (t == 0 ? fc : std::sin(M_PI * fc * t) / (M_PI * t)) * w;
+  }
+  std::vector<double> out(v.size(), 0.0);
+  for (size_t n = kTaps; n < v.size(); ++n)
+    for (int i = 0; i < kTaps; ++i) out[n] += h[i] * v[n - (size_t)i];
+  return out;
+}
+
+// dB of the difference below 20 kHz, left channel.
+double DifferenceDb(const std::vector<float>& a, const std::vector<float>& b)
+{
+  std::vector<float> d(std::min(a.size(), b.size()));
+  std::vector<float> s(a.begin(), a.begin() + (long)d.size());
+  for (size_t i = 0; i < d.size(); i += 2) d[i / 2] = a[i] - b[i], s[i / 2] = a[i];
+  d.resize(d.size() / 2), s.resize(s.size() / 2);
+  const std::vector<double> fd = Below20k(d), fs = Below20k(s);
+  double ed = 0, es = 0;
+  for (size_t i = 441; i < fd.size(); ++i) ed += fd[i] * fd[i], es += fs[i] * fs[i];
+  return 10 * std::log10(ed / es);
+}
+
+// The level of the left channel each millisecond: the RMS of the 20 ms
+// from there, long enough for a low note's cycles.
+std::vector<double> Envelope(const std::vector<float>& s, int rate)
+{
+  std::vector<double> e;
+  const size_t ms = (size_t)rate / 1000;
+  for (size_t frame = 0; 2 * (frame + 20 * ms) <= s.size(); frame += ms) e.push_back(Rms(s, frame, frame + 20 * ms, 2));
+  return e;
+}
+
+// The lag, in ms between lo and hi, at which the envelope's stretch from
+// `from` ms resembles itself most.
+int Period(std::vector<double> e, size_t from, int lo, int hi)
+{
+  double mean = 0;
+  for (size_t i = from; i < e.size(); ++i) mean += e[i] / (double)(e.size() - from);
+  for (double& v : e) v -= mean;
+  int best = lo;
+  double bestScore = -1e300;
+  for (int lag = lo; lag <= hi; ++lag)
+  {
+    double score = 0;
+    for (size_t i = from; i + (size_t)lag < e.size(); ++i) score += e[i] * e[i + (size_t)lag];
+    score /= (double)(e.size() - from - (size_t)lag);
+    if (score > bestScore) bestScore = score, best = lag;
+  }
+  return best;
+}
+} // namespace
+
+TEST_F(VeltraRender, SoundsTheSameAtEveryRate)
+{
+  std::vector<std::pair<std::string, std::string>> renders; // what, and its program ("" for the default)
+  for (const char* f : {"voices.mid", "bends.mid", "tempo.mid", "pedal.mid"}) renders.push_back({f, ""});
+  for (const std::string& category : FilesIn(VELTRA_PROGRAMS))
+  {
+    struct stat st;
+    const std::string folder = std::string(VELTRA_PROGRAMS) + "/" + category;
+    if (stat(folder.c_str(), &st) || !S_ISDIR(st.st_mode)) continue;
+    for (const std::string& p : FilesIn(folder)) renders.push_back({"voices.mid", folder + "/" + p});
+  }
+  ASSERT_EQ(renders.size(), 4u + 32u);
+  SF_INFO info;
+  for (const auto& [midi, program] : renders)
+  {
+    std::vector<std::string> args = {"-q", "-t", "1", std::string(VELTRA_SOURCE_DIR) + "/tests/renders/" + midi};
+    if (!program.empty()) args.insert(args.begin(), {"-p", program});
+    auto at = [&](const char* rate, const std::string& out)
+    {
+      std::vector<std::string> a = args;
+      a.insert(a.begin(), {"-r", rate});
+      a.push_back(Path(out));
+      const Outcome r = Render(a);
+      EXPECT_EQ(r.status, 0) << r.err;
+    };
+    at("44100", "44.wav");
+    const std::vector<float> own = Samples<float>(Path("44.wav"), &info);
+    for (const char* rate : {"48000", "96000"})
+    {
+      at(rate, "r.wav");
+      const pid_t sox = Spawn({"/usr/bin/sox", Path("r.wav"), "-e", "floating-point", "-b", "32", Path("back.wav"),
+                               "rate", "-v", "44100"},
+                              MakeEnv({}, {}), Path("sox.out"), Path("sox.err"));
+      const int status = WaitFor(sox, 60.0);
+      ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << Read(Path("sox.err"));
+      EXPECT_LT(DifferenceDb(own, Samples<float>(Path("back.wav"), &info)), -60.0)
+          << midi << " " << program << " at " << rate;
+    }
+  }
+
+  // Times in seconds: the LFO's wobble of a resonant filter, a release, the
+  // reverb's echo.
+  // A2 for two seconds (4 s for the wobble), and a blip.
+  const std::string a2 = Write("a2.mid", Smf(0, 480, {{0, 0x90, 45, 100, 0x8F, 0x00, 0x80, 45, 0, 0, 0xFF, 0x2F, 0}}));
+  const std::string a2long =
+      Write("a2long.mid", Smf(0, 240, {{0, 0x90, 45, 100, 0x8F, 0x00, 0x80, 45, 0, 0, 0xFF, 0x2F, 0}}));
+  const std::string blip = Write("blip.mid", Smf(0, 480, {{0, 0x90, 69, 127, 10, 0x80, 69, 0, 0, 0xFF, 0x2F, 0}}));
+  struct Times
+  {
+    int wobble, release, echo;
+  };
+  auto times = [&](int rate)
+  {
+    Times t;
+    const std::string r = std::to_string(rate);
+    // The level of the signal's steps follows the filter.
+    EXPECT_EQ(Render({"-q", "-t", "0", "-r", r, "-s", "LFO Depth=1", "-s", "LFO Rate=0.004", "-s", "Filter Cutoff=0.3",
+                      "-s", "Filter Resonance=0.9", a2long, Path("w.wav")})
+                  .status,
+              0);
+    std::vector<float> w = Samples<float>(Path("w.wav"), &info);
+    for (size_t i = w.size() - 1; i >= 2; --i) w[i] -= w[i - 2];
+    t.wobble = Period(Envelope(w, rate), 500, 300, 1500);
+    EXPECT_EQ(Render({"-q", "-t", "2", "-r", r, "-s", "OP1 Release=1.2", "-s", "OP2 Release=1.2", a2, Path("r.wav")})
+                  .status,
+              0);
+    const std::vector<double> e = Envelope(Samples<float>(Path("r.wav"), &info), rate);
+    // From the note-off at 2 s until the level is a hundredth of what it was.
+    t.release = 0;
+    while (2000 + t.release < (int)e.size() && e[(size_t)(2000 + t.release)] > e[1970] / 100) ++t.release;
+    EXPECT_EQ(Render({"-q", "-t", "1", "-r", r, "-s", "Reverb Depth=1", "-s", "Reverb Length=0.9", blip,
+                      Path("e.wav")})
+                  .status,
+              0);
+    t.echo = Period(Envelope(Samples<float>(Path("e.wav"), &info), rate), 150, 50, 150);
+    return t;
+  };
+  const Times own = times(44100);
+  EXPECT_NEAR(own.wobble, 2 / 0.004 * 44 * 1000 / 44100, 10) << "a triangle of 0.004 a tick each way";
+  EXPECT_NEAR(own.echo, 4096 * 1000 / 44100.0, 1.0);
+  EXPECT_GT(own.release, 50);
+  for (int rate : {48000, 96000})
+  {
+    const Times t = times(rate);
+    EXPECT_NEAR(t.wobble, own.wobble, own.wobble * 0.01) << rate;
+    EXPECT_NEAR(t.release, own.release, own.release * 0.01 + 1) << rate;
+    EXPECT_NEAR(t.echo, own.echo, own.echo * 0.01) << rate;
+  }
+}

@@ -25,7 +25,10 @@ void Usage(FILE* to)
 {
   fputs("usage: veltra-render [options] INPUT.mid OUTPUT.wav|OUTPUT.flac\n"
         "Renders a Standard MIDI File (or an RMID file) through VELTRA into a WAV or FLAC file.\n\n"
-        "  -r, --rate HZ           sample rate, a whole number (default 44100)\n"
+        "  -r, --rate HZ           sample rate, a whole number (default 44100); VELTRA plays at 44100 Hz\n"
+        "                          and its output is converted, so that it sounds the same at every rate\n"
+        "      --native-rate       play VELTRA itself at the --rate instead (its times in samples then\n"
+        "                          follow the rate)\n"
         "  -b, --block N           frames per instrument block, 1 to 8192 (default 32); changes the\n"
         "                          speed, never the sound\n"
         "  -p, --program FILE.fxp  load a program; with --bank, over the bank's current program\n"
@@ -202,7 +205,8 @@ enum
   kOptFormat,
   kOptVersion,
   kOptListParams,
-  kOptControllers
+  kOptControllers,
+  kOptNativeRate
 };
 
 const option kLongOpts[] = {{"rate", required_argument, nullptr, 'r'},
@@ -214,6 +218,7 @@ const option kLongOpts[] = {{"rate", required_argument, nullptr, 'r'},
                             {"list-params", no_argument, nullptr, kOptListParams},
                             {"channel", required_argument, nullptr, kOptChannel},
                             {"controllers", required_argument, nullptr, kOptControllers},
+                            {"native-rate", no_argument, nullptr, kOptNativeRate},
                             {"tail", required_argument, nullptr, 't'},
                             {"gain", required_argument, nullptr, kOptGain},
                             {"format", required_argument, nullptr, kOptFormat},
@@ -268,6 +273,9 @@ void TakeOption(int c, const char* value, Options* o, char** argv)
     break;
   case kOptControllers:
     o->controllers = value;
+    break;
+  case kOptNativeRate:
+    o->nativeRate = true;
     break;
   case 't':
     o->tail = Number("--tail", value, 0.0, 3600.0);

@@ -11,6 +11,9 @@ class VELTRA;
 struct Options
 {
   int rate = 44100;
+  // At another rate the instrument runs at its own and the output is
+  // converted; this runs it at the output's rate instead.
+  bool nativeRate = false;
   int block = 32;
   std::string program, bank;
   int preset = -1; // -1: the bank's own current program

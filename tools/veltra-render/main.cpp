@@ -10,6 +10,7 @@
 #include "Cli.h"
 #include "IControllerMap.h"
 #include "IMidiInput.h"
+#include "IRateAdapter.h"
 #include "MidiFile.h"
 #include "OutputFile.h"
 #include "VELTRA.h"
@@ -174,12 +175,22 @@ int main(int argc, char** argv)
     Fail("%s: lasts %.0f s, longer than the %.0f s this renderer takes", o.input.c_str(), lastEvent + o.tail,
          kMaxSeconds);
 
+  // At a rate other than its own the instrument plays at its own, and its
+  // output is converted as the plug-ins convert it; the output then starts
+  // the converter's delay later, and that much more is rendered and the
+  // start dropped, so that a note at a time sounds at that time.
+  IRateAdapter converter;
+  const bool convert = !o.nativeRate && converter.Setup(o.rate);
+  const int latency = convert ? converter.Latency() : 0;
+  // A block of the output's frames may take a few more of the instrument's.
+  const int instBlock = convert ? (int)std::ceil(o.block * (double)IRateAdapter::kInstrumentRate / o.rate) + 1 : o.block;
+
   // As the application makes it, and as its audio engine sets it up.
   std::unique_ptr<VELTRA> plug((VELTRA*)MakePlug(nullptr, nullptr));
   plug->RestorePreset(0);
   LoadPrograms(plug.get(), o);
-  plug->SetBlockSize(o.block);
-  plug->SetSampleRate(o.rate);
+  plug->SetBlockSize(instBlock);
+  plug->SetSampleRate(convert ? IRateAdapter::kInstrumentRate : o.rate);
   plug->Reset();
 
   CatchStopSignals();
@@ -191,8 +202,28 @@ int main(int argc, char** argv)
 
   // Frames gather here and go to the file in large writes.
   const int kWriteFrames = 8192;
-  std::vector<double> left((size_t)o.block), right((size_t)o.block), frames(2 * (size_t)(kWriteFrames + o.block));
+  std::vector<double> left((size_t)instBlock), right((size_t)instBlock), frames(2 * (size_t)(kWriteFrames + o.block));
   int pending = 0;
+  // The converter's frames into the file's, the first `latency` dropped.
+  struct Converted : IRateAdapter::IOutput
+  {
+    std::vector<double>* frames;
+    int* pending;
+    long long drop;
+    void Write(int, const float* f, int n) override
+    {
+      const int skip = (int)std::min<long long>(drop, n);
+      drop -= skip;
+      for (int i = skip; i < n; ++i, ++*pending)
+      {
+        (*frames)[2 * (size_t)*pending] = f[2 * i];
+        (*frames)[2 * (size_t)*pending + 1] = f[2 * i + 1];
+      }
+    }
+  } converted;
+  converted.frames = &frames;
+  converted.pending = &pending;
+  converted.drop = latency;
   double* outs[2] = {left.data(), right.data()};
   Progress progress(!o.quiet && isatty(STDERR_FILENO), (double)total / o.rate);
   // The events go through the input stage that every host of the
@@ -217,7 +248,8 @@ int main(int argc, char** argv)
     plug->SetPitchWheelScale(controllers.WheelRange() / (double)IControllerMap::kDefaultWheelRange);
   }
   size_t next = 0;
-  for (long long pos = 0; pos < total;)
+  const long long hostTotal = total + latency;
+  for (long long pos = 0; pos < hostTotal;)
   {
     if (const int sig = StopRequested())
     {
@@ -226,23 +258,32 @@ int main(int argc, char** argv)
       fprintf(stderr, "veltra-render: stopped; %s was not written\n", o.output.c_str());
       return 128 + sig;
     }
-    const long long end = std::min<long long>(pos + o.block, total);
+    const long long end = std::min<long long>(pos + o.block, hostTotal);
+    const int n = (int)(end - pos);
+    const int nInst = convert ? converter.Begin(n) : n;
     for (; next < events.size() && sampleOf[next] < end; ++next)
     {
       const MidiFileEvent& e = events[next];
       if (!plays(e)) continue;
-      input.Input((int)(sampleOf[next] - pos), IMidiMsg(0, e.mStatus, e.mData1, e.mData2), &pieces);
+      const int frame = (int)(sampleOf[next] - pos);
+      input.Input(convert ? converter.InstrumentFrame(frame) : frame, IMidiMsg(0, e.mStatus, e.mData1, e.mData2),
+                  &pieces);
     }
-    const int n = (int)(end - pos);
-    pieces.Finish(&input, n);
-    for (int i = 0; i < n; ++i, ++pending)
+    pieces.Finish(&input, nInst);
+    if (convert)
     {
-      frames[2 * (size_t)pending] = left[(size_t)i] * o.gain;
-      frames[2 * (size_t)pending + 1] = right[(size_t)i] * o.gain;
+      converter.Push(left.data(), right.data(), nInst, o.gain, &converted);
+      converter.End(&converted);
     }
+    else
+      for (int i = 0; i < n; ++i, ++pending)
+      {
+        frames[2 * (size_t)pending] = left[(size_t)i] * o.gain;
+        frames[2 * (size_t)pending + 1] = right[(size_t)i] * o.gain;
+      }
     if (pending >= kWriteFrames) out.Write(frames.data(), pending), pending = 0;
     pos = end;
-    progress.Update((double)pos / o.rate);
+    progress.Update((double)std::min(pos, total) / o.rate);
   }
   out.Write(frames.data(), pending);
   out.Commit();
