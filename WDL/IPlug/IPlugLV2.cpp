@@ -27,7 +27,8 @@ IPlugLV2::IPlugLV2(IPlugStandalone* plug, const IPlugLV2Setup& setup)
   for (std::unique_ptr<double[]>& s : mScratch) s.reset(new double[(size_t)mBlock]());
   mPlug->RestorePreset(0);
   mPlug->SetBlockSize(mBlock);
-  mPlug->SetSampleRate(mInfo.mSampleRate);
+  mConverting = mRate.Setup(mInfo.mSampleRate);
+  mPlug->SetSampleRate(mConverting ? IRateAdapter::kInstrumentRate : mInfo.mSampleRate);
   mPlug->Reset();
   ResetPortShadow();
   PublishValues();
@@ -39,6 +40,7 @@ void IPlugLV2::Activate(bool active)
 {
   mPlug->OnActivate(active);
   mInput.Reset(); // no key, pedal or wheel outlives the silence
+  mRate.Reset();
 }
 
 void IPlugLV2::ResetPortShadow()
@@ -63,6 +65,8 @@ void IPlugLV2::ConnectPort(uint32_t port, void* data)
   const int param = (int)port - LV2ParamPort(0, nOut);
   if (param >= 0 && param < NParams()) mControlPorts[(size_t)param] = (float*)data;
   if ((int)port == LV2NotifyPort(NParams(), nOut)) mNotify = data;
+  if ((int)port == LV2LatencyPort(NParams(), nOut)) mLatencyPort = (float*)data;
+  if ((int)port == LV2SameSoundPort(NParams(), nOut)) mSameSoundPort = (const float*)data;
 }
 
 void IPlugLV2::SetMeterForHost(int paramIdx, double value)
@@ -83,6 +87,19 @@ void IPlugLV2::PublishValues()
 
 namespace
 {
+// The converter's frames to the output ports.
+struct OutputPorts : IRateAdapter::IOutput
+{
+  float* const* mOut;
+  explicit OutputPorts(float* const* out) : mOut(out) {}
+  void Write(int hostFrame, const float* frames, int n) override
+  {
+    for (int c = 0; c < 2; ++c)
+      if (float* out = mOut[c])
+        for (int i = 0; i < n; ++i) out[hostFrame + i] = frames[2 * i + c];
+  }
+};
+
 // Whether a port says the same setting as a value: within a millionth of
 // the range, in normalised units. That is far finer than any knob step, and
 // coarser than the error of a port's single float, which cannot hold every
@@ -126,24 +143,42 @@ void IPlugLV2::ApplyChangedControlPorts()
 
 void IPlugLV2::RenderFrames(uint32_t start, uint32_t end)
 {
+  OutputPorts ports(mAudioOut);
   // Blocks no longer than the scratch buffers, written out with the fixed
-  // gain that every host adapter applies.
+  // gain that every host adapter applies, directly or through the converter.
   for (uint32_t pos = start; pos < end;)
   {
     const uint32_t n = std::min<uint32_t>(end - pos, (uint32_t)mBlock);
     double* outs[2] = {mScratch[0].get(), mScratch[1].get()};
     mPlug->ProcessDoubleReplacing(nullptr, outs, (int)n);
-    for (int c = 0; c < 2; ++c)
-      if (float* out = mAudioOut[c])
-        for (uint32_t i = 0; i < n; ++i) out[pos + i] = (float)(outs[c][i] * kStandaloneOutputGain);
+    if (mConverting)
+      mRate.Push(outs[0], outs[1], (int)n, kStandaloneOutputGain, &ports);
+    else
+      for (int c = 0; c < 2; ++c)
+        if (float* out = mAudioOut[c])
+          for (uint32_t i = 0; i < n; ++i) out[pos + i] = (float)(outs[c][i] * kStandaloneOutputGain);
     pos += n;
   }
+}
+
+void IPlugLV2::FollowSameSoundPort()
+{
+  // The setting changes between two runs: the instrument takes its new
+  // rate, as after a change of the host's, and the converter starts anew.
+  const bool want = mRate.Active() && !(mSameSoundPort && *mSameSoundPort < 0.5f);
+  if (want == mConverting) return;
+  mConverting = want;
+  mPlug->SetSampleRate(want ? IRateAdapter::kInstrumentRate : mInfo.mSampleRate);
+  mPlug->Reset();
+  mRate.Reset();
 }
 
 void IPlugLV2::RunLV2(uint32_t nFrames)
 {
   IPlugBase::IMutexLock lock(mPlug.get());
   ApplyChangedControlPorts();
+  FollowSameSoundPort();
+  const uint32_t nInst = mConverting ? (uint32_t)mRate.Begin((int)nFrames) : nFrames;
 
   // Every MIDI event reaches the input stage at its frame, and through it
   // the instrument.
@@ -175,11 +210,17 @@ void IPlugLV2::RunLV2(uint32_t nFrames)
       // Frames out of order or beyond the block are taken as late as allowed.
       last = (uint32_t)std::clamp<int64_t>(time, last, nFrames ? nFrames - 1 : 0);
       const IMidiMsg msg(0, bytes[0], body.size > 1 ? bytes[1] : 0, body.size > 2 ? bytes[2] : 0);
-      mInput.Input((int)last, msg, &pieces);
+      mInput.Input(mConverting ? mRate.InstrumentFrame((int)last) : (int)last, msg, &pieces);
     }
   }
   // A run of nothing leaves its events waiting in the queue for the next.
-  pieces.Finish(&mInput, (int)nFrames);
+  pieces.Finish(&mInput, (int)nInst);
+  if (mConverting)
+  {
+    OutputPorts ports(mAudioOut);
+    mRate.End(&ports);
+  }
+  if (mLatencyPort) *mLatencyPort = mConverting ? (float)mRate.Latency() : 0.0f;
 
   for (int i = 0; i < NParams(); ++i)
     if (float* port = mControlPorts[(size_t)i])

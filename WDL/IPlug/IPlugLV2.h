@@ -6,11 +6,15 @@
 // only when they changed, and the meters as outputs. The state is the program
 // form of an FXP file. Threads, as LV2 names them: instantiate, activate,
 // restore and cleanup on the host's instantiation thread; run on its audio
-// thread; save on any thread, even during run.
+// thread; save on any thread, even during run. At a host's rate other than
+// 44100 Hz the instrument plays at its own and its output is converted
+// (IRateAdapter.h), as the setting's port asks, and the latency port says by
+// how many frames it lags.
 
 #include "IKeyTable.h"
 #include "IMidiInput.h"
 #include "IPlugStandalone.h"
+#include "IRateAdapter.h"
 
 #include <lv2/atom/forge.h>
 
@@ -74,6 +78,7 @@ private:
   void ApplyChangedControlPorts();
   void PublishValues();
   void RenderFrames(uint32_t start, uint32_t end);
+  void FollowSameSoundPort();
   void ResetPortShadow();
   void WriteNotifications(uint32_t nFrames);
 
@@ -86,6 +91,12 @@ private:
   IMidiInput mInput;
   const void* mMidiIn = nullptr; // an LV2_Atom_Sequence
   float* mAudioOut[2] = {nullptr, nullptr};
+  // At a host's rate other than the instrument's own: its output converted,
+  // unless the setting's port says otherwise.
+  IRateAdapter mRate;
+  bool mConverting = false;
+  float* mLatencyPort = nullptr;
+  const float* mSameSoundPort = nullptr;
   // One pointer per parameter: an input port, or a meter's output port.
   std::unique_ptr<float*[]> mControlPorts;
   // What each input port held when it was last put in force.

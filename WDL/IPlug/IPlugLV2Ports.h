@@ -16,6 +16,14 @@ inline int LV2ParamPort(int paramIdx, int nOutputs) { return kLV2FirstAudioOutPo
 // After the parameters: the atom output through which the plug-in tells its
 // panel which notes MIDI holds.
 inline int LV2NotifyPort(int nParams, int nOutputs) { return LV2ParamPort(nParams, nOutputs); }
+// Then the delay of the plug-in's output in frames (an output the host reads
+// for its latency compensation), and the setting that plays the instrument
+// at its own rate whatever the host's: 1 (the default) converts its output
+// to the host's rate, 0 runs it at the host's rate.
+inline int LV2LatencyPort(int nParams, int nOutputs) { return LV2NotifyPort(nParams, nOutputs) + 1; }
+inline int LV2SameSoundPort(int nParams, int nOutputs) { return LV2NotifyPort(nParams, nOutputs) + 2; }
+// The setting's name, also a CLAP plug-in's parameter.
+constexpr const char* kSameSoundName = "Same Sound at Every Rate";
 inline bool LV2IsMeter(const IParam* param) { return param->Type() == IParam::kTypeNone; }
 
 // A parameter's port symbol: its name in lower case, every run of characters

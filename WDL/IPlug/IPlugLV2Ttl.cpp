@@ -23,6 +23,7 @@ const char* const kPrefixes = "@prefix atom: <http://lv2plug.in/ns/ext/atom#> .\
                               "@prefix midi: <http://lv2plug.in/ns/ext/midi#> .\n"
                               "@prefix opts: <http://lv2plug.in/ns/ext/options#> .\n"
                               "@prefix pg: <http://lv2plug.in/ns/ext/port-groups#> .\n"
+                              "@prefix pprops: <http://lv2plug.in/ns/ext/port-props#> .\n"
                               "@prefix pset: <http://lv2plug.in/ns/ext/presets#> .\n"
                               "@prefix rdfs: <http://www.w3.org/2000/01/rdf-schema#> .\n"
                               "@prefix state: <http://lv2plug.in/ns/ext/state#> .\n"
@@ -149,6 +150,18 @@ std::string PluginTtl(IPlugBase* plug, const LV2BundleDescription& d)
        "    atom:supports atom:Object ;\n    lv2:index " +
        std::to_string(LV2NotifyPort(plug->NParams(), plug->NOutChannels())) +
        " ;\n    lv2:symbol \"notify\" ;\n    lv2:name \"Notifications\"\n  ]";
+  t += " , [\n    a lv2:OutputPort , lv2:ControlPort ;\n    lv2:index " +
+       std::to_string(LV2LatencyPort(plug->NParams(), plug->NOutChannels())) +
+       " ;\n    lv2:symbol \"latency\" ;\n    lv2:name \"Latency\" ;\n    lv2:designation lv2:latency ;\n"
+       "    lv2:portProperty lv2:reportsLatency , lv2:integer ;\n    lv2:minimum 0 ;\n    lv2:maximum 4096 ;\n"
+       "    units:unit units:frame\n  ]";
+  t += " , [\n    a lv2:InputPort , lv2:ControlPort ;\n    lv2:index " +
+       std::to_string(LV2SameSoundPort(plug->NParams(), plug->NOutChannels())) + " ;\n    lv2:symbol " +
+       Quoted(LV2PortSymbol(kSameSoundName).c_str()) + " ;\n    lv2:name " + Quoted(kSameSoundName) +
+       " ;\n    rdfs:comment \"On, the instrument plays at 44100 Hz and its output is converted to the host's rate, "
+       "so that it sounds the same at every rate; off, it plays at the host's rate.\" ;\n"
+       "    lv2:default 1.0 ;\n    lv2:minimum 0.0 ;\n    lv2:maximum 1.0 ;\n"
+       "    lv2:portProperty lv2:toggled , pprops:notAutomatic\n  ]";
   if (d.mUIBinary) t += " ;\n  ui:ui <" + uri + "#ui>";
   t += " .\n";
   if (!d.mUIBinary) return t;

@@ -43,9 +43,11 @@ TEST_F(LV2Plugin, PortsFollowTheParameterTable)
 {
   ASSERT_TRUE(sHost->Found()) << "no plug-in under " << VELTRA_LV2_DIR;
   std::unique_ptr<VELTRA> plug((VELTRA*)MakePlug(nullptr, nullptr));
-  ASSERT_EQ(sHost->NumPorts(), 4 + kNumParams);
+  ASSERT_EQ(sHost->NumPorts(), 6 + kNumParams);
   EXPECT_EQ(sHost->PortSymbol(0), "midi_in");
   EXPECT_EQ(sHost->PortSymbol(3 + kNumParams), "notify");
+  EXPECT_EQ(sHost->PortSymbol(4 + kNumParams), "latency");
+  EXPECT_EQ(sHost->PortSymbol(5 + kNumParams), "same_sound_at_every_rate");
   EXPECT_EQ(sHost->PortSymbol(1), "out_l");
   EXPECT_EQ(sHost->PortSymbol(2), "out_r");
   EXPECT_EQ(sHost->PortSymbol(3 + kOP1Attack), "op1_attack");
@@ -116,6 +118,62 @@ TEST_F(LV2Plugin, RendersEqualVeltraRenderAtEveryBlockSize)
       const long long diff = FirstDifference(in->Render(phrase.events, phrase.total, b.second), reference);
       EXPECT_EQ(diff, -1) << c.midi << " in blocks of " << b.first << " differs from frame " << diff;
     }
+  }
+}
+
+// At 48 and 96 kHz the instrument plays at its own rate and its output is
+// converted: the plug-in sounds as veltra-render at that rate, bit for bit,
+// its output as many frames later as its latency port says, at any block
+// sizes; a note's onset comes that late. With the setting off it plays at
+// the host's rate, as veltra-render --native-rate.
+TEST_F(LV2Plugin, AtOtherRatesSoundsAsVeltraRenderThereLatencyFramesLater)
+{
+  for (const double rate : {48000.0, 96000.0})
+  {
+    const std::string r = std::to_string((int)rate);
+    const std::vector<std::string> sets = {"-s", "Reverb Depth=0.375", "-s", "PWM on off=1", "-r", r};
+    const StereoRender reference = Reference(dir, "voices.mid", sets);
+    const Phrase phrase = LoadPhrase("voices.mid", rate);
+    ASSERT_EQ((long long)reference.mLeft.size(), phrase.total);
+    std::mt19937 random(9);
+    std::uniform_int_distribution<int> size(0, 700);
+    const std::vector<std::pair<std::string, std::function<int()>>> blockings = {
+        {"1", Fixed(1)}, {"64", Fixed(64)}, {"mixed", [&] { return size(random) < 40 ? 0 : size(random) % 600 + 1; }}};
+    for (const auto& b : blockings)
+    {
+      std::unique_ptr<Lv2Host::Instance> in = sHost->Instantiate(rate, 4096);
+      in->SetControl("reverb_depth", 0.375f);
+      in->SetControl("pwm_on_off", 1.0f);
+      in->RunOnce(0, {}, 0);
+      const int latency = (int)in->Control("latency");
+      EXPECT_GT(latency, 0);
+      EXPECT_LT(latency, rate * 0.0015);
+      StereoRender out = in->Render(phrase.events, phrase.total + latency, b.second);
+      out.mLeft.erase(out.mLeft.begin(), out.mLeft.begin() + latency);
+      out.mRight.erase(out.mRight.begin(), out.mRight.begin() + latency);
+      const long long diff = FirstDifference(out, reference);
+      EXPECT_EQ(diff, -1) << r << " Hz in blocks of " << b.first << " differs from frame " << diff;
+    }
+
+    // A note at frame 0: its onset at 44.1 kHz, in the host's frames, plus
+    // the latency.
+    auto onset = [](const StereoRender& s)
+    {
+      size_t i = 0;
+      while (i < s.mLeft.size() && std::fabs(s.mLeft[i]) < 1e-3f) ++i;
+      return (double)i;
+    };
+    std::unique_ptr<Lv2Host::Instance> own = sHost->Instantiate(kRate, 4096);
+    const double at44 = onset(own->Render({{0, {0x90, 69, 127}, 3}}, 4410, Fixed(64)));
+    std::unique_ptr<Lv2Host::Instance> in = sHost->Instantiate(rate, 4096);
+    const StereoRender note = in->Render({{0, {0x90, 69, 127}, 3}}, (long long)rate / 10, Fixed(64));
+    EXPECT_NEAR(onset(note), at44 * rate / kRate + in->Control("latency"), 1.0) << r;
+
+    std::unique_ptr<Lv2Host::Instance> native = sHost->Instantiate(rate, 4096);
+    native->SetControl("same_sound_at_every_rate", 0.0f);
+    const StereoRender plain = native->Render(phrase.events, phrase.total, Fixed(64));
+    EXPECT_EQ(native->Control("latency"), 0.0f);
+    EXPECT_EQ(FirstDifference(plain, Reference(dir, "voices.mid", {"-r", r, "--native-rate"})), -1) << r;
   }
 }
 
@@ -285,7 +343,6 @@ TEST_F(LV2Plugin, TwoInstancesOnTwoThreadsRenderAlike)
 // grows, and the plug-in plays on.
 TEST_F(LV2Plugin, RunAllocatesNothingUnderAMidiFlood)
 {
-  std::unique_ptr<Lv2Host::Instance> in = sHost->Instantiate(kRate, 4096);
   std::vector<MidiAt> flood;
   for (int k = 0; k < 20000; ++k)
   {
@@ -297,14 +354,25 @@ TEST_F(LV2Plugin, RunAllocatesNothingUnderAMidiFlood)
     flood.push_back({k * 2, {(uint8_t)(0xB0 | k % 16), 64, (uint8_t)(k % 3 ? 127 : 0)}, 3});
   std::sort(flood.begin(), flood.end(), [](const MidiAt& a, const MidiAt& b) { return a.mSample < b.mSample; });
   ASSERT_NE(__sanitizer_install_malloc_and_free_hooks(OnMalloc, OnFree), 0);
-  in->SetControl("chorus_speed", 500.0f);
-  in->SetControl("filter_cutoff", 0.5f);
-  sCounting = true;
-  in->RunOnce(4096, flood, 0);
-  in->RunOnce(4096, {}, 4096);
-  in->RunOnce(0, {}, 8192);
-  sCounting = false;
-  EXPECT_EQ(sAllocations.load(), 0);
+  // At the instrument's own rate, and converted to another, switched there
+  // to the host's rate and back between runs.
+  for (const double rate : {kRate, 48000.0})
+  {
+    std::unique_ptr<Lv2Host::Instance> in = sHost->Instantiate(rate, 4096);
+    in->SetControl("chorus_speed", 500.0f);
+    in->SetControl("filter_cutoff", 0.5f);
+    sCounting = true;
+    in->RunOnce(4096, flood, 0);
+    in->RunOnce(1, {}, 4096);
+    // (the host's own lookups of the port allocate: not counted)
+    sCounting = false, in->SetControl("same_sound_at_every_rate", 0.0f), sCounting = true;
+    in->RunOnce(4096, {}, 4097);
+    sCounting = false, in->SetControl("same_sound_at_every_rate", 1.0f), sCounting = true;
+    in->RunOnce(0, {}, 8193);
+    in->RunOnce(333, {}, 8193);
+    sCounting = false;
+    EXPECT_EQ(sAllocations.load(), 0) << rate;
+  }
 }
 #endif
 } // namespace

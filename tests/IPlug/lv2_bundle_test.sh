@@ -16,8 +16,8 @@ grep -q "Found 0 errors" <<<"$out" || fail "sord_validate: $out"
 
 info=$(LV2_PATH=$build/lv2 lv2info https://quillmoorinstruments.com/plugins/veltra)
 ports=$(grep -c "^	Port [0-9]*:" <<<"$info")
-[ "$ports" -eq 48 ] || fail "lv2info lists $ports ports, not 48"
-for symbol in midi_in out_l out_r op1_attack ar_env_depth smoothing_on_off pwm_meter notify; do
+[ "$ports" -eq 50 ] || fail "lv2info lists $ports ports, not 50"
+for symbol in midi_in out_l out_r op1_attack ar_env_depth smoothing_on_off pwm_meter notify latency same_sound_at_every_rate; do
   grep -q "Symbol: *$symbol\$" <<<"$info" || fail "lv2info has no port $symbol"
 done
 
@@ -44,4 +44,4 @@ needed=$(readelf -d "$clap" | grep NEEDED | grep -Eo '\[[^]]*\]' | tr -d '[]' |
 exports=$(nm -D --defined-only "$clap" | awk '{print $3}')
 [ "$exports" = "clap_entry" ] || fail "veltra.clap exports: $exports"
 
-echo "lv2 bundle: schema-valid, 48 ports, sound free of window code, panel free of toolkits, one export each; clap module: Xlib and fonts only, clap_entry alone"
+echo "lv2 bundle: schema-valid, 50 ports, sound free of window code, panel free of toolkits, one export each; clap module: Xlib and fonts only, clap_entry alone"

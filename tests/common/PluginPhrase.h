@@ -33,7 +33,8 @@ struct Phrase
   long long total = 0;
 };
 
-Phrase LoadPhrase(const std::string& name)
+// The phrase's events at their frames of a host at the rate.
+Phrase LoadPhrase(const std::string& name, double rate = kRate)
 {
   const std::string path = std::string(VELTRA_SOURCE_DIR) + "/tests/renders/" + name;
   const std::vector<unsigned char> data = ReadBytes(path);
@@ -42,9 +43,9 @@ Phrase LoadPhrase(const std::string& name)
   EXPECT_TRUE(ReadMidiFile(data.data(), data.size(), &events, &why)) << path << ": " << why;
   Phrase p;
   for (const MidiFileEvent& e : events)
-    p.events.push_back({MidiEventSample(e, kRate), {e.mStatus, e.mData1, e.mData2}, 3});
+    p.events.push_back({MidiEventSample(e, rate), {e.mStatus, e.mData1, e.mData2}, 3});
   const double last = events.empty() ? 0.0 : events.back().mSeconds;
-  p.total = (long long)std::floor((last + kTail) * kRate + 0.5);
+  p.total = (long long)std::floor((last + kTail) * rate + 0.5);
   return p;
 }
 
