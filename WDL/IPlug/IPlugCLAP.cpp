@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <strings.h>
 
 // The panel's side, as the adapter of its IPlugStandalone: what the panel
 // moves is put in force in the sound at once, under the mutex, and queued
@@ -132,8 +133,9 @@ bool IPlugCLAP::Activate(double rate, uint32_t maxFrames)
   for (std::unique_ptr<double[]>& s : mScratch) s.reset(new double[(size_t)mBlock]());
   {
     IPlugBase::IMutexLock lock(mPlug.get());
+    mConverting = mSameSound && mRate.Setup(rate);
     mPlug->SetBlockSize(mBlock);
-    mPlug->SetSampleRate(rate);
+    mPlug->SetSampleRate(mConverting ? IRateAdapter::kInstrumentRate : rate);
     mPlug->Reset();
     mInput.Reset();
   }
@@ -153,6 +155,7 @@ void IPlugCLAP::Reset()
   IPlugBase::IMutexLock lock(mPlug.get());
   mPlug->OnActivate(true);
   mInput.Reset();
+  mRate.Reset();
 }
 
 void IPlugCLAP::RequestFlush()
@@ -173,10 +176,22 @@ void IPlugCLAP::SetMeterForHost(int paramIdx, double value)
   if (paramIdx >= 0 && paramIdx < mPlug->NParams()) mMeterValues[(size_t)paramIdx] = value;
 }
 
+clap_id IPlugCLAP::SameSoundId() const { return (clap_id)LV2SameSoundPort(mPlug->NParams(), mPlug->NOutChannels()); }
+
+void IPlugCLAP::SetSameSound(bool on)
+{
+  if (on == mSameSound) return;
+  mSameSound = on;
+  // The instrument's rate changes with a new activation only: the host is
+  // asked for one when it would change anything.
+  if (mActive && mHost && (on != mConverting) && (!on || mRate.Active())) mHost->request_restart(mHost);
+}
+
 void IPlugCLAP::ApplyHostValue(const clap_event_header_t* header)
 {
   if (header->size < sizeof(clap_event_param_value_t)) return;
   const clap_event_param_value_t* ev = (const clap_event_param_value_t*)header;
+  if (ev->param_id == SameSoundId() && std::isfinite(ev->value)) return SetSameSound(ev->value >= 0.5);
   const int idx = ParamOfId(ev->param_id);
   if (idx < 0 || !std::isfinite(ev->value)) return;
   // A host may send anything: the parameter keeps to its range.
@@ -227,18 +242,38 @@ void IPlugCLAP::SendToHost(const clap_output_events_t* out, IMidiInput::IBlockSi
   mToHostCount = 0;
 }
 
+namespace
+{
+// The converter's frames to the host's output channels.
+struct OutputChannels : IRateAdapter::IOutput
+{
+  float* const* mOut;
+  explicit OutputChannels(float* const* out) : mOut(out) {}
+  void Write(int hostFrame, const float* frames, int n) override
+  {
+    for (int c = 0; c < 2; ++c)
+      if (float* out = mOut ? mOut[c] : nullptr)
+        for (int i = 0; i < n; ++i) out[hostFrame + i] = frames[2 * i + c];
+  }
+};
+} // namespace
+
 void IPlugCLAP::RenderFrames(float* const* outs, uint32_t start, uint32_t end)
 {
   // Blocks no longer than the scratch buffers, written out with the fixed
-  // gain that every host adapter applies.
+  // gain that every host adapter applies, directly or through the converter.
+  OutputChannels converted(outs);
   for (uint32_t pos = start; pos < end;)
   {
     const uint32_t n = std::min<uint32_t>(end - pos, (uint32_t)mBlock);
     double* scratch[2] = {mScratch[0].get(), mScratch[1].get()};
     mPlug->ProcessDoubleReplacing(nullptr, scratch, (int)n);
-    for (int c = 0; c < 2; ++c)
-      if (float* out = outs ? outs[c] : nullptr)
-        for (uint32_t i = 0; i < n; ++i) out[pos + i] = (float)(scratch[c][i] * kStandaloneOutputGain);
+    if (mConverting)
+      mRate.Push(scratch[0], scratch[1], (int)n, kStandaloneOutputGain, &converted);
+    else
+      for (int c = 0; c < 2; ++c)
+        if (float* out = outs ? outs[c] : nullptr)
+          for (uint32_t i = 0; i < n; ++i) out[pos + i] = (float)(scratch[c][i] * kStandaloneOutputGain);
     pos += n;
   }
 }
@@ -280,6 +315,9 @@ clap_process_status IPlugCLAP::Process(const clap_process_t* process)
     Pieces(IPlugCLAP* owner) : IBlockSink(owner->mPlug.get()), mOwner(owner) {}
     void Render(int from, int to) override { mOwner->RenderFrames(mOwner->mOutputs, (uint32_t)from, (uint32_t)to); }
   } pieces(this);
+  // At another rate the block's events act at their instrument samples.
+  const int nInst = mConverting ? mRate.Begin((int)nFrames) : (int)nFrames;
+  auto at = [&](uint32_t frame) { return mConverting ? mRate.InstrumentFrame((int)frame) : (int)frame; };
   SendToHost(process->out_events, &pieces);
 
   const clap_input_events_t* in = process->in_events;
@@ -297,26 +335,31 @@ clap_process_status IPlugCLAP::Process(const clap_process_t* process)
     case CLAP_EVENT_NOTE_ON:
     case CLAP_EVENT_NOTE_OFF:
     case CLAP_EVENT_NOTE_CHOKE:
-      if (NoteAsMidi(header, &msg)) mInput.Input((int)last, msg, &pieces);
+      if (NoteAsMidi(header, &msg)) mInput.Input(at(last), msg, &pieces);
       break;
     case CLAP_EVENT_MIDI:
     {
       if (header->size < sizeof(clap_event_midi_t)) break;
       const uint8_t* data = ((const clap_event_midi_t*)header)->data;
       if (data[0] < 0x80 || data[0] >= 0xF0) break; // channel messages only
-      mInput.Input((int)last, IMidiMsg(0, data[0], data[1] & 0x7F, data[2] & 0x7F), &pieces);
+      mInput.Input(at(last), IMidiMsg(0, data[0], data[1] & 0x7F, data[2] & 0x7F), &pieces);
       break;
     }
     case CLAP_EVENT_PARAM_VALUE:
       // The frames before the change sound with the value before it.
-      pieces.CatchUp(&mInput, (int)last);
+      pieces.CatchUp(&mInput, at(last));
       ApplyHostValue(header);
       break;
     default:
       break;
     }
   }
-  pieces.Finish(&mInput, (int)nFrames);
+  pieces.Finish(&mInput, nInst);
+  if (mConverting)
+  {
+    OutputChannels out(mOutputs);
+    mRate.End(&out);
+  }
   mOutputs = nullptr;
   return CLAP_PROCESS_CONTINUE;
 }
@@ -344,7 +387,17 @@ void IPlugCLAP::Flush(const clap_input_events_t* in, const clap_output_events_t*
 
 bool IPlugCLAP::GetParamInfo(uint32_t index, clap_param_info_t* info) const
 {
-  if (index >= mHostParams.size() || !info) return false;
+  if (index >= NumHostParams() || !info) return false;
+  if (index == mHostParams.size())
+  {
+    memset(info, 0, sizeof(*info));
+    info->id = SameSoundId();
+    info->flags = CLAP_PARAM_IS_STEPPED; // a setting of the project, not a sound to automate
+    snprintf(info->name, sizeof(info->name), "%s", kSameSoundName);
+    info->min_value = 0.0;
+    info->max_value = info->default_value = 1.0;
+    return true;
+  }
   const int idx = mHostParams[index];
   const IParam* param = mPlug->GetParam(idx);
   memset(info, 0, sizeof(*info));
@@ -360,6 +413,12 @@ bool IPlugCLAP::GetParamInfo(uint32_t index, clap_param_info_t* info) const
 
 bool IPlugCLAP::GetParamValue(clap_id id, double* value)
 {
+  if (id == SameSoundId() && value)
+  {
+    IPlugBase::IMutexLock lock(mPlug.get());
+    *value = mSameSound ? 1.0 : 0.0;
+    return true;
+  }
   const int idx = ParamOfId(id);
   if (idx < 0 || !value) return false;
   IPlugBase::IMutexLock lock(mPlug.get());
@@ -369,6 +428,11 @@ bool IPlugCLAP::GetParamValue(clap_id id, double* value)
 
 bool IPlugCLAP::ValueToText(clap_id id, double value, char* text, uint32_t size) const
 {
+  if (id == SameSoundId() && text && size)
+  {
+    snprintf(text, size, "%s", value >= 0.5 ? "On" : "Off");
+    return true;
+  }
   const int idx = ParamOfId(id);
   if (idx < 0 || !text || size == 0 || !std::isfinite(value)) return false;
   const IParam* param = mPlug->GetParam(idx);
@@ -381,6 +445,11 @@ bool IPlugCLAP::ValueToText(clap_id id, double value, char* text, uint32_t size)
 
 bool IPlugCLAP::TextToValue(clap_id id, const char* text, double* value) const
 {
+  if (id == SameSoundId() && text && value && (!strcasecmp(text, "On") || !strcasecmp(text, "Off")))
+  {
+    *value = strcasecmp(text, "On") ? 0.0 : 1.0;
+    return true;
+  }
   const int idx = ParamOfId(id);
   if (idx < 0 || !text || !value) return false;
   const IParam* param = mPlug->GetParam(idx);
@@ -400,10 +469,17 @@ bool IPlugCLAP::TextToValue(clap_id id, const char* text, double* value) const
   return true;
 }
 
+namespace
+{
+// After the program's bytes, the setting when it is off.
+constexpr char kNativeRateLine[] = "\nsame sound at every rate = off\n";
+} // namespace
+
 void IPlugCLAP::SaveState(ByteChunk* chunk)
 {
   IPlugBase::IMutexLock lock(mPlug.get());
   mPlug->MakeProgramFXP(chunk, mPlug->GetPresetName(mPlug->GetCurrentPresetIdx()));
+  if (!mSameSound) chunk->PutBytes(kNativeRateLine, (int)strlen(kNativeRateLine));
 }
 
 bool IPlugCLAP::RestoreState(const unsigned char* data, int size)
@@ -412,7 +488,11 @@ bool IPlugCLAP::RestoreState(const unsigned char* data, int size)
   if (size < 0 || c.PutBytes(data, size) != size) return false;
   {
     IPlugBase::IMutexLock lock(mPlug.get());
+    ByteChunk program;
+    mPlug->MakeProgramFXP(&program, "");
+    const int programSize = program.Size(), lineSize = (int)strlen(kNativeRateLine);
     if (!mPlug->LoadProgramFromChunk(&c)) return false;
+    SetSameSound(!(size == programSize + lineSize && !memcmp(data + programSize, kNativeRateLine, (size_t)lineSize)));
     // What the host moved before is superseded: the panel takes the program.
     mToPanelCount = 0;
     mPanelBehind = true;

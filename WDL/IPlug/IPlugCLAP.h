@@ -16,6 +16,7 @@
 #include "IKeyTable.h"
 #include "IMidiInput.h"
 #include "IPlugStandalone.h"
+#include "IRateAdapter.h"
 
 #include <clap/events.h>
 #include <clap/ext/params.h>
@@ -56,16 +57,22 @@ public:
 
   // The parameters as the host sees them: the settable ones in the table's
   // order (meters have no place among them), each with the id of its LV2
-  // port.
-  uint32_t NumHostParams() const { return (uint32_t)mHostParams.size(); }
+  // port, then the setting "Same Sound at Every Rate" (on: at a host's rate
+  // other than 44100 Hz the instrument plays at its own and its output is
+  // converted; off: it plays at the host's), with the id of its LV2 port.
+  // The setting takes effect at the next activation; the host is asked for
+  // one.
+  uint32_t NumHostParams() const { return (uint32_t)mHostParams.size() + 1; }
+  // Main thread: the output's delay in frames, while active.
+  uint32_t Latency() const { return mConverting ? (uint32_t)mRate.Latency() : 0; }
   bool GetParamInfo(uint32_t index, clap_param_info_t* info) const;
   bool GetParamValue(clap_id id, double* value);
   bool ValueToText(clap_id id, double value, char* text, uint32_t size) const;
   bool TextToValue(clap_id id, const char* text, double* value) const;
 
   // Main thread: the program as an FXP file's bytes, with every parameter as
-  // it is now; and back. false, nothing changed, when the instrument refuses
-  // the bytes.
+  // it is now, and after them a line for the setting when it is off; and
+  // back. false, nothing changed, when the instrument refuses the bytes.
   void SaveState(ByteChunk* chunk);
   bool RestoreState(const unsigned char* data, int size);
 
@@ -110,6 +117,8 @@ private:
   int ParamOfId(clap_id id) const;
   clap_id IdOfParam(int paramIdx) const;
   void ApplyHostValue(const clap_event_header_t* header);
+  void SetSameSound(bool on);
+  clap_id SameSoundId() const;
   void ToHost(const HostEvent& ev);
   void SendToHost(const clap_output_events_t* out, IMidiInput::IBlockSink* sink);
   void RenderFrames(float* const* outs, uint32_t start, uint32_t end);
@@ -125,6 +134,9 @@ private:
   IMidiInput mInput;
   float* const* mOutputs = nullptr; // during a process
   bool mActive = false;
+  IRateAdapter mRate;
+  bool mSameSound = true; // the setting
+  bool mConverting = false; // as the setting stood at the activation
 
   // Both queues are read and written under the instrument's mutex.
   HostEvent mToHost[kQueueSize];

@@ -257,7 +257,7 @@ bool StateLoad(const clap_plugin_t* p, const clap_istream_t* stream)
   return false;
 }
 
-uint32_t LatencyGet(const clap_plugin_t*) { return 0; }
+uint32_t LatencyGet(const clap_plugin_t* p) { return Adapter(p)->Latency(); }
 
 // The sound is the same online and offline: any mode will do.
 bool RenderHasHardRealtimeRequirement(const clap_plugin_t*) { return false; }

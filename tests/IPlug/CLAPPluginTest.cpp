@@ -98,8 +98,15 @@ TEST_F(CLAPPlugin, DescribesItselfAndItsParametersAsTheLV2PortsAre)
     ASSERT_TRUE(params->get_value(p, info.id, &value));
     EXPECT_EQ(value, info.default_value) << info.name;
   }
-  EXPECT_EQ(params->count(p), index);
-  EXPECT_FALSE(params->get_info(p, index, nullptr));
+  // Then the setting, with its LV2 port's index.
+  clap_param_info_t setting;
+  ASSERT_TRUE(params->get_info(p, index, &setting));
+  EXPECT_EQ(setting.id, (clap_id)(6 + kNumParams - 1));
+  EXPECT_STREQ(setting.name, lv2.PortName((int)setting.id).c_str());
+  EXPECT_EQ(setting.default_value, 1.0);
+  EXPECT_EQ(setting.flags & CLAP_PARAM_IS_AUTOMATABLE, 0u);
+  EXPECT_EQ(params->count(p), index + 1);
+  EXPECT_FALSE(params->get_info(p, index + 1, nullptr));
 
   // Value texts from the table, and back.
   const std::map<std::string, clap_id> ids = Ids(*in);
@@ -236,12 +243,52 @@ TEST_F(CLAPPlugin, StateCarriesTheProgramIntoASecondInstance)
   EXPECT_TRUE(again == state) << "a refused state changed the program";
 }
 
+// At 48 kHz the instrument plays at its own rate and its output is
+// converted: the plug-in sounds as veltra-render there, the latency it
+// reports later. The setting off (kept in the state after the program's
+// bytes) takes effect at the next activation, which the host is asked for,
+// and the plug-in then sounds as veltra-render --native-rate.
+TEST_F(CLAPPlugin, AtAnotherRateSoundsAsVeltraRenderThereLatencyFramesLater)
+{
+  const double rate = 48000.0;
+  const Phrase phrase = LoadPhrase("pedal.mid", rate);
+  const StereoRender reference = Reference(dir, "pedal.mid", {"-r", "48000"});
+  std::mt19937 random(13);
+  for (const std::function<int()>& blocks : std::vector<std::function<int()>>{Fixed(64), [&] { return (int)(random() % 900); }})
+  {
+    std::unique_ptr<ClapHost::Instance> in = sHost->Instantiate(rate, 4096);
+    const uint32_t latency = ((const clap_plugin_latency_t*)in->Extension(CLAP_EXT_LATENCY))->get(in->Plugin());
+    EXPECT_GT(latency, 0u);
+    StereoRender out = in->Render(phrase.events, phrase.total + latency, blocks);
+    out.mLeft.erase(out.mLeft.begin(), out.mLeft.begin() + latency);
+    out.mRight.erase(out.mRight.begin(), out.mRight.begin() + latency);
+    EXPECT_EQ(FirstDifference(out, reference), -1);
+  }
+
+  std::unique_ptr<ClapHost::Instance> in = sHost->Instantiate(rate, 4096);
+  std::vector<uint8_t> converting, native;
+  ASSERT_TRUE(in->SaveState(&converting));
+  in->Flush({{0, (clap_id)(6 + kNumParams - 1), 0.0}});
+  EXPECT_EQ(in->Restarts(), 1);
+  ASSERT_TRUE(in->SaveState(&native));
+  EXPECT_TRUE(std::equal(converting.begin(), converting.end(), native.begin())) << "the program's bytes stay";
+  EXPECT_GT(native.size(), converting.size());
+  std::unique_ptr<ClapHost::Instance> b = sHost->Instantiate(rate, 4096);
+  ASSERT_TRUE(b->RestoreState(native));
+  b->Deactivate();
+  b->Activate();
+  EXPECT_EQ(((const clap_plugin_latency_t*)b->Extension(CLAP_EXT_LATENCY))->get(b->Plugin()), 0u);
+  EXPECT_EQ(FirstDifference(b->Render(phrase.events, phrase.total, Fixed(100)),
+                            Reference(dir, "pedal.mid", {"-r", "48000", "--native-rate"})),
+            -1);
+}
+
 #ifdef VELTRA_COUNT_ALLOCATIONS
 // 20000 notes in one call, more than the queue holds: the rest is dropped,
 // nothing grows, and the plug-in plays on.
 TEST_F(CLAPPlugin, ProcessAllocatesNothingUnderANoteFlood)
 {
-  std::unique_ptr<ClapHost::Instance> in = sHost->Instantiate(kRate, 4096);
+  std::unique_ptr<ClapHost::Instance> in = sHost->Instantiate(48000.0, 4096); // the converter too
   in->UseNoteDialect(true);
   std::vector<MidiAt> flood;
   for (int k = 0; k < 20000; ++k)

@@ -128,7 +128,7 @@ struct ClapHost::Instance::Impl
   EventList events;
   std::vector<std::string> out;
   clap_output_events_t outEvents = {this, TryPush};
-  int flushRequests = 0, rescans = 0;
+  int flushRequests = 0, rescans = 0, restarts = 0;
   clap_id timer = CLAP_INVALID_ID;
   std::atomic<bool>* watch = nullptr;
   uint32_t frames = 0; // of the last process
@@ -186,7 +186,7 @@ std::unique_ptr<ClapHost::Instance> ClapHost::Instantiate(double rate, uint32_t 
                 "",
                 "1.0",
                 Instance::Impl::GetExtension,
-                [](const clap_host_t*) {},
+                [](const clap_host_t* h) { ++Instance::Impl::Of(h)->restarts; },
                 [](const clap_host_t*) {},
                 [](const clap_host_t*) {}};
   impl->plugin = f->create_plugin(f, &impl->host, Descriptor()->id);
@@ -326,4 +326,5 @@ float ClapHost::Instance::LastPeak() const
 
 int ClapHost::Instance::FlushRequests() const { return mImpl->flushRequests; }
 int ClapHost::Instance::Rescans() const { return mImpl->rescans; }
+int ClapHost::Instance::Restarts() const { return mImpl->restarts; }
 bool ClapHost::Instance::HasTimer() const { return mImpl->timer != CLAP_INVALID_ID; }

@@ -78,10 +78,12 @@ public:
   // The flag is true exactly while the plug-in's process runs.
   void WatchProcess(std::atomic<bool>* flag);
 
-  // The host's side: how often the plug-in asked for a flush or a rescan,
+  // The host's side: how often the plug-in asked for a flush, a rescan or a
+  // restart,
   // and the timer it registered (0 when none).
   int FlushRequests() const;
   int Rescans() const;
+  int Restarts() const;
   bool HasTimer() const;
 
   struct Impl;
