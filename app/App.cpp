@@ -4,6 +4,7 @@
 #include "AudioEngine.h"
 #include "Console.h"
 #include "Controllers.h"
+#include "Options.h"
 #include "CurrentProgram.h"
 #include "Engines.h"
 #include "MainWindow.h"
@@ -54,6 +55,7 @@ void Init()
   LoadSessionProgram();
   LoadCurrentProgram();
   LoadControllers();
+  LoadOptions();
   StartEngines(true);
   sStatusTimer = g_timeout_add(100, OnStatusTimer, nullptr);
 }

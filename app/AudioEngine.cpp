@@ -4,7 +4,9 @@
 #include "Console.h"
 #include "Controllers.h"
 #include "IPlugStandalone.h"
+#include "IRateAdapter.h"
 #include "JackProbe.h"
+#include "Options.h"
 #include "QuietProbe.h"
 #include "Session.h"
 #include "sharedword.h"
@@ -12,7 +14,9 @@
 
 #include <rtaudio/RtAudio.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -147,6 +151,14 @@ private:
   size_t mDeadCount = 0;
 };
 AudioStream sStream;
+
+// The converter between the instrument's rate and the stream's, with the
+// instrument's block, when the two differ and the option asks for it. Set
+// up while no stream runs, read by the audio thread.
+IRateAdapter sConverter;
+bool sConverting = false;
+std::vector<double> sScratch[2];
+double* sScratchData[2] = {nullptr, nullptr};
 
 // The largest plug-in block we run (a hand-edited settings file may ask for
 // anything; the scratch buffers and queues are sized from this).
@@ -379,8 +391,19 @@ bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, uns
   gVecElapsed = 0;
   gFadeMult = 0.0;
 
-  gPluginInstance->SetBlockSize((int)gSigVS);
-  gPluginInstance->SetSampleRate((double)sr);
+  // At another rate than its own the instrument plays at its own, as the
+  // option asks, and its output is converted: a block of the stream's
+  // frames may take a few more of its samples. No stream runs here.
+  sConverting = SameSoundAtEveryRate() && sConverter.Setup((double)sr);
+  const unsigned int instBlock =
+      sConverting ? (unsigned int)std::ceil(gSigVS * (double)IRateAdapter::kInstrumentRate / sr) + 1 : gSigVS;
+  for (int c = 0; c < 2; ++c)
+  {
+    sScratch[c].assign(std::max(instBlock, gSigVS), 0.0);
+    sScratchData[c] = sScratch[c].data();
+  }
+  gPluginInstance->SetBlockSize((int)std::max(instBlock, gSigVS));
+  gPluginInstance->SetSampleRate(sConverting ? (double)IRateAdapter::kInstrumentRate : (double)sr);
   gPluginInstance->Reset();
 
   try
@@ -436,7 +459,7 @@ int AudioCallback(void* outputBuffer, void* inputBuffer, unsigned int nFrames, d
         }
         double* inputs[2] = {in + i, in + rightInOffset + i};
         double* outputs[2] = {out + i, out + nFrames + i};
-        RenderThroughInputStage(inputs, outputs, (int)frames);
+        RenderThroughInputStage(inputs, outputs, (int)frames, sConverting ? &sConverter : nullptr, sScratchData);
       }
       if (gFadeMult < 1.0) gFadeMult += 1.0 / nFrames;
       out[i] *= gFadeMult;

@@ -4,6 +4,7 @@
 #include "Console.h"
 #include "CurrentProgram.h"
 #include "IControllerMap.h"
+#include "IRateAdapter.h"
 #include "IMidiInput.h"
 #include "IPlugStandalone.h"
 #include "Session.h"
@@ -120,9 +121,39 @@ void ControllersMidiIn(const IMidiMsg& msg)
   sInput.Input(0, msg, &sink);
 }
 
-void RenderThroughInputStage(double** inputs, double** outputs, int nFrames)
+namespace
+{
+// The converter's frames into the stream's block.
+struct StreamOutput : IRateAdapter::IOutput
+{
+  double* const* mOut;
+  explicit StreamOutput(double* const* out) : mOut(out) {}
+  void Write(int hostFrame, const float* frames, int n) override
+  {
+    for (int i = 0; i < n; ++i)
+    {
+      mOut[0][hostFrame + i] = frames[2 * i];
+      mOut[1][hostFrame + i] = frames[2 * i + 1];
+    }
+  }
+};
+} // namespace
+
+void RenderThroughInputStage(double** inputs, double** outputs, int nFrames, IRateAdapter* converter,
+                             double* const* scratch)
 {
   IPlugBase::IMutexLock lock(gPluginInstance);
+  if (converter)
+  {
+    // The instrument reads no input.
+    double* own[2] = {scratch[0], scratch[1]};
+    const int n = converter->Begin(nFrames);
+    RenderThroughInputStage(nullptr, own, n);
+    StreamOutput out(outputs);
+    converter->Push(scratch[0], scratch[1], n, 1.0, &out);
+    converter->End(&out);
+    return;
+  }
   Sink sink;
   // MIDI comes in between blocks, so the stage's frames count from the
   // start of this one; a wheel repeat falls one frame after its note.

@@ -11,13 +11,19 @@
 
 #include "IPlugStructs.h"
 
+class IRateAdapter;
+
 #include <string>
 
 // MIDI thread: one message from the input port, after the channel filter.
 void ControllersMidiIn(const IMidiMsg& msg);
 // Audio thread: renders nFrames, with the wheel repeats that the stage asks
-// for between them. Takes the instrument's mutex. Inputs may be null.
-void RenderThroughInputStage(double** inputs, double** outputs, int nFrames);
+// for between them. Takes the instrument's mutex. Inputs may be null. With
+// a converter, the instrument renders the call's samples at its own rate
+// into scratch (two buffers long enough for them) and the converter fills
+// the outputs.
+void RenderThroughInputStage(double** inputs, double** outputs, int nFrames, IRateAdapter* converter = nullptr,
+                             double* const* scratch = nullptr);
 
 // Main thread, once the instrument exists and whenever the settings folder
 // changes: reads the folder's controllers.ini, or puts the defaults in place

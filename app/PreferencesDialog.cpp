@@ -1,12 +1,15 @@
 #include "PreferencesDialog.h"
 
 #include "AudioEngine.h"
+#include "Console.h"
 #include "Engines.h"
 #include "MidiEngine.h"
+#include "Options.h"
 #include "QuietProbe.h"
 #include "Settings.h"
 #include "resource.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -37,7 +40,8 @@ enum
   IDC_COMBO_MIDI_OUT_CHAN = 40021,
   IDC_BUTTON_OS_DEV_SETTINGS = 40022,
   IDC_CB_MONO_INPUT = 40023,
-  IDAPPLY = 40024
+  IDAPPLY = 40024,
+  IDC_CB_SAME_SOUND = 40025
 };
 
 #define GROUP "__SWELL_GROUP"
@@ -64,6 +68,9 @@ const SWELL_DlgResourceEntry kPrefControls[] = {
     {COMBO, 0, "", IDC_COMBO_AUDIO_OUT_L, 20, 210, 46, 100, 3},
     {LABEL, -1, "Out 2 (R)", -1, 75, 195, 60, 20, 0},
     {COMBO, 0, "", IDC_COMBO_AUDIO_OUT_R, 75, 210, 46, 100, 3},
+    // The option of the rate, at the foot of the group, where its label
+    // has the room that the right column lacks.
+    {"__SWELL_CHECKBOX", 0, "Same sound at every rate", IDC_CB_SAME_SOUND, 125, 212, 175, 16, 0},
     {LABEL, -1, "IO Vector Size", -1, 190, 32, 110, 20, 0},
     {COMBO, 0, "", IDC_COMBO_AUDIO_IOVS, 190, 50, 100, 100, 3},
     {LABEL, -1, "Signal Vector Size", -1, 190, 75, 110, 20, 0},
@@ -204,6 +211,7 @@ void PopulateAudioDialogs(HWND dlg)
 {
   PopulateDriverSpecificControls(dlg);
   Send(dlg, IDC_CB_MONO_INPUT, BM_SETCHECK, gState->mAudioInIsMono ? 1 : 0);
+  Send(dlg, IDC_CB_SAME_SOUND, BM_SETCHECK, SameSoundAtEveryRate() ? 1 : 0);
   Send(dlg, IDC_COMBO_AUDIO_IOVS, CB_RESETCONTENT);
   for (const std::string& s : kIOVSOptions) Add(dlg, IDC_COMBO_AUDIO_IOVS, s);
   Select(dlg, IDC_COMBO_AUDIO_IOVS, Find(dlg, IDC_COMBO_AUDIO_IOVS, gState->mAudioIOVS));
@@ -363,19 +371,33 @@ bool OnSelChange(HWND dlg, int id)
   }
 }
 
+// The rate's option as the dialog shows it, kept in its file; whether it
+// changed.
+bool TakeRateOption(HWND dlg)
+{
+  const bool on = Send(dlg, IDC_CB_SAME_SOUND, BM_GETCHECK) == 1;
+  if (on == SameSoundAtEveryRate()) return false;
+  if (!SetSameSoundAtEveryRate(on)) Say("could not write the options file: %s\n", strerror(errno));
+  return true;
+}
+
 // The dialog's buttons and the mono switch.
 void OnButton(HWND dlg, int id, int code)
 {
   switch (id)
   {
   case IDOK:
+  {
     // The stream restarts when a setting changed (a change of MIDI fields
-    // alone too).
+    // alone too), or the option of the rate.
+    const bool rateOption = TakeRateOption(dlg);
     OpenEngines(false);
-    StartEngines(false);
+    StartEngines(rateOption);
     EndDialog(dlg, IDOK);
     return;
+  }
   case IDAPPLY:
+    TakeRateOption(dlg);
     OpenEngines(false);
     StartEngines(true);
     return;

@@ -5,6 +5,7 @@
 #include "AudioEngine.h"
 #include "Console.h"
 #include "Controllers.h"
+#include "Options.h"
 #include "Engines.h"
 #include "IPlugStandalone.h"
 #include "NsmClient.h"
@@ -187,6 +188,7 @@ private:
     OpenEngines(true);
     LoadProgram();
     LoadControllers();
+    LoadOptions();
     StartEngines(true);
   }
 };

@@ -1,6 +1,7 @@
 #pragma once
 // Measurements on rendered sound, shared by the tests that listen.
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <vector>
@@ -50,4 +51,35 @@ size_t FirstSound(const std::vector<T>& v, size_t from, size_t to)
   for (size_t i = from; i < to; ++i)
     if (std::fabs((double)v[i]) > 1e-6) return i;
   return to;
+}
+
+// The level each millisecond: the RMS of the 20 ms from there, long enough
+// for a low note's cycles; step 2 reads the left channel of stereo frames.
+inline std::vector<double> Envelope(const std::vector<float>& s, int rate, size_t step = 1)
+{
+  std::vector<double> e;
+  const size_t ms = (size_t)rate / 1000;
+  for (size_t frame = 0; step * (frame + 20 * ms) <= s.size(); frame += ms)
+    e.push_back(Rms(s, frame, frame + 20 * ms, step));
+  return e;
+}
+
+// The lag, in ms between lo and hi, at which the envelope's stretch from
+// `from` ms resembles itself most (a range below twice the period: its
+// multiples score as well).
+inline int Period(std::vector<double> e, size_t from, int lo, int hi)
+{
+  double mean = 0;
+  for (size_t i = from; i < e.size(); ++i) mean += e[i] / (double)(e.size() - from);
+  for (double& v : e) v -= mean;
+  int best = lo;
+  double bestScore = -1e300;
+  for (int lag = lo; lag <= hi && from + (size_t)lag < e.size(); ++lag)
+  {
+    double score = 0;
+    for (size_t i = from; i + (size_t)lag < e.size(); ++i) score += e[i] * e[i + (size_t)lag];
+    score /= (double)(e.size() - from - (size_t)lag);
+    if (score > bestScore) bestScore = score, best = lag;
+  }
+  return best;
 }

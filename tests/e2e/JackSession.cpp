@@ -87,7 +87,7 @@ bool JackServer::StartOnce(std::string* error)
 {
   jack_set_error_function(SilentJackErrors);
   const std::string log = "/tmp/" + mName + ".log";
-  mPid = Spawn({"/usr/bin/jackd", "--no-realtime", "-n", mName, "-d", "dummy", "-r", "44100", "-p", "512"},
+  mPid = Spawn({"/usr/bin/jackd", "--no-realtime", "-n", mName, "-d", "dummy", "-r", std::to_string(rate), "-p", "512"},
                MakeEnv({}, {"JACK_NO_AUDIO_RESERVATION=1"}), log, log);
   if (mPid < 0)
   {

@@ -31,6 +31,8 @@ public:
   // Sends the signal and returns at once, the server still ending.
   void Signal(int sig);
   const std::string& Name() const { return mName; }
+  // Set before Start: the server's sample rate.
+  int rate = 44100;
 
 private:
   bool StartOnce(std::string* error);

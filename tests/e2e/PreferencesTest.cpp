@@ -6,8 +6,12 @@
 #include "MidiSender.h"
 #include "ScreenSession.h"
 #include "Signal.h"
+#include "VELTRA.h"
 
 #include <cmath>
+#include <fstream>
+#include <memory>
+#include <sys/stat.h>
 #include <gtest/gtest.h>
 #include <random>
 #include <thread>
@@ -22,7 +26,7 @@ struct DialogPoint
   int x, y;
 };
 const DialogPoint kDriver = {95, 61}, kIOVS = {245, 61}, kMidiIn = {95, 304}, kMidiInChan = {245, 304};
-const DialogPoint kOK = {217, 393}, kApply = {157, 393}, kCancel = {277, 393};
+const DialogPoint kOK = {217, 393}, kApply = {157, 393}, kCancel = {277, 393}, kSameSound = {133, 220};
 
 // As a user does: a click that a busy window missed is made again.
 unsigned long OpenPreferences(VeltraOnScreen& s)
@@ -143,6 +147,76 @@ TEST(Preferences, ApplyRestartsTheStreamAndCancelPutsEverythingBack)
   MidiSender again;
   ASSERT_TRUE(again.ConnectTo("To VELTRA", 20.0)) << "Cancel brings the virtual port back, as the settings say";
   EXPECT_TRUE(Sounds(s, again, {0x90, 69, 120})) << "channel 1 plays again, as before";
+}
+
+// On a 48 kHz stream VELTRA plays at its own rate and its output is
+// converted: note 69 sounds at 44100/101 Hz, as at 44.1 kHz, and the LFO's
+// sweep of a resonant filter takes as long in seconds. "Same sound at every
+// rate" unticked with OK: the stream restarts with VELTRA at 48 kHz, its
+// pitch following the rate, and the choice is kept in options.ini beside
+// settings.ini, which keeps its own keys.
+TEST(Preferences, AtFortyEightKilohertzTheSameSoundUntilTheOptionIsTurnedOff)
+{
+  VeltraOnScreen s;
+  s.run.server.rate = 48000;
+  constexpr int kRate48 = 48000;
+  // The last program played: the filter swept by the LFO, 0.004 a tick.
+  {
+    std::unique_ptr<VELTRA> plug((VELTRA*)MakePlug(nullptr, nullptr));
+    plug->RestorePreset(0);
+    plug->GetParam(kLFODepth)->Set(1.0);
+    plug->GetParam(kLFORate)->Set(0.004);
+    plug->GetParam(kFilterCutoff)->Set(0.3);
+    plug->GetParam(kFilterResonance)->Set(0.9);
+    ByteChunk program;
+    plug->MakeProgramFXP(&program, "Sweep");
+    const std::string folder = s.run.home.Path() + "/.config/VELTRA";
+    mkdir((s.run.home.Path() + "/.config").c_str(), 0755);
+    mkdir(folder.c_str(), 0755);
+    std::ofstream(folder + "/current.fxp", std::ios::binary).write((const char*)program.GetBytes(), program.Size());
+  }
+  ASSERT_EQ(s.Start("[audio]\nsr=48000\n[midi]\nindev=virtual input\n"), "");
+  ASSERT_EQ(s.run.recorder.SampleRate(), (size_t)kRate48);
+  MidiSender midi;
+  ASSERT_TRUE(midi.ConnectTo("To VELTRA", 20.0));
+  JackRecorder& r = s.run.recorder;
+  auto hold = [&](int note, double seconds)
+  {
+    r.WaitForFrames(r.Frames() + kRate48 / 2, 10.0);
+    const size_t from = r.Frames();
+    midi.Send({0x90, (unsigned char)note, 110});
+    r.WaitForFrames(from + (size_t)(seconds * kRate48), 30.0);
+    midi.Send({0x80, (unsigned char)note, 0});
+    const size_t onset = FirstSound(r.Left(), from, r.Frames());
+    return std::vector<float>(r.Left().begin() + (long)onset, r.Left().begin() + (long)(from + seconds * kRate48));
+  };
+  std::vector<float> a2 = hold(45, 4.0);
+  for (size_t i = a2.size() - 1; i >= 2; --i) a2[i] -= a2[i - 2];
+  EXPECT_NEAR(Period(Envelope(a2, kRate48), 500, 300, 700), 2 / 0.004 * 44 * 1000 / 44100, 5.0)
+      << "the LFO's period at 44.1 kHz, 499 ms";
+  const std::vector<float> a4 = hold(69, 1.0);
+  EXPECT_NEAR(Fundamental(a4, kRate48 / 10, a4.size(), kRate48), 44100.0 / 101, 0.1) << "101 samples at 44.1 kHz";
+
+  const unsigned long dialog = OpenPreferences(s);
+  ASSERT_NE(dialog, 0u);
+  Press(s, dialog, kSameSound);
+  Press(s, dialog, kOK);
+  ASSERT_TRUE(s.xserver.WaitForWindowGone(dialog, 10.0));
+  const std::string restarted = "trying to start audio stream @ 48000 sr";
+  const double start = Now();
+  while (Count(s.run.veltra.Output(), restarted) < 2 && SecondsSince(start) < 10.0) Sleep(0.05);
+  EXPECT_EQ(Count(s.run.veltra.Output(), restarted), 2u) << s.run.veltra.Output();
+  const std::string folder = s.run.home.Path() + "/.config/VELTRA/";
+  EXPECT_EQ(ReadWholeFile(folder + "options.ini"), "[sound]\nsame sound at every rate = off\n");
+  EXPECT_EQ(ReadWholeFile(folder + "settings.ini").find("same"), std::string::npos);
+  ASSERT_TRUE(r.ConnectTo("VELTRA:outport ", 10.0));
+  // The wavetable's steps now count 48 kHz samples: a cycle of 110 of them,
+  // and an LFO 44100/48000 as long.
+  const std::vector<float> native = hold(69, 1.0);
+  EXPECT_NEAR(Fundamental(native, kRate48 / 10, native.size(), kRate48), 48000.0 / 110, 0.1);
+  std::vector<float> swept = hold(45, 4.0);
+  for (size_t i = swept.size() - 1; i >= 2; --i) swept[i] -= swept[i - 2];
+  EXPECT_NEAR(Period(Envelope(swept, kRate48), 500, 300, 700), 2 / 0.004 * 44 * 1000 / 48000, 5.0);
 }
 
 // Started before its sound server: VELTRA plays silent and says so in its

@@ -1,0 +1,58 @@
+#include "Options.h"
+
+#include "Console.h"
+#include "Settings.h"
+#include "replacefile.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+namespace
+{
+constexpr const char* kFileName = "options.ini";
+bool sSameSound = true;
+
+std::string Trimmed(const std::string& s)
+{
+  const size_t a = s.find_first_not_of(" \t\r"), b = s.find_last_not_of(" \t\r");
+  return a == std::string::npos ? "" : s.substr(a, b - a + 1);
+}
+} // namespace
+
+void LoadOptions()
+{
+  const std::string path = SettingsFolderFile(kFileName);
+  std::ifstream f(path);
+  if (path.empty() || !f) return;
+  std::string line;
+  // A file of a few lines: anything longer is not ours, and is left alone.
+  for (int n = 0; n < 1000 && std::getline(f, line); ++n)
+  {
+    const size_t eq = line.find('=');
+    if (eq == std::string::npos || Trimmed(line.substr(0, eq)) != "same sound at every rate") continue;
+    const std::string value = Trimmed(line.substr(eq + 1, line.find(';') - eq - 1));
+    if (value == "on" || value == "off")
+      sSameSound = value == "on";
+    else
+      Say("%s line %d: \"%s\" is neither on nor off; the sound stays the same at every rate\n", path.c_str(), n + 1,
+          value.c_str());
+  }
+}
+
+bool SameSoundAtEveryRate() { return sSameSound; }
+
+bool SetSameSoundAtEveryRate(bool on)
+{
+  sSameSound = on;
+  const std::string path = SettingsFolderFile(kFileName);
+  if (path.empty())
+  {
+    errno = ENOENT;
+    return false;
+  }
+  const std::string text = std::string("[sound]\nsame sound at every rate = ") + (on ? "on" : "off") + "\n";
+  return WDL_ReplaceFile(path.c_str(), text.data(), text.size());
+}
