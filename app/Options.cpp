@@ -9,6 +9,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <sys/stat.h>
 
 namespace
 {
@@ -25,11 +26,18 @@ std::string Trimmed(const std::string& s)
 void LoadOptions()
 {
   const std::string path = SettingsFolderFile(kFileName);
+  struct stat st;
+  if (path.empty() || stat(path.c_str(), &st)) return;
+  // A few lines are ours: anything else, or larger, is not read.
+  if (!S_ISREG(st.st_mode) || st.st_size > 65536)
+  {
+    Say("%s is not an options file; the sound stays the same at every rate\n", path.c_str());
+    return;
+  }
   std::ifstream f(path);
-  if (path.empty() || !f) return;
+  if (!f) return;
   std::string line;
-  // A file of a few lines: anything longer is not ours, and is left alone.
-  for (int n = 0; n < 1000 && std::getline(f, line); ++n)
+  for (int n = 0; std::getline(f, line); ++n)
   {
     const size_t eq = line.find('=');
     if (eq == std::string::npos || Trimmed(line.substr(0, eq)) != "same sound at every rate") continue;
