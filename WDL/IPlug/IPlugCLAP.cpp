@@ -242,27 +242,11 @@ void IPlugCLAP::SendToHost(const clap_output_events_t* out, IMidiInput::IBlockSi
   mToHostCount = 0;
 }
 
-namespace
-{
-// The converter's frames to the host's output channels.
-struct OutputChannels : IRateAdapter::IOutput
-{
-  float* const* mOut;
-  explicit OutputChannels(float* const* out) : mOut(out) {}
-  void Write(int hostFrame, const float* frames, int n) override
-  {
-    for (int c = 0; c < 2; ++c)
-      if (float* out = mOut ? mOut[c] : nullptr)
-        for (int i = 0; i < n; ++i) out[hostFrame + i] = frames[2 * i + c];
-  }
-};
-} // namespace
-
 void IPlugCLAP::RenderFrames(float* const* outs, uint32_t start, uint32_t end)
 {
   // Blocks no longer than the scratch buffers, written out with the fixed
   // gain that every host adapter applies, directly or through the converter.
-  OutputChannels converted(outs);
+  IRateAdapter::IFloatChannels converted(outs);
   for (uint32_t pos = start; pos < end;)
   {
     const uint32_t n = std::min<uint32_t>(end - pos, (uint32_t)mBlock);
@@ -357,7 +341,7 @@ clap_process_status IPlugCLAP::Process(const clap_process_t* process)
   pieces.Finish(&mInput, nInst);
   if (mConverting)
   {
-    OutputChannels out(mOutputs);
+    IRateAdapter::IFloatChannels out(mOutputs);
     mRate.End(&out);
   }
   mOutputs = nullptr;

@@ -87,18 +87,6 @@ void IPlugLV2::PublishValues()
 
 namespace
 {
-// The converter's frames to the output ports.
-struct OutputPorts : IRateAdapter::IOutput
-{
-  float* const* mOut;
-  explicit OutputPorts(float* const* out) : mOut(out) {}
-  void Write(int hostFrame, const float* frames, int n) override
-  {
-    for (int c = 0; c < 2; ++c)
-      if (float* out = mOut[c])
-        for (int i = 0; i < n; ++i) out[hostFrame + i] = frames[2 * i + c];
-  }
-};
 
 // Whether a port says the same setting as a value: within a millionth of
 // the range, in normalised units. That is far finer than any knob step, and
@@ -143,7 +131,7 @@ void IPlugLV2::ApplyChangedControlPorts()
 
 void IPlugLV2::RenderFrames(uint32_t start, uint32_t end)
 {
-  OutputPorts ports(mAudioOut);
+  IRateAdapter::IFloatChannels ports(mAudioOut);
   // Blocks no longer than the scratch buffers, written out with the fixed
   // gain that every host adapter applies, directly or through the converter.
   for (uint32_t pos = start; pos < end;)
@@ -217,7 +205,7 @@ void IPlugLV2::RunLV2(uint32_t nFrames)
   pieces.Finish(&mInput, (int)nInst);
   if (mConverting)
   {
-    OutputPorts ports(mAudioOut);
+    IRateAdapter::IFloatChannels ports(mAudioOut);
     mRate.End(&ports);
   }
   if (mLatencyPort) *mLatencyPort = mConverting ? (float)mRate.Latency() : 0.0f;

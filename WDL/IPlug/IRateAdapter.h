@@ -41,6 +41,23 @@ public:
     virtual void Write(int hostFrame, const float* frames, int n) = 0;
   };
 
+  // The frames into a host's two channels of floats, either of which may be
+  // missing.
+  class IFloatChannels : public IOutput
+  {
+  public:
+    explicit IFloatChannels(float* const* channels) : mChannels(channels) {}
+    void Write(int hostFrame, const float* frames, int n) override
+    {
+      for (int c = 0; c < 2; ++c)
+        if (float* out = mChannels ? mChannels[c] : nullptr)
+          for (int i = 0; i < n; ++i) out[hostFrame + i] = frames[2 * i + c];
+    }
+
+  private:
+    float* const* mChannels;
+  };
+
   IRateAdapter();
   ~IRateAdapter();
   IRateAdapter(const IRateAdapter&) = delete;

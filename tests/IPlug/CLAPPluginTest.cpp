@@ -18,7 +18,6 @@
 #include <clap/ext/state.h>
 
 #include <map>
-#include <random>
 
 namespace
 {
@@ -126,51 +125,17 @@ TEST_F(CLAPPlugin, DescribesItselfAndItsParametersAsTheLV2PortsAre)
 // sound as veltra-render does, bit for bit; the notes in either dialect.
 TEST_F(CLAPPlugin, RendersEqualVeltraRenderAtEveryBlockSize)
 {
-  struct Case
-  {
-    const char* midi;
-    std::vector<std::pair<const char*, double>> sets;
-    bool noteDialect;
-  };
-  const Case cases[] = {
-      {"voices.mid", {{"Synth Mode", 0}, {"PWM on off", 1}, {"PWM Depth", 0.75}, {"Chorus Speed", 400}}, true},
-      {"bends.mid", {{"Portamento on off", 1}, {"Portamento", 0.0625}, {"Reverb Depth", 0.5}}, false},
-      {"tempo.mid", {{"Crusher Destruction", 0.5}, {"Crusher Mix", 0.75}, {"Smoothing on off", 1}}, true},
-      {"pedal.mid", {{"Reverb Depth", 0.375}, {"Synth Mode", 0}}, false},
-  };
-  for (const Case& c : cases)
-  {
-    std::vector<std::string> options;
-    for (const auto& s : c.sets)
-    {
-      char v[32];
-      snprintf(v, sizeof(v), "%.17g", s.second);
-      options.insert(options.end(), {"-s", std::string(s.first) + "=" + v});
-    }
-    const StereoRender reference = Reference(dir, c.midi, options);
-    ASSERT_GT(Peak(reference), 0.01) << c.midi;
-    const Phrase phrase = LoadPhrase(c.midi);
-
-    std::mt19937 random(11);
-    std::uniform_int_distribution<int> size(0, 700);
-    const std::vector<std::pair<std::string, std::function<int()>>> blockings = {
-        {"1", Fixed(1)},
-        {"31", Fixed(31)},
-        {"64", Fixed(64)},
-        {"4096", Fixed(4096)},
-        {"mixed", [&] { return size(random) < 40 ? 0 : size(random) % 600 + 1; }}};
-    for (const auto& b : blockings)
-    {
-      std::unique_ptr<ClapHost::Instance> in = sHost->Instantiate(kRate, 4096);
-      ASSERT_TRUE(in);
-      in->UseNoteDialect(c.noteDialect);
-      const std::map<std::string, clap_id> ids = Ids(*in);
-      std::vector<ParamAt> sets;
-      for (const auto& s : c.sets) sets.push_back({0, ids.at(s.first), s.second});
-      const long long diff = FirstDifference(in->Render(phrase.events, phrase.total, b.second, sets), reference);
-      EXPECT_EQ(diff, -1) << c.midi << " in blocks of " << b.first << " differs from frame " << diff;
-    }
-  }
+  ExpectEveryBlockingAsVeltraRender(dir, {1, 31, 64, 4096},
+                                    [&](const PhraseCase& c, int, const std::function<int()>& next)
+                                    {
+                                      std::unique_ptr<ClapHost::Instance> in = sHost->Instantiate(kRate, 4096);
+                                      in->UseNoteDialect(c.noteDialect);
+                                      const std::map<std::string, clap_id> ids = Ids(*in);
+                                      std::vector<ParamAt> sets;
+                                      for (const auto& s : c.sets) sets.push_back({0, ids.at(s.first), s.second});
+                                      const Phrase phrase = LoadPhrase(c.midi);
+                                      return in->Render(phrase.events, phrase.total, next, sets);
+                                    });
 }
 
 // A value event in the middle of a block acts at its own sample: the same

@@ -76,49 +76,16 @@ TEST_F(LV2Plugin, PortsFollowTheParameterTable)
 // nothing between, sound as veltra-render does, bit for bit.
 TEST_F(LV2Plugin, RendersEqualVeltraRenderAtEveryBlockSize)
 {
-  struct Case
-  {
-    const char* midi;
-    std::vector<std::pair<const char*, const char*>> sets;
-  };
-  const Case cases[] = {
-      {"voices.mid",
-       {{"Synth Mode", "0"},
-        {"PWM on off", "1"},
-        {"PWM Depth", "0.75"},
-        {"Chorus Depth", "0.25"},
-        {"Chorus Speed", "400"}}},
-      {"bends.mid", {{"Portamento on off", "1"}, {"Portamento", "0.0625"}, {"Reverb Depth", "0.5"}}},
-      {"tempo.mid", {{"Crusher Destruction", "0.5"}, {"Crusher Mix", "0.75"}, {"Smoothing on off", "1"}}},
-      // The input stage: pedal, channel-mode messages, keys struck again.
-      {"pedal.mid", {{"Reverb Depth", "0.375"}, {"Synth Mode", "0"}}},
-  };
-  for (const Case& c : cases)
-  {
-    std::vector<std::string> options;
-    for (const auto& s : c.sets) options.insert(options.end(), {"-s", std::string(s.first) + "=" + s.second});
-    const StereoRender reference = Reference(dir, c.midi, options);
-    ASSERT_GT(Peak(reference), 0.01) << c.midi;
-    const Phrase phrase = LoadPhrase(c.midi);
-    ASSERT_EQ((long long)reference.mLeft.size(), phrase.total);
-
-    std::mt19937 random(7);
-    std::uniform_int_distribution<int> size(0, 700);
-    const std::vector<std::pair<std::string, std::function<int()>>> blockings = {
-        {"1", Fixed(1)},       {"31", Fixed(31)},
-        {"32", Fixed(32)},     {"33", Fixed(33)},
-        {"64", Fixed(64)},     {"4096", Fixed(4096)},
-        {"8192", Fixed(8192)}, {"mixed", [&] { return size(random) < 40 ? 0 : size(random) % 600 + 1; }}};
-    for (const auto& b : blockings)
-    {
-      // A host may promise runs of any length: one of 2^30 frames at most.
-      std::unique_ptr<Lv2Host::Instance> in = sHost->Instantiate(kRate, b.first == "8192" ? 1 << 30 : 8192);
-      ASSERT_TRUE(in);
-      for (const auto& s : c.sets) in->SetControl(LV2PortSymbol(s.first), std::stof(s.second));
-      const long long diff = FirstDifference(in->Render(phrase.events, phrase.total, b.second), reference);
-      EXPECT_EQ(diff, -1) << c.midi << " in blocks of " << b.first << " differs from frame " << diff;
-    }
-  }
+  ExpectEveryBlockingAsVeltraRender(dir, {1, 31, 32, 33, 64, 4096, 8192},
+                                    [&](const PhraseCase& c, int n, const std::function<int()>& next)
+                                    {
+                                      // A host may promise runs of any length: one of 2^30 frames at most.
+                                      std::unique_ptr<Lv2Host::Instance> in =
+                                          sHost->Instantiate(kRate, n == 8192 ? 1 << 30 : 8192);
+                                      for (const auto& s : c.sets) in->SetControl(LV2PortSymbol(s.first), (float)s.second);
+                                      const Phrase phrase = LoadPhrase(c.midi);
+                                      return in->Render(phrase.events, phrase.total, next);
+                                    });
 }
 
 // At 48 and 96 kHz the instrument plays at its own rate and its output is

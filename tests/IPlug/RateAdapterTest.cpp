@@ -1,13 +1,13 @@
 // The rate adapter on its own: where events land in the instrument's time,
-// the delay it reports against an impulse's, a tone's purity at the host's
-// rate, and the same output bytes whatever the host's calls.
+// the delay it reports against an impulse's and a tone's, and the tone's
+// purity at the host's rate. (That any host calls give the same bytes, the
+// plug-ins' tests check against veltra-render.)
 
 #include "IRateAdapter.h"
 
 #include <cmath>
 #include <functional>
 #include <gtest/gtest.h>
-#include <random>
 #include <vector>
 
 namespace
@@ -32,7 +32,7 @@ std::vector<float> Convert(IRateAdapter* a, const std::vector<double>& signal, l
   a->Reset();
   Collect out;
   size_t used = 0;
-  std::mt19937 pieces(3);
+  unsigned pieces = 3;
   for (long long done = 0; done < hostFrames;)
   {
     const int n = (int)std::min<long long>(next(), hostFrames - done);
@@ -40,7 +40,8 @@ std::vector<float> Convert(IRateAdapter* a, const std::vector<double>& signal, l
     const int inst = a->Begin(n);
     for (int k = 0; k < inst;)
     {
-      const int m = std::min(inst - k, (int)(pieces() % 50) + 1);
+      pieces = pieces * 1103515245u + 12345u;
+      const int m = std::min(inst - k, (int)(pieces >> 16) % 50 + 1);
       std::vector<double> l(m), r(m);
       for (int i = 0; i < m; ++i) l[i] = r[i] = used + i < signal.size() ? signal[used + i] : 0.0;
       a->Push(l.data(), r.data(), m, 0.5, &out);
@@ -126,16 +127,4 @@ TEST(RateAdapter, DelaysByItsLatencyAndKeepsATonePure)
   }
 }
 
-TEST(RateAdapter, TheSameBytesWhateverTheHostsCalls)
-{
-  IRateAdapter a;
-  ASSERT_TRUE(a.Setup(48000.0));
-  std::mt19937 random(5);
-  std::vector<double> noise(20000);
-  for (double& v : noise) v = std::uniform_real_distribution<double>(-1, 1)(random);
-  const long long frames = 20000 * 48000 / 44100;
-  const std::vector<float> steady = Convert(&a, noise, frames, [] { return 64; });
-  EXPECT_EQ(Convert(&a, noise, frames, [] { return 1; }), steady);
-  EXPECT_EQ(Convert(&a, noise, frames, [&] { return (int)(random() % 700); }), steady);
-}
 } // namespace

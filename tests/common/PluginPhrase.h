@@ -11,6 +11,7 @@
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -81,6 +82,60 @@ double Peak(const StereoRender& r)
 std::function<int()> Fixed(int n)
 {
   return [n] { return n; };
+}
+
+// The test files, each with settings (exact in a float, as a port holds
+// them) and whether a CLAP host sends its notes in CLAP's own dialect.
+struct PhraseCase
+{
+  const char* midi;
+  std::vector<std::pair<const char*, double>> sets;
+  bool noteDialect;
+};
+inline const std::vector<PhraseCase>& PhraseCases()
+{
+  static const std::vector<PhraseCase> cases = {
+      {"voices.mid",
+       {{"Synth Mode", 0}, {"PWM on off", 1}, {"PWM Depth", 0.75}, {"Chorus Depth", 0.25}, {"Chorus Speed", 400}},
+       true},
+      {"bends.mid", {{"Portamento on off", 1}, {"Portamento", 0.0625}, {"Reverb Depth", 0.5}}, false},
+      {"tempo.mid", {{"Crusher Destruction", 0.5}, {"Crusher Mix", 0.75}, {"Smoothing on off", 1}}, true},
+      // The input stage: pedal, channel-mode messages, keys struck again.
+      {"pedal.mid", {{"Reverb Depth", 0.375}, {"Synth Mode", 0}}, false},
+  };
+  return cases;
+}
+
+// Every case rendered by a host in blocks of each size given and in a
+// seeded mix with calls of nothing between (render(case, size or 0 for the
+// mix, next block)), bit for bit as veltra-render renders it.
+template<class Render>
+void ExpectEveryBlockingAsVeltraRender(const TempDir& dir, const std::vector<int>& sizes, Render render)
+{
+  for (const PhraseCase& c : PhraseCases())
+  {
+    std::vector<std::string> options;
+    for (const auto& s : c.sets)
+    {
+      char v[32];
+      snprintf(v, sizeof(v), "%.17g", s.second);
+      options.insert(options.end(), {"-s", std::string(s.first) + "=" + v});
+    }
+    const StereoRender reference = Reference(dir, c.midi, options);
+    ASSERT_GT(Peak(reference), 0.01) << c.midi;
+    std::mt19937 random(7);
+    std::uniform_int_distribution<int> size(0, 700);
+    std::vector<int> all = sizes;
+    all.push_back(0);
+    for (int n : all)
+    {
+      const std::function<int()> next =
+          n ? Fixed(n) : std::function<int()>([&] { return size(random) < 40 ? 0 : size(random) % 600 + 1; });
+      const long long diff = FirstDifference(render(c, n, next), reference);
+      EXPECT_EQ(diff, -1) << c.midi << " in blocks of " << (n ? std::to_string(n) : "a mix") << " differs from frame "
+                          << diff;
+    }
+  }
 }
 
 #ifdef VELTRA_COUNT_ALLOCATIONS
