@@ -5,10 +5,10 @@
 #include "AudioEngine.h"
 #include "Console.h"
 #include "Controllers.h"
-#include "Options.h"
 #include "Engines.h"
 #include "IPlugStandalone.h"
 #include "NsmClient.h"
+#include "Options.h"
 #include "Settings.h"
 #include "threadrole.h"
 

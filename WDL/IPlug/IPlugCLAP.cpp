@@ -232,9 +232,9 @@ void IPlugCLAP::SendToHost(const clap_output_events_t* out, IMidiInput::IBlockSi
     else
     {
       clap_event_param_gesture_t g = {};
-      g.header = {sizeof(g), 0, CLAP_CORE_EVENT_SPACE_ID,
-                  (uint16_t)(e.mKind == HostEvent::kBegin ? CLAP_EVENT_PARAM_GESTURE_BEGIN : CLAP_EVENT_PARAM_GESTURE_END),
-                  0};
+      g.header = {
+          sizeof(g), 0, CLAP_CORE_EVENT_SPACE_ID,
+          (uint16_t)(e.mKind == HostEvent::kBegin ? CLAP_EVENT_PARAM_GESTURE_BEGIN : CLAP_EVENT_PARAM_GESTURE_END), 0};
       g.param_id = IdOfParam(e.mParam);
       out->try_push(out, &g.header);
     }
@@ -244,22 +244,8 @@ void IPlugCLAP::SendToHost(const clap_output_events_t* out, IMidiInput::IBlockSi
 
 void IPlugCLAP::RenderFrames(float* const* outs, uint32_t start, uint32_t end)
 {
-  // Blocks no longer than the scratch buffers, written out with the fixed
-  // gain that every host adapter applies, directly or through the converter.
-  IRateAdapter::IFloatChannels converted(outs);
-  for (uint32_t pos = start; pos < end;)
-  {
-    const uint32_t n = std::min<uint32_t>(end - pos, (uint32_t)mBlock);
-    double* scratch[2] = {mScratch[0].get(), mScratch[1].get()};
-    mPlug->ProcessDoubleReplacing(nullptr, scratch, (int)n);
-    if (mConverting)
-      mRate.Push(scratch[0], scratch[1], (int)n, kStandaloneOutputGain, &converted);
-    else
-      for (int c = 0; c < 2; ++c)
-        if (float* out = outs ? outs[c] : nullptr)
-          for (uint32_t i = 0; i < n; ++i) out[pos + i] = (float)(scratch[c][i] * kStandaloneOutputGain);
-    pos += n;
-  }
+  double* scratch[2] = {mScratch[0].get(), mScratch[1].get()};
+  RenderForHost(mPlug.get(), scratch, mBlock, outs, (int)start, (int)end, mConverting ? &mRate : nullptr);
 }
 
 namespace

@@ -135,7 +135,7 @@ private:
   float* const* mOutputs = nullptr; // during a process
   bool mActive = false;
   IRateAdapter mRate;
-  bool mSameSound = true; // the setting
+  bool mSameSound = true;   // the setting
   bool mConverting = false; // as the setting stood at the activation
 
   // Both queues are read and written under the instrument's mutex.

@@ -272,10 +272,10 @@ const void* GetExtension(const clap_plugin_t*, const char* id)
   static const clap_plugin_state_t state = {StateSave, StateLoad};
   static const clap_plugin_latency_t latency = {LatencyGet};
   static const RenderExtension render = {RenderHasHardRealtimeRequirement, RenderSet};
-  static const clap_plugin_gui_t gui = {GuiIsApiSupported, GuiGetPreferredApi, GuiCreate,        GuiDestroy,
-                                        GuiSetScale,       GuiGetSize,         GuiCanResize,     GuiGetResizeHints,
-                                        GuiAdjustSize,     GuiSetSize,         GuiSetParent,     GuiSetTransient,
-                                        GuiSuggestTitle,   GuiShow,            GuiHide};
+  static const clap_plugin_gui_t gui = {
+      GuiIsApiSupported, GuiGetPreferredApi, GuiCreate,         GuiDestroy,    GuiSetScale,
+      GuiGetSize,        GuiCanResize,       GuiGetResizeHints, GuiAdjustSize, GuiSetSize,
+      GuiSetParent,      GuiSetTransient,    GuiSuggestTitle,   GuiShow,       GuiHide};
   static const clap_plugin_timer_support_t timer = {OnTimer};
   if (!id) return nullptr;
   if (!strcmp(id, CLAP_EXT_AUDIO_PORTS)) return &audioPorts;
@@ -323,11 +323,11 @@ void OnMainThread(const clap_plugin_t*) {}
 const clap_plugin_descriptor_t* Descriptor()
 {
   static const char* features[] = {CLAP_PLUGIN_FEATURE_INSTRUMENT, CLAP_PLUGIN_FEATURE_SYNTHESIZER,
-                                         CLAP_PLUGIN_FEATURE_STEREO, nullptr};
+                                   CLAP_PLUGIN_FEATURE_STEREO, nullptr};
   const IPluginIdentity& who = PluginIdentity();
-  static const clap_plugin_descriptor_t descriptor = {
-      CLAP_VERSION_INIT, who.mId,  who.mName, who.mVendor, who.mURL, who.mURL, who.mURL, who.mVersion,
-      who.mDescription,  features};
+  static const clap_plugin_descriptor_t descriptor = {CLAP_VERSION_INIT, who.mId,  who.mName, who.mVendor,
+                                                      who.mURL,          who.mURL, who.mURL,  who.mVersion,
+                                                      who.mDescription,  features};
   return &descriptor;
 }
 
@@ -344,7 +344,7 @@ const clap_plugin_t* FactoryCreate(const clap_plugin_factory_t*, const clap_host
     return nullptr;
   Plugin* plugin = new Plugin;
   plugin->host = host;
-  plugin->clap = {Descriptor(), plugin,          Init,    Destroy,      Activate,    Deactivate,
+  plugin->clap = {Descriptor(),    plugin,         Init,  Destroy, Activate,     Deactivate,
                   StartProcessing, StopProcessing, Reset, Process, GetExtension, OnMainThread};
   return &plugin->clap;
 }
@@ -365,4 +365,4 @@ const void* EntryGetFactory(const char* id)
 } // namespace
 
 extern "C" CLAP_EXPORT const clap_plugin_entry_t clap_entry = {CLAP_VERSION_INIT, EntryInit, EntryDeinit,
-                                                                 EntryGetFactory};
+                                                               EntryGetFactory};

@@ -131,22 +131,8 @@ void IPlugLV2::ApplyChangedControlPorts()
 
 void IPlugLV2::RenderFrames(uint32_t start, uint32_t end)
 {
-  IRateAdapter::IFloatChannels ports(mAudioOut);
-  // Blocks no longer than the scratch buffers, written out with the fixed
-  // gain that every host adapter applies, directly or through the converter.
-  for (uint32_t pos = start; pos < end;)
-  {
-    const uint32_t n = std::min<uint32_t>(end - pos, (uint32_t)mBlock);
-    double* outs[2] = {mScratch[0].get(), mScratch[1].get()};
-    mPlug->ProcessDoubleReplacing(nullptr, outs, (int)n);
-    if (mConverting)
-      mRate.Push(outs[0], outs[1], (int)n, kStandaloneOutputGain, &ports);
-    else
-      for (int c = 0; c < 2; ++c)
-        if (float* out = mAudioOut[c])
-          for (uint32_t i = 0; i < n; ++i) out[pos + i] = (float)(outs[c][i] * kStandaloneOutputGain);
-    pos += n;
-  }
+  double* scratch[2] = {mScratch[0].get(), mScratch[1].get()};
+  RenderForHost(mPlug.get(), scratch, mBlock, mAudioOut, (int)start, (int)end, mConverting ? &mRate : nullptr);
 }
 
 void IPlugLV2::FollowSameSoundPort()

@@ -1,5 +1,7 @@
 #include "IRateAdapter.h"
 
+#include "IPlugBase.h"
+
 #include <zita-resampler/vresampler.h>
 
 #include <algorithm>
@@ -165,4 +167,23 @@ void IRateAdapter::End(IOutput* out)
   }
   mHostTime += mCallFrames;
   mCallFrames = 0;
+}
+
+void RenderForHost(IPlugBase* plug, double* const* scratch, int block, float* const* outs, int from, int to,
+                   IRateAdapter* converter)
+{
+  IRateAdapter::IFloatChannels channels(outs);
+  for (int pos = from; pos < to;)
+  {
+    const int n = std::min(to - pos, block);
+    double* buffers[2] = {scratch[0], scratch[1]};
+    plug->ProcessDoubleReplacing(nullptr, buffers, n);
+    if (converter)
+      converter->Push(scratch[0], scratch[1], n, kStandaloneOutputGain, &channels);
+    else
+      for (int c = 0; c < 2; ++c)
+        if (float* out = outs ? outs[c] : nullptr)
+          for (int i = 0; i < n; ++i) out[pos + i] = (float)(scratch[c][i] * kStandaloneOutputGain);
+    pos += n;
+  }
 }

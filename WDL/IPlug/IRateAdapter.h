@@ -22,6 +22,8 @@
 #include <cstdint>
 #include <memory>
 
+class IPlugBase;
+
 class IRateAdapter
 {
 public:
@@ -96,7 +98,7 @@ private:
   bool mActive = false;
   int64_t mRate = kInstrumentRate;
   int mLatency = 0;
-  int mLead = 0; // silent samples ahead of the instrument's first
+  int mLead = 0;       // silent samples ahead of the instrument's first
   double mPhase = 0.0; // where the filter starts, between two of them
   int64_t mHostTime = 0;
   int mCallFrames = 0, mCallWritten = 0;
@@ -106,3 +108,12 @@ private:
   int mOutCount = 0;
   std::unique_ptr<float[]> mIn; // a piece of the instrument's output, interleaved
 };
+
+// What a plug-in does with the instrument's frames from..to of a call (the
+// host's frames, or the instrument's when converting): renders them in
+// blocks of at most `block` into scratch (two buffers that long) and writes
+// them to the host's float channels (either may be missing) with the fixed
+// gain of every host adapter, directly, or through the converter when one is
+// given. Audio thread, under the instrument's mutex.
+void RenderForHost(IPlugBase* plug, double* const* scratch, int block, float* const* outs, int from, int to,
+                   IRateAdapter* converter);

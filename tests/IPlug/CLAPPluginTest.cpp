@@ -219,7 +219,8 @@ TEST_F(CLAPPlugin, AtAnotherRateSoundsAsVeltraRenderThereLatencyFramesLater)
   const Phrase phrase = LoadPhrase("pedal.mid", rate);
   const StereoRender reference = Reference(dir, "pedal.mid", {"-r", "48000"});
   std::mt19937 random(13);
-  for (const std::function<int()>& blocks : std::vector<std::function<int()>>{Fixed(64), [&] { return (int)(random() % 900); }})
+  for (const std::function<int()>& blocks :
+       std::vector<std::function<int()>>{Fixed(64), [&] { return (int)(random() % 900); }})
   {
     std::unique_ptr<ClapHost::Instance> in = sHost->Instantiate(rate, 4096);
     const uint32_t latency = ((const clap_plugin_latency_t*)in->Extension(CLAP_EXT_LATENCY))->get(in->Plugin());
@@ -258,7 +259,8 @@ TEST_F(CLAPPlugin, ProcessAllocatesNothingUnderANoteFlood)
   std::vector<MidiAt> flood;
   for (int k = 0; k < 20000; ++k)
     flood.push_back({k / 5, {(uint8_t)(k % 2 ? 0x80 : 0x90 | k % 16), (uint8_t)(36 + k % 48), 100}, 3});
-  for (int k = 0; k < 2000; ++k) flood.push_back({2 * k, {(uint8_t)(0xB0 | k % 16), 64, (uint8_t)(k % 3 ? 127 : 0)}, 3});
+  for (int k = 0; k < 2000; ++k)
+    flood.push_back({2 * k, {(uint8_t)(0xB0 | k % 16), 64, (uint8_t)(k % 3 ? 127 : 0)}, 3});
   std::stable_sort(flood.begin(), flood.end(), [](const MidiAt& a, const MidiAt& b) { return a.mSample < b.mSample; });
   const clap_id cutoff = Ids(*in).at("Filter Cutoff");
   std::vector<ParamAt> sweep;

@@ -82,7 +82,8 @@ TEST_F(LV2Plugin, RendersEqualVeltraRenderAtEveryBlockSize)
                                       // A host may promise runs of any length: one of 2^30 frames at most.
                                       std::unique_ptr<Lv2Host::Instance> in =
                                           sHost->Instantiate(kRate, n == 8192 ? 1 << 30 : 8192);
-                                      for (const auto& s : c.sets) in->SetControl(LV2PortSymbol(s.first), (float)s.second);
+                                      for (const auto& s : c.sets)
+                                        in->SetControl(LV2PortSymbol(s.first), (float)s.second);
                                       const Phrase phrase = LoadPhrase(c.midi);
                                       return in->Render(phrase.events, phrase.total, next);
                                     });

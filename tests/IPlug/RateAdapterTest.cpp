@@ -108,7 +108,8 @@ TEST(RateAdapter, DelaysByItsLatencyAndKeepsATonePure)
     const size_t from = (size_t)(0.1 * rate), to = from + (size_t)(0.5 * rate);
     for (size_t i = from; i < to; ++i)
     {
-      const double s = std::sin(2 * M_PI * 1000.0 * (double)i / rate), c = std::cos(2 * M_PI * 1000.0 * (double)i / rate);
+      const double s = std::sin(2 * M_PI * 1000.0 * (double)i / rate),
+                   c = std::cos(2 * M_PI * 1000.0 * (double)i / rate);
       ss += s * s, sc += c * c, ts += t[i] * s, tc += t[i] * c;
     }
     double residual = 0, power = 0;

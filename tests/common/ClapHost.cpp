@@ -153,18 +153,17 @@ struct ClapHost::Instance::Impl
   }
   static const void* GetExtension(const clap_host_t*, const char* id)
   {
-    static const clap_host_params_t params = {
-        [](const clap_host_t* h, clap_param_rescan_flags) { ++Of(h)->rescans; },
-        [](const clap_host_t*, clap_id, clap_param_clear_flags) {},
-        [](const clap_host_t* h) { ++Of(h)->flushRequests; }};
+    static const clap_host_params_t params = {[](const clap_host_t* h, clap_param_rescan_flags) { ++Of(h)->rescans; },
+                                              [](const clap_host_t*, clap_id, clap_param_clear_flags) {},
+                                              [](const clap_host_t* h) { ++Of(h)->flushRequests; }};
     static const clap_host_state_t state = {[](const clap_host_t*) {}};
-    static const clap_host_timer_support_t timers = {
-        [](const clap_host_t* h, uint32_t, clap_id* id)
-        {
-          *id = Of(h)->timer = 1;
-          return true;
-        },
-        [](const clap_host_t* h, clap_id) { return (Of(h)->timer = CLAP_INVALID_ID), true; }};
+    static const clap_host_timer_support_t timers = {[](const clap_host_t* h, uint32_t, clap_id* id)
+                                                     {
+                                                       *id = Of(h)->timer = 1;
+                                                       return true;
+                                                     },
+                                                     [](const clap_host_t* h, clap_id)
+                                                     { return (Of(h)->timer = CLAP_INVALID_ID), true; }};
     if (!strcmp(id, CLAP_EXT_PARAMS)) return &params;
     if (!strcmp(id, CLAP_EXT_STATE)) return &state;
     if (!strcmp(id, CLAP_EXT_TIMER_SUPPORT)) return &timers;
@@ -243,8 +242,7 @@ void ClapHost::Instance::ProcessOnce(uint32_t nFrames, const std::vector<MidiAt>
   const clap_process_status status = Plugin()->process(Plugin(), &process);
   if (impl->watch) *impl->watch = false;
   impl->frames = nFrames;
-  if (status != CLAP_PROCESS_CONTINUE)
-    throw std::runtime_error("process did not continue");
+  if (status != CLAP_PROCESS_CONTINUE) throw std::runtime_error("process did not continue");
 }
 
 StereoRender ClapHost::Instance::Render(const std::vector<MidiAt>& events, long long total,
@@ -289,7 +287,8 @@ bool ClapHost::Instance::SaveState(std::vector<uint8_t>* bytes)
   const clap_plugin_state_t* state = (const clap_plugin_state_t*)Extension(CLAP_EXT_STATE);
   bytes->clear();
   // Written a few bytes at a time, as a host's stream may take them.
-  clap_ostream_t stream = {bytes, [](const clap_ostream_t* s, const void* data, uint64_t size) -> int64_t
+  clap_ostream_t stream = {bytes,
+                           [](const clap_ostream_t* s, const void* data, uint64_t size) -> int64_t
                            {
                              const uint64_t n = std::min<uint64_t>(size, 1000);
                              std::vector<uint8_t>* b = (std::vector<uint8_t>*)s->ctx;
@@ -303,7 +302,8 @@ bool ClapHost::Instance::RestoreState(const std::vector<uint8_t>& bytes)
 {
   const clap_plugin_state_t* state = (const clap_plugin_state_t*)Extension(CLAP_EXT_STATE);
   std::pair<const std::vector<uint8_t>*, size_t> reader = {&bytes, 0};
-  clap_istream_t stream = {&reader, [](const clap_istream_t* s, void* data, uint64_t size) -> int64_t
+  clap_istream_t stream = {&reader,
+                           [](const clap_istream_t* s, void* data, uint64_t size) -> int64_t
                            {
                              auto* r = (std::pair<const std::vector<uint8_t>*, size_t>*)s->ctx;
                              const size_t n = std::min<size_t>({(size_t)size, r->first->size() - r->second, 777});

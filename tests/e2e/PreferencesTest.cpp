@@ -10,10 +10,10 @@
 
 #include <cmath>
 #include <fstream>
-#include <memory>
-#include <sys/stat.h>
 #include <gtest/gtest.h>
+#include <memory>
 #include <random>
+#include <sys/stat.h>
 #include <thread>
 
 namespace

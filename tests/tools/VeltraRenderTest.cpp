@@ -578,9 +578,9 @@ TEST_F(VeltraRender, SoundsTheSameAtEveryRate)
     for (const char* rate : {"48000", "96000"})
     {
       at(rate, "r.wav");
-      const pid_t sox = Spawn({"/usr/bin/sox", Path("r.wav"), "-e", "floating-point", "-b", "32", Path("back.wav"),
-                               "rate", "-v", "44100"},
-                              MakeEnv({}, {}), Path("sox.out"), Path("sox.err"));
+      const pid_t sox = Spawn(
+          {"/usr/bin/sox", Path("r.wav"), "-e", "floating-point", "-b", "32", Path("back.wav"), "rate", "-v", "44100"},
+          MakeEnv({}, {}), Path("sox.out"), Path("sox.err"));
       const int status = WaitFor(sox, 60.0);
       ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << Read(Path("sox.err"));
       EXPECT_LT(DifferenceDb(own, Samples<float>(Path("back.wav"), &info)), -60.0)
@@ -611,15 +611,14 @@ TEST_F(VeltraRender, SoundsTheSameAtEveryRate)
     std::vector<float> w = Samples<float>(Path("w.wav"), &info);
     for (size_t i = w.size() - 1; i >= 2; --i) w[i] -= w[i - 2];
     t.wobble = Period(Envelope(w, rate, 2), 500, 300, 700);
-    EXPECT_EQ(Render({"-q", "-t", "2", "-r", r, "-s", "OP1 Release=1.2", "-s", "OP2 Release=1.2", a2, Path("r.wav")})
-                  .status,
-              0);
+    EXPECT_EQ(
+        Render({"-q", "-t", "2", "-r", r, "-s", "OP1 Release=1.2", "-s", "OP2 Release=1.2", a2, Path("r.wav")}).status,
+        0);
     const std::vector<double> e = Envelope(Samples<float>(Path("r.wav"), &info), rate, 2);
     // From the note-off at 2 s until the level is a hundredth of what it was.
     t.release = 0;
     while (2000 + t.release < (int)e.size() && e[(size_t)(2000 + t.release)] > e[1970] / 100) ++t.release;
-    EXPECT_EQ(Render({"-q", "-t", "1", "-r", r, "-s", "Reverb Depth=1", "-s", "Reverb Length=0.9", blip,
-                      Path("e.wav")})
+    EXPECT_EQ(Render({"-q", "-t", "1", "-r", r, "-s", "Reverb Depth=1", "-s", "Reverb Length=0.9", blip, Path("e.wav")})
                   .status,
               0);
     t.echo = Period(Envelope(Samples<float>(Path("e.wav"), &info), rate, 2), 150, 50, 150);
