@@ -167,8 +167,8 @@ void IPlugCLAP::ToHost(const HostEvent& ev)
 {
   if (mToHostCount < kQueueSize)
     mToHost[mToHostCount++] = ev;
-  else
-    mHostBehind = ev.mKind != HostEvent::kMidi;
+  else if (ev.mKind != HostEvent::kMidi)
+    mHostBehind = true; // the host reads every value again (a lost note is only lost)
 }
 
 void IPlugCLAP::SetMeterForHost(int paramIdx, double value)
@@ -268,6 +268,13 @@ bool NoteAsMidi(const clap_event_header_t* header, IMidiMsg* msg)
     *msg = IMidiMsg(0, (uint8_t)(0x80 | channel), (uint8_t)ev->key, 64);
   return true;
 }
+
+// A note-off or choke for any key (key -1), as hosts send at a stop.
+bool IsEveryNoteOff(const clap_event_header_t* header)
+{
+  return header->type != CLAP_EVENT_NOTE_ON && header->size >= sizeof(clap_event_note_t) &&
+         ((const clap_event_note_t*)header)->key == -1 && ((const clap_event_note_t*)header)->channel <= 15;
+}
 } // namespace
 
 clap_process_status IPlugCLAP::Process(const clap_process_t* process)
@@ -305,7 +312,13 @@ clap_process_status IPlugCLAP::Process(const clap_process_t* process)
     case CLAP_EVENT_NOTE_ON:
     case CLAP_EVENT_NOTE_OFF:
     case CLAP_EVENT_NOTE_CHOKE:
-      if (NoteAsMidi(header, &msg)) mInput.Input(at(last), msg, &pieces);
+      if (NoteAsMidi(header, &msg))
+        mInput.Input(at(last), msg, &pieces);
+      else if (IsEveryNoteOff(header))
+        // Every key of the channel (of every channel for -1): all notes off.
+        for (int ch = 0; ch < 16; ++ch)
+          if (((const clap_event_note_t*)header)->channel < 0 || ((const clap_event_note_t*)header)->channel == ch)
+            mInput.Input(at(last), IMidiMsg(0, (uint8_t)(0xB0 | ch), 123, 0), &pieces);
       break;
     case CLAP_EVENT_MIDI:
     {

@@ -168,6 +168,23 @@ TEST_F(CLAPPlugin, AutomationActsAtItsSample)
   EXPECT_LT(first, kAt + 64);
 }
 
+// A note-off for every key (key -1, as hosts send at a stop) is all notes
+// off on its channel.
+TEST_F(CLAPPlugin, ANoteOffForEveryKeyIsAllNotesOff)
+{
+  auto render = [&](bool noteDialect, std::vector<MidiAt> events)
+  {
+    std::unique_ptr<ClapHost::Instance> in = sHost->Instantiate(kRate);
+    in->UseNoteDialect(noteDialect);
+    return in->Render(events, 20000, Fixed(256));
+  };
+  const StereoRender any = render(true, {{0, {0x90, 60, 100}, 3}, {0, {0x91, 64, 100}, 3}, {4410, {0x80, 0xFF, 0}, 3}});
+  EXPECT_EQ(FirstDifference(
+                any, render(false, {{0, {0x90, 60, 100}, 3}, {0, {0x91, 64, 100}, 3}, {4410, {0xB0, 123, 0}, 3}})),
+            -1);
+  EXPECT_NE(FirstDifference(any, render(false, {{0, {0x90, 60, 100}, 3}, {0, {0x91, 64, 100}, 3}})), -1);
+}
+
 // The state is the program: a second instance given it plays as
 // veltra-render plays the program file, and saves the same bytes; a state
 // of another kind is refused and changes nothing.

@@ -66,7 +66,7 @@ struct EventList
       n.note_id = -1;
       n.port_index = 0;
       n.channel = m.mBytes[0] & 15;
-      n.key = m.mBytes[1];
+      n.key = m.mBytes[1] > 127 ? -1 : m.mBytes[1]; // a key byte above 127 stands for every key
       n.velocity = on ? m.mBytes[2] / 127.0 : 0.5;
       added.push_back({1, notes.size()});
       notes.push_back(n);
