@@ -34,20 +34,35 @@ void LoadOptions()
     Say("%s is not an options file; the sound stays the same at every rate\n", path.c_str());
     return;
   }
-  std::ifstream f(path);
+  std::ifstream f(path, std::ios::binary);
+  std::stringstream text;
+  text << f.rdbuf();
   if (!f) return;
+  std::string complaints, line;
+  ReadOptionsText(text.str(), &sSameSound, &complaints);
+  for (std::istringstream each(complaints); std::getline(each, line);) Say("%s %s\n", path.c_str(), line.c_str());
+}
+
+void ReadOptionsText(const std::string& text, bool* sameSound, std::string* complaints)
+{
+  std::istringstream lines(text);
   std::string line;
-  for (int n = 0; std::getline(f, line); ++n)
+  for (int n = 1; std::getline(lines, line); ++n)
   {
     const size_t eq = line.find('=');
     if (eq == std::string::npos || Trimmed(line.substr(0, eq)) != "same sound at every rate") continue;
     const std::string value = Trimmed(line.substr(eq + 1, line.find(';') - eq - 1));
     if (value == "on" || value == "off")
-      sSameSound = value == "on";
+      *sameSound = value == "on";
     else
-      Say("%s line %d: \"%s\" is neither on nor off; the sound stays the same at every rate\n", path.c_str(), n + 1,
-          value.c_str());
+      *complaints += "line " + std::to_string(n) + ": \"" + value +
+                     "\" is neither on nor off; the sound stays the same at every rate\n";
   }
+}
+
+std::string OptionsText(bool sameSound)
+{
+  return std::string("[sound]\nsame sound at every rate = ") + (sameSound ? "on" : "off") + "\n";
 }
 
 bool SameSoundAtEveryRate() { return sSameSound; }
@@ -61,6 +76,6 @@ bool SetSameSoundAtEveryRate(bool on)
     errno = ENOENT;
     return false;
   }
-  const std::string text = std::string("[sound]\nsame sound at every rate = ") + (on ? "on" : "off") + "\n";
+  const std::string text = OptionsText(on);
   return WDL_ReplaceFile(path.c_str(), text.data(), text.size());
 }

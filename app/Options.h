@@ -10,8 +10,15 @@
 // missing or unreadable file, or a line not understood, leaves the default.
 // Main thread.
 
+#include <string>
+
 // Reads the file, once at the start.
 void LoadOptions();
+// The file's text read into *sameSound (left as it is where the text says
+// nothing usable), each line not understood a line of complaints ("line 3:
+// ..."); and the text of a file that says on or off.
+void ReadOptionsText(const std::string& text, bool* sameSound, std::string* complaints);
+std::string OptionsText(bool sameSound);
 bool SameSoundAtEveryRate();
 // Changes the option and writes the file at once; false, with errno, when
 // it could not be written (the option holds for this run all the same).
