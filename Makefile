@@ -62,7 +62,7 @@ bench: deps
 # find goes to build/fuzz/artifacts and belongs under tests/fuzz once fixed.
 FUZZ := build/fuzz
 FUZZ_SECONDS ?= 60
-FUZZ_TARGETS := program chunk png ini midi smf base64 osc controllers
+FUZZ_TARGETS := program chunk png ini midi smf base64 osc controllers options
 fuzz: deps
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ) -DCMAKE_BUILD_TYPE=Debug -DVELTRA_FUZZ=ON -DVELTRA_BUILD_TESTS=OFF
 	cmake --build $(FUZZ) -j$(JOBS)
