@@ -16,7 +16,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -395,8 +394,7 @@ bool InitialiseAudio(unsigned int inId, unsigned int outId, unsigned int sr, uns
   // option asks, and its output is converted: a block of the stream's
   // frames may take a few more of its samples. No stream runs here.
   sConverting = SameSoundAtEveryRate() && sConverter.Setup((double)sr);
-  const unsigned int instBlock =
-      sConverting ? (unsigned int)std::ceil(gSigVS * (double)IRateAdapter::kInstrumentRate / sr) + 1 : gSigVS;
+  const unsigned int instBlock = sConverting ? (unsigned int)sConverter.MostInstrumentFrames((int)gSigVS) : gSigVS;
   for (int c = 0; c < 2; ++c)
   {
     sScratch[c].assign(std::max(instBlock, gSigVS), 0.0);

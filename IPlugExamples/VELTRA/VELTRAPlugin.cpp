@@ -1,6 +1,7 @@
 // VELTRA as a plug-in's sound: the instrument as the application makes it,
 // for any plug-in format's adapter.
 
+#include "Hosts.h"
 #include "IPlugInstrument.h"
 #include "VELTRA.h"
 
@@ -10,9 +11,12 @@ const char* LV2PluginURI() { return kVeltraLV2URI; }
 
 const IPluginIdentity& PluginIdentity()
 {
-  static const std::string version = std::to_string(kVeltraVersion >> 16) + "." +
-                                     std::to_string((kVeltraVersion >> 8) & 255) + "." +
-                                     std::to_string(kVeltraVersion & 255);
+  static const std::string version = []
+  {
+    int major, minor, micro;
+    GetVersionParts(kVeltraVersion, &major, &minor, &micro);
+    return std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(micro);
+  }();
   static const IPluginIdentity identity = {
       "com.quillmoorinstruments.veltra",
       kVeltraName,

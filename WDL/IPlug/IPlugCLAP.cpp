@@ -103,7 +103,7 @@ private:
 
 IPlugCLAP::IPlugCLAP(IPlugStandalone* sound, const clap_host_t* host)
     : mPlug(sound), mKeys(dynamic_cast<IKeyTable*>(sound)), mHost(host),
-      mMeterValues(new double[(size_t)sound->NParams()]())
+      mMeterValues(new double[(size_t)sound->NParams()]()), mMetersShown(new double[(size_t)sound->NParams()]())
 {
   mPlug->HostIn(this, kAPICLAP);
   mPlug->SetHost(host && host->name ? host->name : "", 0);
@@ -504,39 +504,31 @@ void IPlugCLAP::AttachPanel(IPlugStandalone* panelSide)
 
 void IPlugCLAP::PanelIdle()
 {
+  // What the panel follows, taken under the mutex and shown after it: the
+  // host's moves, or every value afresh when they ran over the queue.
   PanelMove moves[kQueueSize];
   int nMoves = 0;
-  std::unique_ptr<double[]> values;
-  const int n = mPlug->NParams();
-  std::unique_ptr<double[]> meters(new double[(size_t)n]);
   uint8_t notes[kKeyTableBytes] = {};
   bool rescan = false;
+  const int n = mPlug->NParams();
   {
     IPlugBase::IMutexLock lock(mPlug.get());
     if (mPanelBehind)
-    {
-      values.reset(new double[(size_t)n]);
-      for (int i = 0; i < n; ++i) values[(size_t)i] = mPlug->GetParam(i)->Value();
-    }
+      for (int i : mHostParams) moves[nMoves++] = {i, mPlug->GetParam(i)->Value()};
     else
-      std::copy(mToPanel, mToPanel + mToPanelCount, moves), nMoves = mToPanelCount;
+      nMoves = mToPanelCount, std::copy(mToPanel, mToPanel + mToPanelCount, moves);
     mToPanelCount = 0;
     mPanelBehind = false;
     rescan = mHostBehind;
     mHostBehind = false;
     if (mKeys) mKeys->GetHeldNotes(notes);
-    std::copy(mMeterValues.get(), mMeterValues.get() + n, meters.get());
+    std::copy(mMeterValues.get(), mMeterValues.get() + n, mMetersShown.get());
   }
   if (rescan && mHostParamsExt && mHostParamsExt->rescan) mHostParamsExt->rescan(mHost, CLAP_PARAM_RESCAN_VALUES);
   if (!mPanel) return;
-  if (values)
-  {
-    for (int i = 0; i < n; ++i)
-      if (!LV2IsMeter(mPlug->GetParam(i))) mPanel->Follow(i, values[(size_t)i]);
-  }
   for (int i = 0; i < nMoves; ++i) mPanel->Follow(moves[i].mParam, moves[i].mValue);
   for (int i = 0; i < n; ++i)
-    if (LV2IsMeter(mPlug->GetParam(i))) mPanel->ShowMeter(i, meters[(size_t)i]);
+    if (LV2IsMeter(mPlug->GetParam(i))) mPanel->ShowMeter(i, mMetersShown[(size_t)i]);
   if (mPanel->Keys() && memcmp(notes, mPanelNotes, sizeof(notes)))
   {
     memcpy(mPanelNotes, notes, sizeof(notes));

@@ -147,6 +147,7 @@ private:
   bool mPanelBehind = false;
   bool mHostBehind = false;
   std::unique_ptr<double[]> mMeterValues;
+  std::unique_ptr<double[]> mMetersShown; // the panel's copy, main thread
 
   std::unique_ptr<PanelLink> mPanel;
   uint8_t mPanelNotes[kKeyTableBytes] = {};

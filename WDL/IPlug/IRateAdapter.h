@@ -74,6 +74,9 @@ public:
   int Latency() const { return mLatency; }
   // Silence in the filter, the host's time back at 0.
   void Reset();
+  // The most instrument samples that a call of hostFrames may render, for
+  // the instrument's block and its buffers.
+  int MostInstrumentFrames(int hostFrames) const { return (int)((int64_t)hostFrames * kInstrumentRate / mRate) + 2; }
 
   // Audio thread, once per host call of nHostFrames: the instrument's
   // samples that the call renders.

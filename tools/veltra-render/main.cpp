@@ -183,8 +183,7 @@ int main(int argc, char** argv)
   const bool convert = !o.nativeRate && converter.Setup(o.rate);
   const int latency = convert ? converter.Latency() : 0;
   // A block of the output's frames may take a few more of the instrument's.
-  const int instBlock =
-      convert ? (int)std::ceil(o.block * (double)IRateAdapter::kInstrumentRate / o.rate) + 1 : o.block;
+  const int instBlock = convert ? converter.MostInstrumentFrames(o.block) : o.block;
 
   // As the application makes it, and as its audio engine sets it up.
   std::unique_ptr<VELTRA> plug((VELTRA*)MakePlug(nullptr, nullptr));
