@@ -46,67 +46,58 @@ namespace
 // The events of one call, in frame order, as the plug-in reads them.
 struct EventList
 {
-  std::vector<clap_event_midi_t> midi;
-  std::vector<clap_event_note_t> notes;
-  std::vector<clap_event_param_value_t> params;
-  bool noteDialect = false;
-  std::vector<std::pair<int, size_t>> added; // kind (0 MIDI, 1 note, 2 value) and place, in the order added
+  union Event
+  {
+    clap_event_header_t header;
+    clap_event_midi_t midi;
+    clap_event_note_t note;
+    clap_event_param_value_t value;
+  };
+  std::vector<Event> events; // in the order added
   std::vector<const clap_event_header_t*> order;
+  bool noteDialect = false;
   clap_input_events_t in = {this, Size, Get};
 
   void Add(const MidiAt& m, uint32_t frame)
   {
+    Event e = {};
     const int status = m.mBytes[0] & 0xF0;
     if (noteDialect && (status == 0x80 || status == 0x90))
     {
-      clap_event_note_t n = {};
       const bool on = status == 0x90 && m.mBytes[2];
-      n.header = {sizeof(n), frame, CLAP_CORE_EVENT_SPACE_ID, (uint16_t)(on ? CLAP_EVENT_NOTE_ON : CLAP_EVENT_NOTE_OFF),
-                  0};
-      n.note_id = -1;
-      n.port_index = 0;
-      n.channel = m.mBytes[0] & 15;
-      n.key = m.mBytes[1] > 127 ? -1 : m.mBytes[1]; // a key byte above 127 stands for every key
-      n.velocity = on ? m.mBytes[2] / 127.0 : 0.5;
-      added.push_back({1, notes.size()});
-      notes.push_back(n);
-      return;
+      e.note.header = {sizeof(e.note), frame, CLAP_CORE_EVENT_SPACE_ID,
+                       (uint16_t)(on ? CLAP_EVENT_NOTE_ON : CLAP_EVENT_NOTE_OFF), 0};
+      e.note.note_id = -1;
+      e.note.channel = m.mBytes[0] & 15;
+      e.note.key = m.mBytes[1] > 127 ? -1 : m.mBytes[1]; // a key byte above 127 stands for every key
+      e.note.velocity = on ? m.mBytes[2] / 127.0 : 0.5;
     }
-    clap_event_midi_t e = {};
-    e.header = {sizeof(e), frame, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_MIDI, 0};
-    memcpy(e.data, m.mBytes, 3);
-    added.push_back({0, midi.size()});
-    midi.push_back(e);
+    else
+    {
+      e.midi.header = {sizeof(e.midi), frame, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_MIDI, 0};
+      memcpy(e.midi.data, m.mBytes, 3);
+    }
+    events.push_back(e);
   }
   void Add(const ParamAt& p, uint32_t frame)
   {
-    clap_event_param_value_t e = {};
-    e.header = {sizeof(e), frame, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_PARAM_VALUE, 0};
-    e.param_id = p.mId;
-    e.note_id = e.port_index = e.channel = e.key = -1;
-    e.value = p.mValue;
-    added.push_back({2, params.size()});
-    params.push_back(e);
-  }
-  void Clear()
-  {
-    midi.clear();
-    notes.clear();
-    params.clear();
-    added.clear();
+    Event e = {};
+    e.value.header = {sizeof(e.value), frame, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_PARAM_VALUE, 0};
+    e.value.param_id = p.mId;
+    e.value.note_id = e.value.port_index = e.value.channel = e.value.key = -1;
+    e.value.value = p.mValue;
+    events.push_back(e);
   }
   // Parameters before notes at the same frame, the rest in the order given.
   const clap_input_events_t* Sorted()
   {
     order.clear();
-    for (const auto& [kind, i] : added)
-      order.push_back(kind == 0 ? &midi[i].header : kind == 1 ? &notes[i].header : &params[i].header);
+    for (const Event& e : events) order.push_back(&e.header);
     std::stable_sort(order.begin(), order.end(),
                      [](auto a, auto b)
                      {
                        if (a->time != b->time) return a->time < b->time;
-                       const bool pa = a->type == CLAP_EVENT_PARAM_VALUE, pb = b->type == CLAP_EVENT_PARAM_VALUE;
-                       return pa && !pb;
+                       return a->type == CLAP_EVENT_PARAM_VALUE && b->type != CLAP_EVENT_PARAM_VALUE;
                      });
     return &in;
   }
@@ -224,7 +215,7 @@ void ClapHost::Instance::ProcessOnce(uint32_t nFrames, const std::vector<MidiAt>
                                      const std::vector<ParamAt>& params)
 {
   Impl* impl = mImpl.get();
-  impl->events.Clear();
+  impl->events.events.clear();
   for (const MidiAt& m : events) impl->events.Add(m, (uint32_t)(m.mSample - blockStart));
   for (const ParamAt& p : params) impl->events.Add(p, (uint32_t)(p.mSample - blockStart));
   float* channels[2] = {impl->left.data(), impl->right.data()};
@@ -270,7 +261,7 @@ StereoRender ClapHost::Instance::Render(const std::vector<MidiAt>& events, long 
 void ClapHost::Instance::Flush(const std::vector<ParamAt>& params)
 {
   const clap_plugin_params_t* ext = (const clap_plugin_params_t*)Extension(CLAP_EXT_PARAMS);
-  mImpl->events.Clear();
+  mImpl->events.events.clear();
   for (const ParamAt& p : params) mImpl->events.Add(p, 0);
   ext->flush(Plugin(), mImpl->events.Sorted(), &mImpl->outEvents);
 }
