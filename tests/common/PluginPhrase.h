@@ -11,6 +11,7 @@
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -84,6 +85,25 @@ std::function<int()> Fixed(int n)
   return [n] { return n; };
 }
 
+// Block sizes of a seeded mix, with calls of nothing between.
+inline std::function<int()> MixedBlocks(unsigned seed)
+{
+  auto random = std::make_shared<std::mt19937>(seed);
+  return [random]
+  {
+    std::uniform_int_distribution<int> size(0, 700);
+    return size(*random) < 40 ? 0 : size(*random) % 600 + 1;
+  };
+}
+
+// A host's render from its latency on: what veltra-render writes.
+inline StereoRender AfterLatency(StereoRender r, int latency)
+{
+  r.mLeft.erase(r.mLeft.begin(), r.mLeft.begin() + latency);
+  r.mRight.erase(r.mRight.begin(), r.mRight.begin() + latency);
+  return r;
+}
+
 // The test files, each with settings (exact in a float, as a port holds
 // them) and whether a CLAP host sends its notes in CLAP's own dialect.
 struct PhraseCase
@@ -123,14 +143,11 @@ void ExpectEveryBlockingAsVeltraRender(const TempDir& dir, const std::vector<int
     }
     const StereoRender reference = Reference(dir, c.midi, options);
     ASSERT_GT(Peak(reference), 0.01) << c.midi;
-    std::mt19937 random(7);
-    std::uniform_int_distribution<int> size(0, 700);
     std::vector<int> all = sizes;
     all.push_back(0);
     for (int n : all)
     {
-      const std::function<int()> next =
-          n ? Fixed(n) : std::function<int()>([&] { return size(random) < 40 ? 0 : size(random) % 600 + 1; });
+      const std::function<int()> next = n ? Fixed(n) : MixedBlocks(7);
       const long long diff = FirstDifference(render(c, n, next), reference);
       EXPECT_EQ(diff, -1) << c.midi << " in blocks of " << (n ? std::to_string(n) : "a mix") << " differs from frame "
                           << diff;
