@@ -51,21 +51,24 @@ TEST(Panel, ArtAndControlsFitThePanelWithoutOverlaps)
   for (int meter : {kARMeterControl, kLFOMeterControl, kPWMMeterControl})
     EXPECT_TRUE(gui->GetControl(meter)->GetTargetRECT().Empty()) << meter;
 
-  // Every strip is a whole number of frames of the size its controls take.
+  // Every strip is a whole number of frames of the size its controls take,
+  // and its twice-size version the same frames at twice the size.
   struct Strip
   {
     const char* name;
     int frames, w, h;
-  } strips[] = {{"bg.png", 1, 920, 400},  {"knob.png", 60, 36, 36},  {"knobn.png", 9, 36, 36},
-                {"knobf.png", 5, 36, 36}, {"switch.png", 2, 20, 32}, {"fadeled.png", 30, 12, 12},
-                {"fader.png", 1, 24, 14}, {"wk.png", 6, 20, 110},    {"bk.png", 1, 12, 68}};
+  } strips[] = {{"bg", 1, 920, 400},   {"knob", 60, 36, 36}, {"knobn", 9, 36, 36},    {"knobf", 5, 36, 36},
+                {"switch", 2, 20, 32}, {"mode", 2, 20, 32},  {"fadeled", 30, 12, 12}, {"fader", 1, 24, 14},
+                {"wk", 6, 20, 110},    {"bk", 1, 12, 68}};
   for (const Strip& s : strips)
-  {
-    std::unique_ptr<LICE_IBitmap> bm(LICE_LoadPNGFromNamedResource((std::string("resources/img/") + s.name).c_str()));
-    ASSERT_TRUE(bm) << s.name;
-    EXPECT_EQ(bm->getWidth(), s.w) << s.name;
-    EXPECT_EQ(bm->getHeight(), s.h * s.frames) << s.name;
-  }
+    for (int twice = 1; twice <= 2; ++twice)
+    {
+      const std::string name = std::string("resources/img/") + s.name + (twice == 2 ? "@2x.png" : ".png");
+      std::unique_ptr<LICE_IBitmap> bm(LICE_LoadPNGFromNamedResource(name.c_str()));
+      ASSERT_TRUE(bm) << name;
+      EXPECT_EQ(bm->getWidth(), twice * s.w) << name;
+      EXPECT_EQ(bm->getHeight(), twice * s.h * s.frames) << name;
+    }
 }
 
 TEST(Panel, TheMetersFollowTheRenderLoop)

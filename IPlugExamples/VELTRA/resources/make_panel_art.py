@@ -6,8 +6,10 @@ pressed keys. Needs python3-cairo (Debian). Run it from anywhere:
 
     python3 IPlugExamples/VELTRA/resources/make_panel_art.py
 
-The places below are the panel's (VELTRAPanel.cpp); the sizes of the strips
-fit them without overlaps."""
+Every image is drawn twice: at the panel's own size (name.png) and at twice
+its size (name@2x.png, the same frames in the same order), from which the
+panel is drawn when it is shown larger. The places below are the panel's
+units (VELTRAPanel.cpp); the sizes of the strips fit them without overlaps."""
 
 import math
 import os
@@ -18,6 +20,8 @@ import cairo
 HERE = os.path.dirname(os.path.abspath(__file__))
 OUT = os.path.join(HERE, "img")
 W, H = 920, 400
+# Pixels per panel unit of the images being drawn: 1, then 2 for the @2x set.
+SCALE = 1
 
 # Sizes of one frame of each strip.
 KNOB = 36
@@ -76,8 +80,9 @@ SECTIONS = [
     ((8, 199, 180, 258), "PWM"),
     ((184, 199, 288, 258), "Smoothing"),
     ((558, 22, 712, 100), "Filter"),
-    ((558, 114, 712, 179), "LFO"),
-    ((558, 184, 712, 258), "AR Envelope"),
+    # The LFO's box ends clear of the AR envelope's heading below it.
+    ((558, 114, 712, 178), "LFO"),
+    ((558, 185, 712, 258), "AR Envelope"),
     ((758, 22, 912, 100), "Crusher"),
     ((758, 108, 912, 170), "Chorus"),
     ((758, 178, 912, 244), "Reverb"),
@@ -100,8 +105,10 @@ def wave_tables():
 
 
 def surface(w, h):
-    s = cairo.ImageSurface(cairo.FORMAT_ARGB32, w, h)
+    """An image of w x h panel units at the current scale, drawn in units."""
+    s = cairo.ImageSurface(cairo.FORMAT_ARGB32, w * SCALE, h * SCALE)
     c = cairo.Context(s)
+    c.scale(SCALE, SCALE)
     fo = cairo.FontOptions()
     fo.set_antialias(cairo.ANTIALIAS_GRAY)
     fo.set_hint_style(cairo.HINT_STYLE_SLIGHT)
@@ -127,7 +134,8 @@ def text(c, s, x, y, size=9, bold=False, colour=CAPTION, align="centre", spacing
     left = x - width / 2 if align == "centre" else x - width if align == "right" else x
     c.set_source_rgb(*colour)
     for ch in s:
-        c.move_to(round(left), y)
+        # Each letter starts on a whole pixel, so that the hinting holds.
+        c.move_to(round(left * SCALE) / SCALE, y)
         c.show_text(ch)
         left += c.text_extents(ch).x_advance + spacing
     return width
@@ -259,7 +267,10 @@ def octave_digit(c, f, cx, cy):
 # ---------------------------------------------------------------------------
 # Switches, LED, fader handle.
 
-def switch_strip():
+def switch_strip(mode=False):
+    """An on/off switch, lit in the slot's free half when on; or, for the
+    mode switch, whose two positions are both modes, a lever whose own light
+    always sits beside the chosen mode's legend."""
     def draw(c, f):
         on = f == 1
         x0, y0 = 3, 2
@@ -278,6 +289,15 @@ def switch_strip():
         rounded(c, x0 + 2, ly, 10, 12, 3)
         c.set_source(g)
         c.fill()
+        if mode:
+            g = cairo.RadialGradient(10, ly + 6, 0, 10, ly + 6, 4.5)
+            g.add_color_stop_rgba(0, *ACCENT, 1.0)
+            g.add_color_stop_rgba(0.45, *ACCENT, 0.9)
+            g.add_color_stop_rgba(1, *ACCENT, 0.0)
+            c.set_source(g)
+            c.arc(10, ly + 6, 4.5, 0, 2 * math.pi)
+            c.fill()
+            return
         c.set_source_rgba(0, 0, 0, 0.35)
         c.rectangle(x0 + 4, ly + 5, 6, 1)
         c.rectangle(x0 + 4, ly + 7, 6, 1)
@@ -497,16 +517,17 @@ def knob_marks(c, x, y, detents=0, bipolar=False):
 
 
 def caption_below(c, x, y, w, h, label, shift=0):
-    """The caption centred under its control, kept 5 pixels inside the
-    section it lies in."""
+    """The caption centred under its control, kept 5 units inside the
+    section it lies in, and its baseline 5 units above the section's foot."""
     c.select_font_face("DejaVu Sans", cairo.FONT_SLANT_NORMAL, cairo.FONT_WEIGHT_NORMAL)
     c.set_font_size(9)
     half = sum(c.text_extents(ch).x_advance for ch in label) / 2
-    centre = x + w / 2 + shift
+    centre, baseline = x + w / 2 + shift, y + h + 9
     for (x0, y0, x1, y1), _ in SECTIONS:
         if x0 <= x + w / 2 <= x1 and y0 <= y + h <= y1:
             centre = min(max(centre, x0 + 5 + half), x1 - 5 - half)
-    text(c, label, centre, y + h + 9, size=9, colour=CAPTION)
+            baseline = min(baseline, y1 - 5)
+    text(c, label, centre, baseline, size=9, colour=CAPTION)
 
 
 def beside_meter(x, y):
@@ -667,23 +688,29 @@ def icons():
     svg.finish()
 
 
-def main():
-    os.makedirs(OUT, exist_ok=True)
-    icons()
-    tables = wave_tables()
-    art = {
+def draw_all(tables):
+    return {
         "bg.png": background(tables),
         "knob.png": general_knob(60),
         "knobn.png": selector_knob(9, wave_glyph(tables)),
         "knobf.png": selector_knob(5, octave_digit),
         "switch.png": switch_strip(),
+        "mode.png": switch_strip(mode=True),
         "fadeled.png": led_strip(30),
         "fader.png": handle_strip(),
         "wk.png": white_keys_strip(),
         "bk.png": black_key_strip(),
     }
-    for name, s in art.items():
-        s.write_to_png(os.path.join(OUT, name))
+
+
+def main():
+    global SCALE
+    os.makedirs(OUT, exist_ok=True)
+    icons()
+    tables = wave_tables()
+    for SCALE, suffix in ((1, ""), (2, "@2x")):
+        for name, s in draw_all(tables).items():
+            s.write_to_png(os.path.join(OUT, name.replace(".png", suffix + ".png")))
 
 
 if __name__ == "__main__":
