@@ -3,8 +3,10 @@
 // it. A full redraw; the playing frame (the three meters move at every
 // control tick, the keyboard holds a chord and shows a new note); an idle
 // tick; and the view's own work per frame, converting the invalidated region
-// to the screen's pixel form and painting it. Figures in microseconds a
-// frame and in percent of one core at 25 frames a second.
+// to the screen's pixel form and painting it. Each at the panel's four sizes
+// (100, 125, 150 and 200 %), with the first frame at a size: every image
+// made for it, the whole panel drawn. Figures in microseconds a frame and in
+// percent of one core at 25 frames a second.
 
 #include "IControl.h"
 #include "IGraphicsLinux.h"
@@ -60,21 +62,48 @@ Panel& P()
   return p;
 }
 
+// The panel at the benchmark's size (its argument, in percent), drawn whole
+// once.
+void AtSize(benchmark::State& state)
+{
+  P().gui->SetPanelSize((int)state.range(0));
+  IRECT all(0, 0, 920, 400);
+  P().gui->Draw(&all);
+}
+
 template<class Body>
 void Measure(benchmark::State& state, const char* name, Body&& body)
 {
+  AtSize(state);
   const auto start = std::chrono::steady_clock::now();
   for (auto _ : state) body();
   const double secs = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   const double us = secs / (double)state.iterations() * 1e6;
   state.counters["us/frame"] = us;
-  sMicros[name] = us;
+  sMicros[std::string(name) + " at " + std::to_string(state.range(0)) + " %"] = us;
 }
 
 void BM_FullPanelRedraw(benchmark::State& state)
 {
   IRECT all(0, 0, 920, 400);
   Measure(state, "full redraw", [&] { P().gui->Draw(&all); });
+}
+
+// From another size: the images made afresh for this one (the twice-size
+// images are read from their files once per process, before), then the
+// whole panel.
+void BM_FirstFrameAtSize(benchmark::State& state)
+{
+  AtSize(state);
+  const int size = (int)state.range(0);
+  IRECT all(0, 0, 920, 400);
+  Measure(state, "first frame",
+          [&]
+          {
+            P().gui->SetPanelSize(size == 100 ? 125 : 100);
+            P().gui->SetPanelSize(size);
+            P().gui->Draw(&all);
+          });
 }
 
 void BM_PlayingFrame(benchmark::State& state)
@@ -116,6 +145,7 @@ void BM_IdleTick(benchmark::State& state)
 void BM_ViewPlayingFrame(benchmark::State& state)
 {
   IGraphicsLinux* view = (IGraphicsLinux*)P().gui;
+  AtSize(state);
   LICE_ScreenChanges changes;
   IRECT r;
   long sentPixels = 0, rectangles = 0, frames = 0;
@@ -126,6 +156,7 @@ void BM_ViewPlayingFrame(benchmark::State& state)
     P().MoveMeters();
     P().gui->IsDirty(&r);
     P().gui->Draw(&r);
+    r = P().gui->Map().Px(r);
     state.ResumeTiming();
     const auto start = std::chrono::steady_clock::now();
     view->ConvertToScreen(r, &changes);
@@ -140,18 +171,20 @@ void BM_ViewPlayingFrame(benchmark::State& state)
   }
   const double us = seconds / (double)frames * 1e6;
   state.counters["us/frame"] = us;
-  sMicros["view: convert, find changes"] = us;
+  sMicros["view: convert, find changes at " + std::to_string(state.range(0)) + " %"] = us;
+  if (state.range(0) != 100) return;
   sPlayingRect = r;
   sSentPixels = frames ? (double)sentPixels / frames : 0;
   sSentColumns = frames ? (double)rectangles / frames : 0;
 }
 } // namespace
 
-BENCHMARK(BM_FullPanelRedraw);
-BENCHMARK(BM_PlayingFrame);
-BENCHMARK(BM_NoteFrame);
-BENCHMARK(BM_IdleTick);
-BENCHMARK(BM_ViewPlayingFrame);
+BENCHMARK(BM_FullPanelRedraw)->DenseRange(100, 150, 25)->Arg(200);
+BENCHMARK(BM_FirstFrameAtSize)->DenseRange(100, 150, 25)->Arg(200);
+BENCHMARK(BM_PlayingFrame)->DenseRange(100, 150, 25)->Arg(200);
+BENCHMARK(BM_NoteFrame)->DenseRange(100, 150, 25)->Arg(200);
+BENCHMARK(BM_IdleTick)->Arg(100);
+BENCHMARK(BM_ViewPlayingFrame)->DenseRange(100, 150, 25)->Arg(200);
 
 int main(int argc, char** argv)
 {
@@ -162,8 +195,8 @@ int main(int argc, char** argv)
   for (const auto& kv : sMicros)
     printf("  %-32s %9.2f us   %6.3f %% of a core\n", kv.first.c_str(), kv.second, kv.second * 25.0 / 1e6 * 100.0);
   const IRECT& r = sPlayingRect;
-  printf("  (the playing frame redraws %d x %d pixels at %d, %d; of these, %.0f a frame in %.1f columns\n"
-         "   of %d changed and went to the X server)\n",
+  printf("  (at 100 %% the playing frame redraws %d x %d pixels at %d, %d; of these, %.0f a frame in %.1f\n"
+         "   columns of %d changed and went to the X server)\n",
          r.W(), r.H(), r.L, r.T, sSentPixels, sSentColumns, LICE_ScreenChanges::kColumn);
   return 0;
 }

@@ -4,7 +4,8 @@
 // through MIT-SHM when the server offers it, waiting for the server to have
 // read the frame before). Beside bench_gui's figures for the GTK view: its
 // engine-only frame is the same drawing without putting anything on screen.
-// The CPU column is the cost of a frame to the host's process.
+// The CPU column is the cost of a frame to the host's process. Each at the
+// panel's four sizes (the argument, in percent).
 
 #include "IControl.h"
 #include "IGraphicsX11.h"
@@ -85,6 +86,12 @@ void PlayFrames(benchmark::State& state, bool newNote)
     state.SkipWithError("no X display");
     return;
   }
+  P().view->SetPanelSize((int)state.range(0));
+  for (int i = 0; i < 5; ++i)
+  {
+    P().view->Idle();
+    usleep(10000);
+  }
   for (auto _ : state)
   {
     P().MoveMeters();
@@ -98,8 +105,8 @@ void BM_XlibPlayingFrameOnScreen(benchmark::State& state) { PlayFrames(state, fa
 void BM_XlibNoteFrameOnScreen(benchmark::State& state) { PlayFrames(state, true); }
 } // namespace
 
-BENCHMARK(BM_XlibPlayingFrameOnScreen);
-BENCHMARK(BM_XlibNoteFrameOnScreen);
+BENCHMARK(BM_XlibPlayingFrameOnScreen)->DenseRange(100, 150, 25)->Arg(200);
+BENCHMARK(BM_XlibNoteFrameOnScreen)->DenseRange(100, 150, 25)->Arg(200);
 
 int main(int argc, char** argv)
 {
@@ -111,7 +118,7 @@ int main(int argc, char** argv)
     xvfb = fork();
     if (xvfb == 0)
     {
-      execlp("Xvfb", "Xvfb", display.c_str(), "-screen", "0", "1280x800x24", "-nolisten", "tcp", (char*)nullptr);
+      execlp("Xvfb", "Xvfb", display.c_str(), "-screen", "0", "1920x1200x24", "-nolisten", "tcp", (char*)nullptr);
       _exit(127);
     }
     setenv("DISPLAY", display.c_str(), 1);

@@ -23,6 +23,7 @@ IGraphics::~IGraphics()
   mKeyCatcher = nullptr;
   mControls.Empty(true);
   DeleteSurfaces();
+  DropResizedImages();
 }
 
 void IGraphics::DeleteSurfaces()
@@ -35,8 +36,17 @@ void IGraphics::DeleteSurfaces()
 void IGraphics::PrepDraw()
 {
   DeleteSurfaces();
-  mDrawBitmap = new LICE_SysBitmap(Width(), Height());
+  mDrawBitmap = new LICE_SysBitmap(PixelWidth(), PixelHeight());
   mTmpBitmap = new LICE_MemBitmap(0, 0, 4);
+}
+
+void IGraphics::SetPanelSize(int percent)
+{
+  if (!IsPanelSize(percent) || percent == mMap.Percent()) return;
+  mMap = IPanelScale(percent);
+  DropResizedImages();
+  if (mDrawBitmap) PrepDraw();
+  SetAllControlsDirty();
 }
 
 LICE_pixel* IGraphics::GetBits() { return mDrawBitmap ? mDrawBitmap->getBits() : nullptr; }
@@ -237,7 +247,8 @@ bool IGraphics::Draw(IRECT* rect)
   }
 
   if (mShowControlBounds) DrawControlBounds();
-  return DrawScreen(rect);
+  IRECT pixels = mMap.Px(*rect);
+  return DrawScreen(&pixels);
 }
 
 bool IGraphics::DrawControlBounds()

@@ -1,7 +1,9 @@
 #pragma once
 // The GUI engine of one plug-in: the controls in drawing order, one
 // off-screen surface as large as the window, the mouse state, and the
-// drawing primitives. Redraw is polled: a timer of the platform view asks
+// drawing primitives. Controls, their rectangles, the primitives' arguments
+// and the mouse are in panel units; the surface is drawn at the panel's
+// size (IPanelScale.h), 100 % by default, where a unit is a pixel. Redraw is polled: a timer of the platform view asks
 // IsDirty at the frame rate, invalidates the one rectangle it reports, and
 // the repaint runs Draw. A platform view derives from this class and
 // supplies the pure operations.
@@ -13,6 +15,7 @@
 // SetParameterFromGUI of the plug-in takes the plug-in's mutex.
 
 #include "IControl.h"
+#include "IPanelScale.h"
 #include "IPlugGUI.h"
 #include "IPopupMenu.h"
 
@@ -37,7 +40,8 @@ public:
 
   // --- Operations of the platform view, in slot order. ---
 
-  // Copies the surface to the window; false without a drawing context.
+  // Copies the surface to the window; false without a drawing context. The
+  // rectangle is in the surface's pixels.
   virtual bool DrawScreen(IRECT* rect) = 0;
   virtual bool MeasureIText(IText* text, const char* str, IRECT* rect) { return DrawIText(text, str, rect, true); }
   // Closes an open text entry, dropping its text.
@@ -89,6 +93,17 @@ public:
   // The platform's image loader: null when the image can't be had.
   virtual LICE_IBitmap* OSLoadBitmap(int id, const char* name) = 0;
 
+  // --- The panel's size. ---
+
+  // Shows the panel at one of kPanelSizes (anything else is ignored): the
+  // surfaces are made again at the new size and everything is redrawn. A
+  // view with a window overrides it to resize the window as well.
+  virtual void SetPanelSize(int percent);
+  int PanelSize() const { return mMap.Percent(); }
+  const IPanelScale& Map() const { return mMap; }
+  int PixelWidth() const { return mMap.Px(mWidth); }
+  int PixelHeight() const { return mMap.Px(mHeight); }
+
   // --- Controls and redraw. ---
 
   // Makes the surfaces. The plug-in calls it once it has pushed every
@@ -126,7 +141,8 @@ public:
   // then copies to the screen through DrawScreen.
   bool Draw(IRECT* rect);
 
-  // --- Input: coordinates in panel pixels. ---
+  // --- Input: coordinates in panel units (the views map pixels through
+  // Map().Unit). ---
 
   void OnMouseDown(int x, int y, IMouseMod* mod);
   void OnMouseUp(int x, int y, IMouseMod* mod);
@@ -166,7 +182,9 @@ public:
 
   // Cached by id for the whole process: the same id gives the first image,
   // whatever the name. A missing image gives a bitmap with no pixels, which
-  // draws nothing.
+  // draws nothing. The image at twice the size ("name@2x.png") is loaded
+  // beside it the first time the panel is drawn larger than 100 %; without
+  // it the panel is drawn from this one, enlarged.
   IBitmap LoadIBitmap(int id, const char* name, int nFrames = 1, bool framesAreHorizontal = false);
   // One line on standard error naming the folder searched and every image
   // that could not be loaded since the last report; nothing when none is
@@ -174,6 +192,7 @@ public:
   void ReportMissingImages(const char* folder);
   void RetainBitmap(IBitmap* bitmap);
   void ReleaseBitmap(IBitmap* bitmap);
+  // In the image's own pixels, at 100 %.
   IBitmap ScaleBitmap(IBitmap* bitmap, int destW, int destH);
   IBitmap CropBitmap(IBitmap* bitmap, IRECT* rect);
 
@@ -220,9 +239,11 @@ public:
 
   // --- Reads. ---
   IPlugBase* GetPlug() const { return mPlug; }
+  // The panel's size in units.
   int Width() const { return mWidth; }
   int Height() const { return mHeight; }
   int FPS() const { return mFPS; }
+  // The surface, PixelWidth() x PixelHeight().
   LICE_IBitmap* GetDrawBitmap() const { return mDrawBitmap; }
   LICE_pixel* GetBits();
   const IRECT& GetDrawRECT() const { return mDrawRECT; }
@@ -248,10 +269,28 @@ protected:
   bool mEnableTooltips = false;
   bool mShowControlBounds = false;
   IControl* mKeyCatcher = nullptr;
+  IPanelScale mMap;
 
 private:
   void DeleteSurfaces();
   bool DrawControlBounds();
+  // The part of a bitmap at (srcX, srcY) in units, drawn over dest at the
+  // panel's size, cut to the clip.
+  void DrawBitmapAtScale(IBitmap* bitmap, const IRECT& dest, int srcX, int srcY, const IChannelBlend* blend);
+  // A bitmap's whole strip at the panel's size; null without pixels.
+  LICE_IBitmap* WholeAtScale(IBitmap* bitmap);
+  // The pixels of a unit rectangle of an image, resized to w x h pixels,
+  // made once per panel size: *x and *y give the rectangle's place in the
+  // image returned.
+  LICE_IBitmap* Resized(LICE_IBitmap* lowRes, const IRECT& units, int w, int h, int* x, int* y);
+  // A horizontal or vertical run of whole units, filled at the panel's size.
+  void FillUnits(const IColor* color, int l, int t, int r, int b, float weight, int mode);
+  // The number of parallel pixel lines that draw a line one unit wide.
+  int LinePixels() const { return mMap.Px(1) > 1 ? mMap.Px(1) : 1; }
+  // Forgets every resized image (the size changed, or an image went).
+  void DropResizedImages();
+  struct ResizedImages;
+  ResizedImages* mResized = nullptr; // owned
 };
 
 // Characters out of a frame strip: frame k is the character of code k + 31.

@@ -1,6 +1,9 @@
 // The engine's drawing side: the process-wide bitmap and font caches, bitmap
 // loading, and every primitive that paints the off-screen surface through
-// the raster library. GUI thread; the caches take their own locks.
+// the raster library. Arguments are in panel units; at 100 % each primitive
+// draws exactly as the raster library does, at any other size its units go
+// through the panel's one mapping to pixels. GUI thread; the caches take
+// their own locks.
 
 #include "IGraphics.h"
 
@@ -8,9 +11,15 @@
 
 #include "../mutex.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <map>
+#include <memory>
+#include <string>
+#include <tuple>
+#include <vector>
 
 namespace
 {
@@ -21,13 +30,20 @@ public:
   struct BitmapKey
   {
     int id;
-    LICE_IBitmap* bitmap; // owned
+    LICE_IBitmap* bitmap;          // owned
+    std::string name;              // the file it came from; empty for made ones
+    LICE_IBitmap* twice = nullptr; // owned: the image at twice the size
+    bool triedTwice = false;
   };
 
   ~BitmapStorage()
   {
     WDL_MutexLock lock(&mMutex);
-    for (int i = 0; i < mBitmaps.GetSize(); ++i) delete mBitmaps.Get(i)->bitmap;
+    for (int i = 0; i < mBitmaps.GetSize(); ++i)
+    {
+      delete mBitmaps.Get(i)->bitmap;
+      delete mBitmaps.Get(i)->twice;
+    }
     mBitmaps.Empty(true);
   }
   LICE_IBitmap* Find(int id)
@@ -37,10 +53,41 @@ public:
       if (mBitmaps.Get(i)->id == id) return mBitmaps.Get(i)->bitmap;
     return nullptr;
   }
-  void Add(LICE_IBitmap* bitmap, int id = -1)
+  void Add(LICE_IBitmap* bitmap, int id = -1, const char* name = nullptr)
   {
     WDL_MutexLock lock(&mMutex);
-    mBitmaps.Add(new BitmapKey{id, bitmap});
+    mBitmaps.Add(new BitmapKey{id, bitmap, name ? name : ""});
+  }
+  // The image at twice the size beside a loaded one, loaded through load the
+  // first time it is asked for; null when there is none, or its size is not
+  // exactly twice.
+  template<class Load>
+  LICE_IBitmap* Twice(LICE_IBitmap* bitmap, Load load)
+  {
+    WDL_MutexLock lock(&mMutex);
+    for (int i = 0; i < mBitmaps.GetSize(); ++i)
+    {
+      BitmapKey* k = mBitmaps.Get(i);
+      if (k->bitmap != bitmap) continue;
+      if (!k->triedTwice && !k->name.empty())
+      {
+        k->triedTwice = true;
+        const size_t dot = k->name.rfind('.');
+        const std::string name =
+            dot == std::string::npos ? k->name + "@2x" : k->name.substr(0, dot) + "@2x" + k->name.substr(dot);
+        k->twice = load(k->id, name.c_str());
+        if (k->twice &&
+            (k->twice->getWidth() != 2 * bitmap->getWidth() || k->twice->getHeight() != 2 * bitmap->getHeight()))
+        {
+          fprintf(stderr, "%s is not twice the size of %s; the panel is drawn from the smaller\n", name.c_str(),
+                  k->name.c_str());
+          delete k->twice;
+          k->twice = nullptr;
+        }
+      }
+      return k->twice;
+    }
+    return nullptr;
   }
   void Remove(LICE_IBitmap* bitmap)
   {
@@ -48,6 +95,7 @@ public:
     for (int i = 0; i < mBitmaps.GetSize(); ++i)
     {
       if (mBitmaps.Get(i)->bitmap != bitmap) continue;
+      delete mBitmaps.Get(i)->twice;
       mBitmaps.Delete(i, true);
       delete bitmap;
       return;
@@ -106,7 +154,81 @@ BitmapStorage s_bitmapCache;
 FontStorage s_fontCache;
 
 inline LICE_IBitmap* LiceOf(const IBitmap* bitmap) { return bitmap ? (LICE_IBitmap*)bitmap->mData : nullptr; }
+
+// Resizes the pixels of rect in src to the whole of dest. Smaller: each
+// pixel is the average of the source area it covers (a box filter), its
+// colour weighted by alpha, so that transparent pixels lend no colour to an
+// edge. Larger (an image without its twice-size version): bilinear.
+void ResizeInto(LICE_IBitmap* dest, LICE_IBitmap* src, const IRECT& rect)
+{
+  const int dw = dest->getWidth(), dh = dest->getHeight();
+  if (rect.W() < dw || rect.H() < dh)
+  {
+    LICE_Clear(dest, 0);
+    LICE_ScaledBlit(dest, src, 0, 0, dw, dh, (float)rect.L, (float)rect.T, (float)rect.W(), (float)rect.H(), 1.0f,
+                    LICE_BLIT_FILTER_BILINEAR | LICE_BLIT_MODE_COPY);
+    return;
+  }
+  struct Tap
+  {
+    int at;
+    float weight;
+  };
+  // The source pixels under each destination column or row, with the share
+  // of each; outside the image counts as transparent.
+  auto taps = [](int from, int size, int out, int limit)
+  {
+    std::vector<std::vector<Tap>> all((size_t)out);
+    const double step = (double)size / out;
+    for (int i = 0; i < out; ++i)
+    {
+      const double a = from + i * step, b = a + step;
+      for (int p = (int)std::floor(a); p < b; ++p)
+      {
+        const double w = std::min(b, p + 1.0) - std::max(a, (double)p);
+        if (w > 1e-9 && p >= 0 && p < limit) all[(size_t)i].push_back({p, (float)w});
+      }
+    }
+    return all;
+  };
+  const auto cols = taps(rect.L, rect.W(), dw, src->getWidth());
+  const auto rows = taps(rect.T, rect.H(), dh, src->getHeight());
+  const LICE_pixel* in = src->getBits();
+  const int inSpan = src->getRowSpan(), outSpan = dest->getRowSpan();
+  LICE_pixel* out = dest->getBits();
+  const float area = (float)rect.W() / dw * (float)rect.H() / dh;
+  for (int y = 0; y < dh; ++y)
+    for (int x = 0; x < dw; ++x)
+    {
+      float r = 0.0f, g = 0.0f, b = 0.0f, a = 0.0f;
+      for (const Tap& ty : rows[(size_t)y])
+        for (const Tap& tx : cols[(size_t)x])
+        {
+          const LICE_pixel p = in[ty.at * inSpan + tx.at];
+          const float wa = ty.weight * tx.weight * (float)LICE_GETA(p);
+          r += wa * (float)LICE_GETR(p);
+          g += wa * (float)LICE_GETG(p);
+          b += wa * (float)LICE_GETB(p);
+          a += wa;
+        }
+      auto byte = [](float v) { return (int)std::min(255.0f, v + 0.5f); };
+      out[y * outSpan + x] = a > 0.0f ? LICE_RGBA(byte(r / a), byte(g / a), byte(b / a), byte(a / area)) : 0;
+    }
+}
 } // namespace
+
+// Images resized for the panel's size, each made once: keyed by the source
+// image, the rectangle of it and the size in pixels.
+struct IGraphics::ResizedImages
+{
+  std::map<std::tuple<const void*, int, int, int, int, int, int>, std::unique_ptr<LICE_MemBitmap>> images;
+};
+
+void IGraphics::DropResizedImages()
+{
+  delete mResized;
+  mResized = nullptr;
+}
 
 // ---------------------------------------------------------------------------
 // Bitmaps.
@@ -125,7 +247,7 @@ IBitmap IGraphics::LoadIBitmap(int id, const char* name, int nFrames, bool frame
       mMissingImages.Append(name ? name : "(no name)");
       return IBitmap(nullptr, 0, 0, nFrames < 1 ? 1 : nFrames, framesAreHorizontal);
     }
-    s_bitmapCache.Add(lb, id);
+    s_bitmapCache.Add(lb, id, name);
   }
   return IBitmap(lb, lb->getWidth(), lb->getHeight(), nFrames < 1 ? 1 : nFrames, framesAreHorizontal);
 }
@@ -146,7 +268,57 @@ void IGraphics::RetainBitmap(IBitmap* bitmap)
 
 void IGraphics::ReleaseBitmap(IBitmap* bitmap)
 {
-  if (bitmap && bitmap->mData) s_bitmapCache.Remove(LiceOf(bitmap));
+  if (!bitmap || !bitmap->mData) return;
+  DropResizedImages();
+  s_bitmapCache.Remove(LiceOf(bitmap));
+}
+
+LICE_IBitmap* IGraphics::Resized(LICE_IBitmap* lowRes, const IRECT& units, int w, int h, int* x, int* y)
+{
+  // From the twice-size image where there is one: exact at 200 %, reduced
+  // below it.
+  LICE_IBitmap* twice =
+      s_bitmapCache.Twice(lowRes, [this](int id, const char* name) { return OSLoadBitmap(id, name); });
+  LICE_IBitmap* src = twice ? twice : lowRes;
+  const IRECT rect = twice ? IRECT(2 * units.L, 2 * units.T, 2 * units.R, 2 * units.B) : units;
+  if (rect.W() == w && rect.H() == h)
+  {
+    *x = rect.L;
+    *y = rect.T;
+    return src;
+  }
+  *x = *y = 0;
+  if (!mResized) mResized = new ResizedImages;
+  std::unique_ptr<LICE_MemBitmap>& image =
+      mResized->images[std::make_tuple((const void*)src, rect.L, rect.T, rect.W(), rect.H(), w, h)];
+  if (!image)
+  {
+    image.reset(new LICE_MemBitmap(w, h, 4));
+    ResizeInto(image.get(), src, rect);
+  }
+  return image.get();
+}
+
+void IGraphics::DrawBitmapAtScale(IBitmap* bitmap, const IRECT& dest, int srcX, int srcY, const IChannelBlend* blend)
+{
+  const IRECT to = mMap.Px(dest);
+  const IRECT clipped = to.Intersect(mMap.Px(mDrawRECT));
+  if (clipped.W() <= 0 || clipped.H() <= 0) return;
+  int x = 0, y = 0;
+  LICE_IBitmap* image =
+      Resized(LiceOf(bitmap), IRECT(srcX, srcY, srcX + dest.W(), srcY + dest.H()), to.W(), to.H(), &x, &y);
+  LICE_Blit(mDrawBitmap, image, clipped.L, clipped.T, x + clipped.L - to.L, y + clipped.T - to.T, clipped.W(),
+            clipped.H(), LiceWeight(blend), LiceBlendMode(blend));
+}
+
+LICE_IBitmap* IGraphics::WholeAtScale(IBitmap* bitmap)
+{
+  LICE_IBitmap* src = LiceOf(bitmap);
+  if (!src || mMap.Identity()) return src;
+  int x = 0, y = 0;
+  const IRECT all(0, 0, bitmap->W, bitmap->H);
+  // The whole rectangle: the image returned starts at (0, 0) either way.
+  return Resized(src, all, mMap.Px(bitmap->W), mMap.Px(bitmap->H), &x, &y);
 }
 
 IBitmap IGraphics::ScaleBitmap(IBitmap* bitmap, int destW, int destH)
@@ -172,6 +344,11 @@ bool IGraphics::DrawBitmap(IBitmap* bitmap, IRECT* dest, int srcX, int srcY, con
 {
   LICE_IBitmap* src = LiceOf(bitmap);
   if (!src || !mDrawBitmap) return true;
+  if (!mMap.Identity())
+  {
+    DrawBitmapAtScale(bitmap, *dest, srcX, srcY, blend);
+    return true;
+  }
   const IRECT clipped = dest->Intersect(mDrawRECT);
   srcX += clipped.L - dest->L;
   srcY += clipped.T - dest->T;
@@ -198,10 +375,11 @@ bool IGraphics::DrawBitmap(IBitmap* bitmap, IRECT* dest, int bmpState, const ICh
 bool IGraphics::DrawRotatedBitmap(IBitmap* bitmap, int destCtrX, int destCtrY, double angle, int yOffsetZeroDeg,
                                   const IChannelBlend* blend)
 {
-  LICE_IBitmap* src = LiceOf(bitmap);
+  LICE_IBitmap* src = WholeAtScale(bitmap);
   if (!src || !mDrawBitmap) return true;
-  const int W = bitmap->W, H = bitmap->H;
-  const int destX = destCtrX - W / 2, destY = destCtrY - H / 2;
+  const int W = src->getWidth(), H = src->getHeight();
+  const int destX = mMap.Px(destCtrX) - W / 2, destY = mMap.Px(destCtrY) - H / 2;
+  yOffsetZeroDeg = mMap.Px(yOffsetZeroDeg);
   LICE_RotatedBlit(mDrawBitmap, src, destX, destY, W, H, 0.0f, 0.0f, (float)W, (float)H, (float)angle, false,
                    LiceWeight(blend), LiceBlendMode(blend) | LICE_BLIT_FILTER_BILINEAR, 0.0f, (float)yOffsetZeroDeg);
   return true;
@@ -210,36 +388,59 @@ bool IGraphics::DrawRotatedBitmap(IBitmap* bitmap, int destCtrX, int destCtrY, d
 bool IGraphics::DrawRotatedMask(IBitmap* base, IBitmap* mask, IBitmap* top, int x, int y, double angle,
                                 const IChannelBlend* blend)
 {
-  if (!LiceOf(base) || !LiceOf(mask) || !LiceOf(top) || !mDrawBitmap) return true;
+  LICE_IBitmap* baseImage = WholeAtScale(base);
+  LICE_IBitmap* maskImage = WholeAtScale(mask);
+  LICE_IBitmap* topImage = WholeAtScale(top);
+  if (!baseImage || !maskImage || !topImage || !mDrawBitmap) return true;
   const float a = (float)(angle * M_PI / 180.0);
-  const int W = base->W, H = base->H;
+  const int W = baseImage->getWidth(), H = baseImage->getHeight();
   const float yOffset = (W % 2) ? -0.5f : 0.0f;
+  x = mMap.Px(x);
+  y = mMap.Px(y);
   if (!mTmpBitmap) mTmpBitmap = new LICE_MemBitmap(0, 0, 4);
-  LICE_Copy(mTmpBitmap, LiceOf(base));
+  LICE_Copy(mTmpBitmap, baseImage);
   // Clears the alpha byte of the copy; the rotated mask then supplies it.
   LICE_ClearRect(mTmpBitmap, 0, 0, W, H, 0xFFFFFF00, 0);
-  LICE_RotatedBlit(mTmpBitmap, LiceOf(mask), 0, 0, W, H, 0.0f, 0.0f, (float)W, (float)H, a, true, 1.0f,
+  LICE_RotatedBlit(mTmpBitmap, maskImage, 0, 0, W, H, 0.0f, 0.0f, (float)W, (float)H, a, true, 1.0f,
                    LICE_BLIT_MODE_ADD | LICE_BLIT_USE_ALPHA | LICE_BLIT_FILTER_BILINEAR, 0.0f, yOffset);
-  LICE_RotatedBlit(mTmpBitmap, LiceOf(top), 0, 0, W, H, 0.0f, 0.0f, (float)W, (float)H, a, true, 1.0f,
+  LICE_RotatedBlit(mTmpBitmap, topImage, 0, 0, W, H, 0.0f, 0.0f, (float)W, (float)H, a, true, 1.0f,
                    LICE_BLIT_MODE_COPY | LICE_BLIT_USE_ALPHA | LICE_BLIT_FILTER_BILINEAR, 0.0f, yOffset);
-  const IRECT r = IRECT(x, y, x + W, y + H).Intersect(mDrawRECT);
+  const IRECT r = IRECT(x, y, x + W, y + H).Intersect(mMap.Px(mDrawRECT));
   LICE_Blit(mDrawBitmap, mTmpBitmap, r.L, r.T, r.L - x, r.T - y, r.W(), r.H(), LiceWeight(blend), LiceBlendMode(blend));
   return true;
 }
 
 // ---------------------------------------------------------------------------
 // Primitives. Only the bitmap operations above clip to the draw rectangle;
-// these draw over the whole surface.
+// these draw over the whole surface. Away from 100 %, a line one unit wide
+// covers the pixels of that unit (LinePixels() of them), shapes take their
+// corners' pixel places, and radii grow by the scale.
+
+void IGraphics::FillUnits(const IColor* color, int l, int t, int r, int b, float weight, int mode)
+{
+  const IRECT p = mMap.Px(IRECT(l, t, r, b));
+  LICE_FillRect(mDrawBitmap, p.L, p.T, p.W(), p.H(), LiceColor(*color), weight, mode);
+}
 
 bool IGraphics::DrawPoint(const IColor* color, float x, float y, const IChannelBlend* blend, bool)
 {
-  LICE_PutPixel(mDrawBitmap, (int)(x + 0.5f), (int)(y + 0.5f), LiceColor(*color), LiceWeight(blend),
-                LiceBlendMode(blend));
+  const int xi = (int)(x + 0.5f), yi = (int)(y + 0.5f);
+  if (!mMap.Identity())
+  {
+    FillUnits(color, xi, yi, xi + 1, yi + 1, LiceWeight(blend), LiceBlendMode(blend));
+    return true;
+  }
+  LICE_PutPixel(mDrawBitmap, xi, yi, LiceColor(*color), LiceWeight(blend), LiceBlendMode(blend));
   return true;
 }
 
 bool IGraphics::ForcePixel(const IColor* color, int x, int y)
 {
+  if (!mMap.Identity())
+  {
+    FillUnits(color, x, y, x + 1, y + 1, 1.0f, LICE_BLIT_MODE_COPY);
+    return true;
+  }
   // Unchecked: the caller stays inside the surface.
   LICE_pixel* bits = GetBits();
   bits[x + y * mDrawBitmap->getRowSpan()] = LiceColor(*color);
@@ -248,26 +449,47 @@ bool IGraphics::ForcePixel(const IColor* color, int x, int y)
 
 IColor IGraphics::GetPoint(int x, int y)
 {
-  const LICE_pixel p = LICE_GetPixel(mDrawBitmap, x, y);
+  const LICE_pixel p = LICE_GetPixel(mDrawBitmap, mMap.Px(x), mMap.Px(y));
   return IColor((int)LICE_GETA(p), (int)LICE_GETR(p), (int)LICE_GETG(p), (int)LICE_GETB(p));
 }
 
 bool IGraphics::DrawLine(const IColor* color, float x1, float y1, float x2, float y2, const IChannelBlend* blend,
                          bool antiAlias)
 {
-  LICE_Line(mDrawBitmap, (int)x1, (int)y1, (int)x2, (int)y2, LiceColor(*color), LiceWeight(blend), LiceBlendMode(blend),
-            antiAlias);
+  if (mMap.Identity())
+  {
+    LICE_Line(mDrawBitmap, (int)x1, (int)y1, (int)x2, (int)y2, LiceColor(*color), LiceWeight(blend),
+              LiceBlendMode(blend), antiAlias);
+    return true;
+  }
+  // As many pixel lines side by side as a unit has pixels, across the
+  // line's run.
+  const int ax = mMap.Px((int)x1), ay = mMap.Px((int)y1), bx = mMap.Px((int)x2), by = mMap.Px((int)y2);
+  const bool flat = std::abs(bx - ax) >= std::abs(by - ay);
+  for (int k = 0; k < LinePixels(); ++k)
+    LICE_Line(mDrawBitmap, ax + (flat ? 0 : k), ay + (flat ? k : 0), bx + (flat ? 0 : k), by + (flat ? k : 0),
+              LiceColor(*color), LiceWeight(blend), LiceBlendMode(blend), antiAlias);
   return true;
 }
 
 bool IGraphics::DrawVerticalLine(const IColor* color, int xi, int yLo, int yHi)
 {
+  if (!mMap.Identity())
+  {
+    FillUnits(color, xi, std::min(yLo, yHi), xi + 1, std::max(yLo, yHi) + 1, 1.0f, LICE_BLIT_MODE_COPY);
+    return true;
+  }
   LICE_Line(mDrawBitmap, xi, yLo, xi, yHi, LiceColor(*color), 1.0f, LICE_BLIT_MODE_COPY, false);
   return true;
 }
 
 bool IGraphics::DrawHorizontalLine(const IColor* color, int yi, int xLo, int xHi)
 {
+  if (!mMap.Identity())
+  {
+    FillUnits(color, std::min(xLo, xHi), yi, std::max(xLo, xHi) + 1, yi + 1, 1.0f, LICE_BLIT_MODE_COPY);
+    return true;
+  }
   LICE_Line(mDrawBitmap, xLo, yi, xHi, yi, LiceColor(*color), 1.0f, LICE_BLIT_MODE_COPY, false);
   return true;
 }
@@ -305,9 +527,23 @@ bool IGraphics::DrawRadialLine(const IColor* color, float cx, float cy, float an
   return DrawLine(color, cx + rMin * s, cy - rMin * c, cx + rMax * s, cy - rMax * c, blend, antiAlias);
 }
 
+// A point's place in pixels: the middle of a unit pixel stays the middle of
+// the unit's pixels.
+namespace
+{
+inline float Centre(const IPanelScale& map, float u) { return map.Pxf(u + 0.5f) - 0.5f; }
+} // namespace
+
 bool IGraphics::DrawArc(const IColor* color, float cx, float cy, float r, float minAngle, float maxAngle,
                         const IChannelBlend* blend, bool antiAlias)
 {
+  if (!mMap.Identity())
+  {
+    for (int k = 0; k < LinePixels(); ++k)
+      LICE_Arc(mDrawBitmap, Centre(mMap, cx), Centre(mMap, cy), mMap.Pxf(r) - (float)k, minAngle, maxAngle,
+               LiceColor(*color), LiceWeight(blend), LiceBlendMode(blend), antiAlias);
+    return true;
+  }
   LICE_Arc(mDrawBitmap, cx, cy, r, minAngle, maxAngle, LiceColor(*color), LiceWeight(blend), LiceBlendMode(blend),
            antiAlias);
   return true;
@@ -315,6 +551,13 @@ bool IGraphics::DrawArc(const IColor* color, float cx, float cy, float r, float 
 
 bool IGraphics::DrawCircle(const IColor* color, float cx, float cy, float r, const IChannelBlend* blend, bool antiAlias)
 {
+  if (!mMap.Identity())
+  {
+    for (int k = 0; k < LinePixels(); ++k)
+      LICE_Circle(mDrawBitmap, Centre(mMap, cx), Centre(mMap, cy), mMap.Pxf(r) - (float)k, LiceColor(*color),
+                  LiceWeight(blend), LiceBlendMode(blend), antiAlias);
+    return true;
+  }
   LICE_Circle(mDrawBitmap, cx, cy, r, LiceColor(*color), LiceWeight(blend), LiceBlendMode(blend), antiAlias);
   return true;
 }
@@ -322,6 +565,16 @@ bool IGraphics::DrawCircle(const IColor* color, float cx, float cy, float r, con
 bool IGraphics::RoundRect(const IColor* color, IRECT* rect, const IChannelBlend* blend, int cornerRadius,
                           bool antiAlias)
 {
+  if (!mMap.Identity())
+  {
+    // Nested outlines, inward, one per pixel of a unit.
+    const IRECT p = mMap.Px(*rect);
+    for (int k = 0; k < LinePixels(); ++k)
+      LICE_RoundRect(mDrawBitmap, (float)(p.L + k), (float)(p.T + k), (float)(p.W() - 2 * k), (float)(p.H() - 2 * k),
+                     std::max(0, mMap.Px(cornerRadius) - k), LiceColor(*color), LiceWeight(blend), LiceBlendMode(blend),
+                     antiAlias);
+    return true;
+  }
   LICE_RoundRect(mDrawBitmap, (float)rect->L, (float)rect->T, (float)rect->W(), (float)rect->H(), cornerRadius,
                  LiceColor(*color), LiceWeight(blend), LiceBlendMode(blend), antiAlias);
   return true;
@@ -330,7 +583,8 @@ bool IGraphics::RoundRect(const IColor* color, IRECT* rect, const IChannelBlend*
 bool IGraphics::FillRoundRect(const IColor* color, IRECT* rect, const IChannelBlend* blend, int cornerRadius,
                               bool antiAlias)
 {
-  const int x = rect->L, y = rect->T, w = rect->W(), h = rect->H(), r = cornerRadius;
+  const IRECT p = mMap.Px(*rect);
+  const int x = p.L, y = p.T, w = p.W(), h = p.H(), r = mMap.Px(cornerRadius);
   const LICE_pixel c = LiceColor(*color);
   const float weight = LiceWeight(blend);
   const int mode = LiceBlendMode(blend);
@@ -346,14 +600,16 @@ bool IGraphics::FillRoundRect(const IColor* color, IRECT* rect, const IChannelBl
 
 bool IGraphics::FillIRect(const IColor* color, IRECT* rect, const IChannelBlend* blend)
 {
-  LICE_FillRect(mDrawBitmap, rect->L, rect->T, rect->W(), rect->H(), LiceColor(*color), LiceWeight(blend),
-                LiceBlendMode(blend));
+  const IRECT p = mMap.Px(*rect);
+  LICE_FillRect(mDrawBitmap, p.L, p.T, p.W(), p.H(), LiceColor(*color), LiceWeight(blend), LiceBlendMode(blend));
   return true;
 }
 
 bool IGraphics::FillCircle(const IColor* color, int cx, int cy, float r, const IChannelBlend* blend, bool antiAlias)
 {
-  LICE_FillCircle(mDrawBitmap, (float)cx, (float)cy, r, LiceColor(*color), LiceWeight(blend), LiceBlendMode(blend),
+  const float x = mMap.Identity() ? (float)cx : Centre(mMap, (float)cx);
+  const float y = mMap.Identity() ? (float)cy : Centre(mMap, (float)cy);
+  LICE_FillCircle(mDrawBitmap, x, y, mMap.Pxf(r), LiceColor(*color), LiceWeight(blend), LiceBlendMode(blend),
                   antiAlias);
   return true;
 }
@@ -361,12 +617,26 @@ bool IGraphics::FillCircle(const IColor* color, int cx, int cy, float r, const I
 bool IGraphics::FillTriangle(const IColor* color, int x1, int y1, int x2, int y2, int x3, int y3,
                              const IChannelBlend* blend)
 {
-  LICE_FillTriangle(mDrawBitmap, x1, y1, x2, y2, x3, y3, LiceColor(*color), LiceWeight(blend), LiceBlendMode(blend));
+  const IPanelScale& m = mMap;
+  LICE_FillTriangle(mDrawBitmap, m.Px(x1), m.Px(y1), m.Px(x2), m.Px(y2), m.Px(x3), m.Px(y3), LiceColor(*color),
+                    LiceWeight(blend), LiceBlendMode(blend));
   return true;
 }
 
 bool IGraphics::FillIConvexPolygon(const IColor* color, int* x, int* y, int npoints, const IChannelBlend* blend)
 {
+  if (!mMap.Identity() && npoints > 0)
+  {
+    std::vector<int> px((size_t)npoints), py((size_t)npoints);
+    for (int i = 0; i < npoints; ++i)
+    {
+      px[(size_t)i] = mMap.Px(x[i]);
+      py[(size_t)i] = mMap.Px(y[i]);
+    }
+    LICE_FillConvexPolygon(mDrawBitmap, px.data(), py.data(), npoints, LiceColor(*color), LiceWeight(blend),
+                           LiceBlendMode(blend));
+    return true;
+  }
   LICE_FillConvexPolygon(mDrawBitmap, x, y, npoints, LiceColor(*color), LiceWeight(blend), LiceBlendMode(blend));
   return true;
 }
@@ -414,6 +684,15 @@ LICE_IFont* IGraphics::CacheFont(IText* text)
 bool IGraphics::DrawIText(IText* text, const char* str, IRECT* rect, bool measure)
 {
   if (!str || !*str) return true;
+  // Away from 100 % the text is set at the scaled size, from the font cache
+  // (the style's own cached font is its 100 % one).
+  IText scaled = *text;
+  if (!mMap.Identity())
+  {
+    scaled.mSize = mMap.Px(text->mSize);
+    scaled.mCached = nullptr;
+    text = &scaled;
+  }
   LICE_IFont* font = text->mCached;
   if (!font) font = CacheFont(text);
   if (!font) return false;
@@ -426,13 +705,14 @@ bool IGraphics::DrawIText(IText* text, const char* str, IRECT* rect, bool measur
 
   if (!measure)
   {
-    RECT r = rect->ToRECT();
+    RECT r = mMap.Px(*rect).ToRECT();
     font->DrawText(mDrawBitmap, str, -1, &r, flags);
     return true;
   }
   RECT r = {0, 0, 0, 0};
   font->DrawText(mDrawBitmap, str, -1, &r, flags | DT_CALCRECT);
-  const int w = r.right, h = r.bottom;
+  // Back in units, whole ones that hold the pixels.
+  const int w = mMap.Unit(r.right - 1) + 1, h = mMap.Unit(r.bottom - 1) + 1;
   switch (text->mAlign)
   {
   case IText::kAlignLeft:

@@ -23,9 +23,12 @@ struct IGraphicsLinux::View
     IGraphicsLinux* g = Of(data);
     g->OnGUIIdle();
     IRECT r;
-    // One pixel wider and taller: DrawRect draws on R and B themselves.
+    // One unit wider and taller: DrawRect draws on R and B themselves.
     if (g->mView && g->IsDirty(&r) && !g->PaintNow(IRECT(r.L, r.T, r.R + 1, r.B + 1)))
-      gtk_widget_queue_draw_area(g->mView, r.L, r.T, r.W() + 1, r.H() + 1);
+    {
+      const IRECT v = g->ToView(IRECT(r.L, r.T, r.R + 1, r.B + 1));
+      gtk_widget_queue_draw_area(g->mView, v.L, v.T, v.W(), v.H());
+    }
     return G_SOURCE_CONTINUE;
   }
 
@@ -36,7 +39,8 @@ struct IGraphicsLinux::View
     IGraphicsLinux* g = Of(data);
     double x1, y1, x2, y2;
     cairo_clip_extents(cr, &x1, &y1, &x2, &y2);
-    IRECT r((int)floor(x1), (int)floor(y1), (int)ceil(x2), (int)ceil(y2));
+    // The units whose pixels the region touches.
+    IRECT r(g->ToUnit(x1), g->ToUnit(y1), g->ToUnit(ceil(x2) - 0.5) + 1, g->ToUnit(ceil(y2) - 0.5) + 1);
     g->mPaintContext = cr;
     g->Draw(&r);
     g->mPaintContext = nullptr;
@@ -69,14 +73,60 @@ IGraphicsLinux::~IGraphicsLinux()
 void IGraphicsLinux::MakeScreenImage()
 {
   if (mScreen) cairo_surface_destroy(mScreen);
-  mScreen = cairo_image_surface_create(CAIRO_FORMAT_RGB24, Width(), Height());
+  mScreen = cairo_image_surface_create(CAIRO_FORMAT_RGB24, PixelWidth(), PixelHeight());
+}
+
+int IGraphicsLinux::DesktopPanelSize()
+{
+  GdkDisplay* display = gdk_display_get_default();
+  if (!display) return 100;
+  GdkMonitor* monitor = gdk_display_get_primary_monitor(display);
+  if (!monitor && gdk_display_get_n_monitors(display) > 0) monitor = gdk_display_get_monitor(display, 0);
+  const int scale = monitor ? gdk_monitor_get_scale_factor(monitor) : 1;
+  if (GDK_IS_X11_DISPLAY(display)) return XDesktopPanelSize(gdk_x11_display_get_xdisplay(display), scale);
+  return PanelSizeForDesktop(scale, 0.0);
+}
+
+double IGraphicsLinux::Density() const
+{
+  // At 100 % a screen of twice the density doubles the panel's pixels;
+  // at any other size the surface is made for the screen's own pixels.
+  if (PanelSize() == 100 || !mView) return 1.0;
+  const int f = gtk_widget_get_scale_factor(mView);
+  return f > 1 ? (double)f : 1.0;
+}
+
+int IGraphicsLinux::ToUnit(double v) const { return Map().Unit((int)floor(v * Density())); }
+
+IRECT IGraphicsLinux::ToView(const IRECT& units) const
+{
+  const IRECT p = Map().Px(units);
+  const double d = Density();
+  return IRECT((int)floor(p.L / d), (int)floor(p.T / d), (int)ceil(p.R / d), (int)ceil(p.B / d));
+}
+
+void IGraphicsLinux::SizeView()
+{
+  if (!mView) return;
+  const IRECT v = ToView(IRECT(0, 0, Width(), Height()));
+  gtk_widget_set_size_request(mView, v.W(), v.H());
+}
+
+void IGraphicsLinux::SetPanelSize(int percent)
+{
+  if (!IsPanelSize(percent) || percent == PanelSize()) return;
+  ForceEndUserEdit();
+  IGraphics::SetPanelSize(percent);
+  MakeScreenImage();
+  SizeView();
+  if (mView) gtk_widget_queue_draw(mView);
 }
 
 void IGraphicsLinux::ConvertToScreen(const IRECT& r, LICE_ScreenChanges* changes)
 {
   if (!mDrawBitmap) return;
-  if (!mScreen || cairo_image_surface_get_width(mScreen) != Width() ||
-      cairo_image_surface_get_height(mScreen) != Height())
+  if (!mScreen || cairo_image_surface_get_width(mScreen) != PixelWidth() ||
+      cairo_image_surface_get_height(mScreen) != PixelHeight())
     MakeScreenImage();
   cairo_surface_flush(mScreen);
   uint32_t* dst = (uint32_t*)cairo_image_surface_get_data(mScreen);
@@ -90,7 +140,7 @@ bool IGraphicsLinux::DrawScreen(IRECT* rect)
   cairo_t* cr = mPaintContext;
   if ((!cr && !mDirect) || !mDrawBitmap) return false;
   // Only the invalidated region is converted and painted.
-  const IRECT r = rect->Intersect(IRECT(0, 0, Width(), Height()));
+  const IRECT r = rect->Intersect(IRECT(0, 0, PixelWidth(), PixelHeight()));
   if (r.Empty()) return true;
   ConvertToScreen(r, mDirect ? &mChanges : nullptr);
   if (mDirect)
@@ -111,12 +161,14 @@ bool IGraphicsLinux::DrawScreen(IRECT* rect)
     return true;
   }
   cairo_save(cr);
+  const double d = Density();
+  cairo_surface_set_device_scale(mScreen, d, d);
   cairo_set_source_surface(cr, mScreen, 0, 0);
-  // On a screen of twice the density or more, each pixel is doubled rather
-  // than smoothed.
-  if (mView && gtk_widget_get_scale_factor(mView) >= 2)
+  // On a screen of twice the density or more, each pixel of a panel at
+  // 100 % is doubled rather than smoothed.
+  if (mView && gtk_widget_get_scale_factor(mView) >= 2 && d == 1.0)
     cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_NEAREST);
-  cairo_rectangle(cr, r.L, r.T, r.W(), r.H());
+  cairo_rectangle(cr, r.L / d, r.T / d, r.W() / d, r.H() / d);
   cairo_fill(cr);
   cairo_restore(cr);
   return true;
@@ -182,7 +234,7 @@ void* IGraphicsLinux::OpenWindow(void* parent)
   if (!gdk_display_get_default() || !container) return nullptr;
   mContainer = container;
   mView = gtk_drawing_area_new();
-  gtk_widget_set_size_request(mView, Width(), Height());
+  SizeView();
   gtk_widget_set_can_focus(mView, TRUE);
   gtk_widget_add_events(mView, GDK_BUTTON_PRESS_MASK | GDK_BUTTON_RELEASE_MASK | GDK_POINTER_MOTION_MASK |
                                    GDK_SCROLL_MASK | GDK_KEY_PRESS_MASK | GDK_LEAVE_NOTIFY_MASK);
@@ -225,7 +277,7 @@ void IGraphicsLinux::Resize(int w, int h)
   if (w == Width() && h == Height()) return;
   IGraphics::Resize(w, h);
   MakeScreenImage();
-  if (mView) gtk_widget_set_size_request(mView, w, h);
+  SizeView();
 }
 
 void IGraphicsLinux::HideMouseCursor()

@@ -29,6 +29,8 @@ public:
   // Nothing when the size is unchanged; otherwise every control goes and
   // the view takes the new size.
   void Resize(int w, int h) override;
+  // The view and the window around it take the panel's new size.
+  void SetPanelSize(int percent) override;
   bool WindowIsOpen() override { return mView != nullptr; }
   const char* GetGUIAPI() override { return "GTK GUI"; }
   int ShowMessageBox(const char* text, const char* caption, int type) override;
@@ -57,6 +59,10 @@ public:
   // A PNG from the resource root; any other kind of name gives null.
   LICE_IBitmap* OSLoadBitmap(int id, const char* name) override;
 
+  // The panel size that suits the desktop shown on: its scale factor and,
+  // on X, its Xft.dpi (IGraphicsXlib.h); 100 without a display.
+  static int DesktopPanelSize();
+
   // The view's cost per frame, apart from the engine's drawing: puts a
   // region of the surface into the screen image in the screen's pixel form,
   // noting what changed when asked.
@@ -69,6 +75,14 @@ public:
   friend struct Input;
 
 private:
+  // Surface pixels per pixel of the view's coordinates: the screen's scale
+  // factor when the panel is drawn at a size for it, else 1.
+  double Density() const;
+  // A position in the view's coordinates as a unit; units as a rectangle of
+  // the view.
+  int ToUnit(double v) const;
+  IRECT ToView(const IRECT& units) const;
+  void SizeView();
   void MakeScreenImage();
   // Draws the rectangle and puts it straight on the X window, outside GTK's
   // frame cycle; false where that cannot be done (not X11, a scaled or

@@ -127,7 +127,8 @@ IPopupMenu* IGraphicsLinux::CreateIPopupMenu(IPopupMenu* menu, IRECT* rect)
   run.shell = shell;
   gtk_menu_attach_to_widget(GTK_MENU(shell), mView, nullptr);
   g_signal_connect(shell, "deactivate", G_CALLBACK(OnMenuDone), &run);
-  GdkRectangle at = {rect->L, rect->B + 5, 1, 1};
+  const IRECT place = ToView(*rect);
+  GdkRectangle at = {place.L, place.B + 5, 1, 1};
   GdkEvent* trigger = gtk_get_current_event();
   gtk_menu_popup_at_rect(GTK_MENU(shell), gtk_widget_get_window(mView), &at, GDK_GRAVITY_NORTH_WEST,
                          GDK_GRAVITY_NORTH_WEST, trigger);

@@ -42,10 +42,10 @@ struct IGraphicsLinux::Input
     // press and as a double press.
     if (ev->type != GDK_BUTTON_PRESS) return TRUE;
     gtk_widget_grab_focus(w);
-    const int x = (int)ev->x, y = (int)ev->y;
+    const int x = g->ToUnit(ev->x), y = g->ToUnit(ev->y);
     g->mPrevX = x;
     g->mPrevY = y;
-    const int clicks = g->ClickCount((int)ev->button, ev->time, x, y);
+    const int clicks = g->ClickCount((int)ev->button, ev->time, (int)ev->x, (int)ev->y);
     if (ev->button == 1)
     {
       IMouseMod mod = XModsOf(ev->state, false);
@@ -66,7 +66,7 @@ struct IGraphicsLinux::Input
   {
     IGraphicsLinux* g = Of(data);
     if (ev->button != 1 && ev->button != 3) return TRUE;
-    const int x = (int)ev->x, y = (int)ev->y;
+    const int x = g->ToUnit(ev->x), y = g->ToUnit(ev->y);
     g->mPrevX = x;
     g->mPrevY = y;
     IMouseMod mod = XModsOf(ev->state, ev->button == 3);
@@ -77,7 +77,7 @@ struct IGraphicsLinux::Input
   static gboolean OnMotion(GtkWidget*, GdkEventMotion* ev, gpointer data)
   {
     IGraphicsLinux* g = Of(data);
-    const int x = (int)ev->x, y = (int)ev->y;
+    const int x = g->ToUnit(ev->x), y = g->ToUnit(ev->y);
     g->mPrevX = x;
     g->mPrevY = y;
     const bool left = ev->state & GDK_BUTTON1_MASK, right = ev->state & GDK_BUTTON3_MASK;
@@ -110,7 +110,7 @@ struct IGraphicsLinux::Input
     if (g->mTextEntry) g->ForceEndUserEdit();
     if (!d) return TRUE;
     IMouseMod mod = XModsOf(ev->state, false);
-    g->OnMouseWheel((int)ev->x, (int)ev->y, &mod, d);
+    g->OnMouseWheel(g->ToUnit(ev->x), g->ToUnit(ev->y), &mod, d);
     return TRUE;
   }
 
@@ -187,9 +187,12 @@ void IGraphicsLinux::CreateTextEntry(IControl* control, IText* text, IRECT* rect
                                                  : text->mAlign == IText::kAlignCentre ? 0.5f
                                                                                        : 1.0f);
   gtk_entry_set_width_chars(GTK_ENTRY(mTextEntry), 1);
-  gtk_widget_set_size_request(mTextEntry, rect->W(), rect->H());
+  // In the view's pixels, at the panel's size.
+  const IRECT place = ToView(*rect);
+  gtk_widget_set_size_request(mTextEntry, place.W(), place.H());
+  const int fontPixels = (int)(0.9 * Map().Pxf((float)text->mSize) / Density());
   AddCss(mTextEntry, "entry { font-family: \"" + std::string(text->mFont) + "\", monospace; font-size: " +
-                         std::to_string((int)(0.9 * text->mSize)) + "px; color: " + CssColor(text->mTextEntryFGColor) +
+                         std::to_string(fontPixels) + "px; color: " + CssColor(text->mTextEntryFGColor) +
                          "; background: " + CssColor(text->mTextEntryBGColor) +
                          "; border: none; box-shadow: none; outline: none; padding: 0; min-height: 0; }");
   gtk_entry_set_text(GTK_ENTRY(mTextEntry), str ? str : "");
@@ -199,7 +202,7 @@ void IGraphicsLinux::CreateTextEntry(IControl* control, IText* text, IRECT* rect
   g_signal_connect(mTextEntry, "activate", G_CALLBACK(Input::OnEntryActivate), this);
   g_signal_connect(mTextEntry, "focus-out-event", G_CALLBACK(Input::OnEntryFocusOut), this);
   g_signal_connect(mTextEntry, "key-press-event", G_CALLBACK(Input::OnEntryKey), this);
-  gtk_fixed_put(GTK_FIXED(mContainer), mTextEntry, rect->L, rect->T);
+  gtk_fixed_put(GTK_FIXED(mContainer), mTextEntry, place.L, place.T);
   gtk_widget_show(mTextEntry);
   if (GtkWidget* top = gtk_widget_get_toplevel(mView)) gtk_window_present(GTK_WINDOW(top));
   gtk_widget_grab_focus(mTextEntry);

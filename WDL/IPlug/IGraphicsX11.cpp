@@ -1,6 +1,7 @@
 #include "IGraphicsX11.h"
 
 #include "IControl.h"
+#include "IPanelSizeFile.h"
 #include "IPlugBase.h"
 
 #include <X11/Xatom.h>
@@ -8,6 +9,8 @@
 #include <X11/Xutil.h>
 #include <X11/extensions/XShm.h>
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <poll.h>
@@ -102,15 +105,9 @@ void* IGraphicsX11::OpenWindow(void* parent)
   attributes.background_pixmap = None; // the panel paints every pixel
   attributes.event_mask = ExposureMask | ButtonPressMask | ButtonReleaseMask | PointerMotionMask | KeyPressMask |
                           FocusChangeMask | LeaveWindowMask | StructureNotifyMask;
-  mWindow = XCreateWindow(mDisplay, within, 0, 0, (unsigned)Width(), (unsigned)Height(), 0, mDepth, InputOutput, visual,
-                          CWColormap | CWBorderPixel | CWBackPixmap | CWEventMask, &attributes);
-  // A fixed size: the panel's.
-  XSizeHints* hints = XAllocSizeHints();
-  hints->flags = PSize | PMinSize | PMaxSize;
-  hints->width = hints->min_width = hints->max_width = Width();
-  hints->height = hints->min_height = hints->max_height = Height();
-  XSetWMNormalHints(mDisplay, mWindow, hints);
-  XFree(hints);
+  mWindow = XCreateWindow(mDisplay, within, 0, 0, (unsigned)PixelWidth(), (unsigned)PixelHeight(), 0, mDepth,
+                          InputOutput, visual, CWColormap | CWBorderPixel | CWBackPixmap | CWEventMask, &attributes);
+  SetSizeHints();
   XStoreName(mDisplay, mWindow, mPlug ? mPlug->GetEffectName() : "");
   if (!parent)
   {
@@ -180,20 +177,62 @@ void IGraphicsX11::CloseWindow()
   mCursorHidden = false;
 }
 
+void IGraphicsX11::SetSizeHints()
+{
+  // A fixed size: the panel's at its size.
+  XSizeHints* hints = XAllocSizeHints();
+  hints->flags = PSize | PMinSize | PMaxSize;
+  hints->width = hints->min_width = hints->max_width = PixelWidth();
+  hints->height = hints->min_height = hints->max_height = PixelHeight();
+  XSetWMNormalHints(mDisplay, mWindow, hints);
+  XFree(hints);
+}
+
 void IGraphicsX11::Resize(int w, int h)
 {
   if (w == Width() && h == Height()) return;
   IGraphics::Resize(w, h);
+  ResizeWindow();
+}
+
+void IGraphicsX11::SetPanelSize(int percent)
+{
+  if (!IsPanelSize(percent) || percent == PanelSize()) return;
+  ForceEndUserEdit();
+  IGraphics::SetPanelSize(percent);
+  ResizeWindow();
+}
+
+void IGraphicsX11::ResizeWindow()
+{
   if (!mWindow) return;
   DropScreenImage();
   MakeScreenImage();
-  XResizeWindow(mDisplay, mWindow, (unsigned)w, (unsigned)h);
+  SetSizeHints();
+  XResizeWindow(mDisplay, mWindow, (unsigned)PixelWidth(), (unsigned)PixelHeight());
   SetAllControlsDirty();
+}
+
+void IGraphicsX11::ChoosePanelSize(int percent)
+{
+  if (!IsPanelSize(percent)) return;
+  if (!WriteChosenPanelSize(UserOptionsPath(), percent))
+    fprintf(stderr, "VELTRA: the panel's size could not be kept in %s: %s\n", UserOptionsPath().c_str(),
+            strerror(errno));
+  if (percent == PanelSize()) return;
+  SetPanelSize(percent);
+  if (mOnResize) mOnResize(PixelWidth(), PixelHeight());
+}
+
+int IGraphicsX11::StartPanelSize(double hostFactor)
+{
+  if (const int chosen = ReadChosenPanelSize(UserOptionsPath())) return chosen;
+  return hostFactor > 0.0 ? NearestPanelSize(hostFactor) : XDesktopPanelSize();
 }
 
 bool IGraphicsX11::MakeScreenImage()
 {
-  const int w = Width(), h = Height();
+  const int w = PixelWidth(), h = PixelHeight();
   Display* d = mDisplay;
   if (XShmQueryExtension(d))
   {
@@ -293,7 +332,7 @@ void IGraphicsX11::PutImage(int x, int y, int w, int h)
 void IGraphicsX11::PutExposed()
 {
   // What is on the window was lost there: the screen image has it.
-  const IRECT r = mExposed.Intersect(IRECT(0, 0, Width(), Height()));
+  const IRECT r = mExposed.Intersect(IRECT(0, 0, PixelWidth(), PixelHeight()));
   mExposed = IRECT();
   if (!mWindow || r.Empty()) return;
   WaitForServer();
@@ -307,7 +346,7 @@ void IGraphicsX11::Flush()
 
 void IGraphicsX11::PutRegion(const IRECT& rect, bool onlyChanges)
 {
-  const IRECT r = rect.Intersect(IRECT(0, 0, Width(), Height()));
+  const IRECT r = rect.Intersect(IRECT(0, 0, PixelWidth(), PixelHeight()));
   if (!mImage || !mDrawBitmap || r.Empty()) return;
   WaitForServer();
   LICE_CopyToScreenFormat((uint32_t*)mImage->data, mImage->bytes_per_line / 4, mDrawBitmap, r.L, r.T, r.W(), r.H(),
@@ -326,7 +365,7 @@ bool IGraphicsX11::DrawScreen(IRECT* rect)
   if (mEntry.open)
   {
     DrawTextEntry();
-    r = r.Union(mEntry.rect);
+    r = r.Union(Map().Px(mEntry.rect));
   }
   PutRegion(r, true);
   return true;

@@ -13,6 +13,7 @@
 
 #include "../wdlstring.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,18 @@ public:
   bool DrawScreen(IRECT* rect) override;
   void ForceEndUserEdit() override;
   void Resize(int w, int h) override;
+  // The window takes the panel's new size (the host's choice: the host is
+  // not asked).
+  void SetPanelSize(int percent) override;
+  // The user's choice on the panel: the size is kept for the next panel
+  // (IPanelSizeFile.h) and the resize listener is told the window's new
+  // size in pixels, so that the host makes room.
+  void ChoosePanelSize(int percent);
+  void SetResizeListener(std::function<void(int, int)> listener) { mOnResize = std::move(listener); }
+  // The size a plug-in's panel starts at: the user's choice where there is
+  // one, else the host's scale factor when given (above 0), else the
+  // desktop's.
+  static int StartPanelSize(double hostFactor = 0.0);
   bool WindowIsOpen() override { return mWindow != 0; }
   const char* GetGUIAPI() override { return "Xlib GUI"; }
   int ShowMessageBox(const char* text, const char* caption, int type) override;
@@ -69,7 +82,8 @@ public:
   void ShowWindow(bool show);
 
   // The view's cost per frame apart from the engine's drawing: converts a
-  // region to the screen image and puts what changed on the window.
+  // region (in pixels) to the screen image and puts what changed on the
+  // window.
   void PutRegion(const IRECT& rect, bool onlyChanges);
 
 private:
@@ -81,6 +95,9 @@ private:
   void HandleWindowGone(_XEvent* ev);
   bool MakeScreenImage();
   void DropScreenImage();
+  void SetSizeHints();
+  // The window, its screen image and its hints at the panel's pixel size.
+  void ResizeWindow();
   void PutImage(int x, int y, int w, int h);
   // Puts back what the server reported lost (mExposed) from the screen image.
   void PutExposed();
@@ -119,6 +136,7 @@ private:
   int mPrevX = 0, mPrevY = 0;
   XClickCounter mClicks;
   std::string mResourceRoot;
+  std::function<void(int, int)> mOnResize;
 
   struct TextEntry
   {

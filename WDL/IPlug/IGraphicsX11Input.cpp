@@ -30,10 +30,10 @@ void IGraphicsX11::HandleEvent(XEvent* ev)
   {
     const XButtonEvent& b = ev->xbutton;
     if (b.button != 1 && b.button != 3) break;
-    mPrevX = b.x;
-    mPrevY = b.y;
+    mPrevX = Map().Unit(b.x);
+    mPrevY = Map().Unit(b.y);
     IMouseMod mod = XModsOf(b.state, b.button == 3);
-    OnMouseUp(b.x, b.y, &mod);
+    OnMouseUp(mPrevX, mPrevY, &mod);
     break;
   }
   case MotionNotify:
@@ -57,25 +57,27 @@ void IGraphicsX11::HandleEvent(XEvent* ev)
 void IGraphicsX11::HandleButtonPress(XEvent* ev)
 {
   const XButtonEvent& b = ev->xbutton;
-  mPrevX = b.x;
-  mPrevY = b.y;
+  // The engine's units from the window's pixels.
+  const int x = Map().Unit(b.x), y = Map().Unit(b.y);
+  mPrevX = x;
+  mPrevY = y;
   if (b.button >= 4 && b.button <= 5)
   {
     if (mEntry.open) ForceEndUserEdit();
     IMouseMod mod = XModsOf(b.state, false);
-    OnMouseWheel(b.x, b.y, &mod, b.button == 4 ? 1 : -1);
+    OnMouseWheel(x, y, &mod, b.button == 4 ? 1 : -1);
     return;
   }
   if (b.button != 1 && b.button != 3) return;
-  if (mEntry.open && !mEntry.rect.Contains(b.x, b.y)) EndTextEntry(true);
+  if (mEntry.open && !mEntry.rect.Contains(x, y)) EndTextEntry(true);
   // Keys go to the panel once it has been clicked, as in a window of its own.
   XSetInputFocus(mDisplay, mWindow, RevertToParent, b.time);
   const int clicks = mClicks.Count((int)b.button, b.time, b.x, b.y);
   IMouseMod mod = XModsOf(b.state, b.button == 3);
   if (b.button == 1 && clicks >= 2)
-    OnMouseDblClick(b.x, b.y, &mod);
+    OnMouseDblClick(x, y, &mod);
   else
-    OnMouseDown(b.x, b.y, &mod);
+    OnMouseDown(x, y, &mod);
 }
 
 void IGraphicsX11::HandleMotion(XEvent* ev)
@@ -91,16 +93,16 @@ void IGraphicsX11::HandleMotion(XEvent* ev)
     XNextEvent(mDisplay, ev);
   }
   const XMotionEvent& m = ev->xmotion;
-  mPrevX = m.x;
-  mPrevY = m.y;
+  mPrevX = Map().Unit(m.x);
+  mPrevY = Map().Unit(m.y);
   const bool left = m.state & Button1Mask, right = m.state & Button3Mask;
   IMouseMod mod = XModsOf(m.state, right && !left);
   if (left || right)
   {
-    if (!mEntry.open) OnMouseDrag(m.x, m.y, &mod);
+    if (!mEntry.open) OnMouseDrag(mPrevX, mPrevY, &mod);
   }
   else
-    OnMouseOver(m.x, m.y, &mod);
+    OnMouseOver(mPrevX, mPrevY, &mod);
 }
 
 void IGraphicsX11::HandleKeyPress(XEvent* ev)
@@ -197,7 +199,7 @@ void IGraphicsX11::CreateTextEntry(IControl* control, IText* text, IRECT* rect, 
   mEntry.caret = mEntry.value.size();
   XSetInputFocus(mDisplay, mWindow, RevertToParent, CurrentTime);
   DrawTextEntry();
-  PutRegion(mEntry.rect, false);
+  PutRegion(Map().Px(mEntry.rect), false);
 }
 
 void IGraphicsX11::DrawTextEntry()

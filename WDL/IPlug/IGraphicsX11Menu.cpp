@@ -45,7 +45,7 @@ class MenuRun
 public:
   MenuRun(IGraphicsX11* gui, IText* text) : mGui(gui), mText(text)
   {
-    mSaved.reset(new LICE_MemBitmap(gui->Width(), gui->Height()));
+    mSaved.reset(new LICE_MemBitmap(gui->PixelWidth(), gui->PixelHeight()));
     LICE_Copy(mSaved.get(), gui->GetDrawBitmap());
   }
 
@@ -83,8 +83,9 @@ public:
   {
     IRECT dirty = mPainted;
     LICE_IBitmap* surface = mGui->GetDrawBitmap();
+    const IRECT saved = mGui->Map().Px(mPainted);
     if (!mPainted.Empty())
-      LICE_Blit(surface, mSaved.get(), mPainted.L, mPainted.T, mPainted.L, mPainted.T, mPainted.W(), mPainted.H(), 1.0f,
+      LICE_Blit(surface, mSaved.get(), saved.L, saved.T, saved.L, saved.T, saved.W(), saved.H(), 1.0f,
                 LICE_BLIT_MODE_COPY);
     mPainted = IRECT();
     for (MenuBox& box : mBoxes)
@@ -92,7 +93,7 @@ public:
       DrawBox(box);
       mPainted = mPainted.Union(box.rect);
     }
-    mGui->PutRegion(dirty.Union(mPainted), false);
+    mGui->PutRegion(mGui->Map().Px(dirty.Union(mPainted)), false);
   }
 
   void Close()
@@ -253,20 +254,23 @@ IPopupMenu* IGraphicsX11::CreateIPopupMenu(IPopupMenu* menu, IRECT* rect)
     case MotionNotify:
       if (startX < 0) startX = ev.xmotion.x, startY = ev.xmotion.y;
       armed = armed || std::abs(ev.xmotion.x - startX) > 3 || std::abs(ev.xmotion.y - startY) > 3;
-      run.Hover(ev.xmotion.x, ev.xmotion.y);
+      run.Hover(Map().Unit(ev.xmotion.x), Map().Unit(ev.xmotion.y));
       break;
     case ButtonPress:
       // A press outside every box closes the menu; inside, the release acts.
-      if (!run.Inside(ev.xbutton.x, ev.xbutton.y)) open = false;
+      if (!run.Inside(Map().Unit(ev.xbutton.x), Map().Unit(ev.xbutton.y))) open = false;
       armed = true;
       break;
     case ButtonRelease:
-      if (armed && run.Inside(ev.xbutton.x, ev.xbutton.y))
+    {
+      const int x = Map().Unit(ev.xbutton.x), y = Map().Unit(ev.xbutton.y);
+      if (armed && run.Inside(x, y))
       {
-        run.Hover(ev.xbutton.x, ev.xbutton.y);
+        run.Hover(x, y);
         if (run.Choose()) open = false;
       }
       break;
+    }
     case KeyPress:
     {
       const KeySym key = XLookupKeysym(&ev.xkey, 0);

@@ -1,6 +1,9 @@
 #include "IGraphicsXlib.h"
 
+#include "IPanelScale.h"
+
 #include <X11/Xlib.h>
+#include <X11/Xresource.h>
 #include <X11/keysym.h>
 #include <cctype>
 #include <cstdlib>
@@ -176,4 +179,42 @@ void XEndFilePrompt(const std::string& chosen, WDL_String* fileName, WDL_String*
 {
   fileName->Set(chosen.c_str());
   if (dir) dir->Set(chosen.substr(0, chosen.rfind('/') + 1).c_str());
+}
+
+int PanelSizeForDesktop(int gdkScale, double xftDpi)
+{
+  double factor = gdkScale > 1 ? (double)gdkScale : 1.0;
+  if (xftDpi > 0.0) factor = std::max(factor, xftDpi / 96.0);
+  // Beyond the largest size the largest; below 100 % never.
+  return NearestPanelSize(std::min(factor, 2.0));
+}
+
+int XDesktopPanelSize(void* display, int gdkScale)
+{
+  if (gdkScale <= 0)
+  {
+    const char* env = getenv("GDK_SCALE");
+    gdkScale = env ? atoi(env) : 1;
+  }
+  Display* d = (Display*)display;
+  const bool own = !d;
+  if (own) d = XOpenDisplay(nullptr);
+  double dpi = 0.0;
+  if (d)
+  {
+    // The resources as the desktop set them on the root window (xrdb).
+    if (const char* resources = XResourceManagerString(d))
+    {
+      XrmInitialize();
+      if (XrmDatabase db = XrmGetStringDatabase(resources))
+      {
+        char* type = nullptr;
+        XrmValue value;
+        if (XrmGetResource(db, "Xft.dpi", "Xft.Dpi", &type, &value) && value.addr) dpi = atof(value.addr);
+        XrmDestroyDatabase(db);
+      }
+    }
+    if (own) XCloseDisplay(d);
+  }
+  return PanelSizeForDesktop(gdkScale, dpi);
 }

@@ -50,6 +50,14 @@ std::string XKeepSaveType(std::string* chosen, const std::vector<std::string>& t
 // The choice into fileName, its folder with a trailing "/" into dir.
 void XEndFilePrompt(const std::string& chosen, WDL_String* fileName, WDL_String* dir);
 
+// The panel size that suits the desktop, one of kPanelSizes: the larger of
+// the screen's scale factor (gdkScale; 0 reads GDK_SCALE) and the X
+// resources' Xft.dpi over 96, to the nearest size offered. display: an
+// open Display*, or null to open the default one for the question.
+int XDesktopPanelSize(void* display = nullptr, int gdkScale = 0);
+// The same from the two figures (an Xft.dpi of 0 or less: none given).
+int PanelSizeForDesktop(int gdkScale, double xftDpi);
+
 // Milliseconds of the monotonic clock.
 double XNowMs();
 

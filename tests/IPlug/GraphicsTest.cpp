@@ -367,3 +367,84 @@ TEST(Graphics, MissingImagesAreNamedInOneLineWithTheirFolder)
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "2 images missing from /some/folder, not drawn: resources/img/gone.png, resources/img/lost.png\n");
 }
+
+// At every size the units are mapped by their edges: a grid of controls of
+// uneven sizes covers the surface with neither a gap nor an overlap, and
+// every pixel is hit-tested back to the control drawn on it.
+TEST(Graphics, AtEverySizeNeighbouringControlsMeetPixelForPixelAndTheMouseFindsThem)
+{
+  for (int percent : kPanelSizes)
+  {
+    GuiRig rig(91, 39);
+    std::vector<Probe*> grid;
+    for (int t = 0; t < 39; t += 13)
+      for (int l = 0, w = 5; l < 91; l += w, w = w % 11 + 3)
+      {
+        const IColor c(255, 10 + (int)grid.size() * 3, 200, 255 - (int)grid.size());
+        grid.push_back(new Probe(&rig.plug, IRECT(l, t, std::min(l + w, 91), t + 13), -1, c));
+        rig.gui->AttachControl(grid.back());
+      }
+    rig.gui->SetPanelSize(percent);
+    rig.Attach();
+    rig.gui->SetAllControlsDirty();
+    ASSERT_TRUE(rig.Frame());
+    const IPanelScale& map = rig.gui->Map();
+    ASSERT_EQ(rig.gui->GetDrawBitmap()->getWidth(), map.Px(91)) << percent;
+    for (int y = 0; y < map.Px(39); ++y)
+      for (int x = 0; x < map.Px(91); ++x)
+      {
+        const int c = rig.gui->GetMouseControlIdx(map.Unit(x), map.Unit(y));
+        ASSERT_GE(c, 0) << percent << "% pixel " << x << "," << y;
+        EXPECT_EQ(rig.Pixel(x, y), LiceColor(grid[(size_t)c]->mColor)) << percent << "% pixel " << x << "," << y;
+      }
+    for (int u = -3; u <= 920; ++u) ASSERT_EQ(map.Unit(map.Px(u)), u) << percent << "% unit " << u;
+  }
+}
+
+// Images at a larger size come from their twice-size version: copied at
+// 200 %, averaged down at 150 % with transparent pixels lending no colour;
+// an image without one is enlarged from itself. Text is set at the size.
+TEST(Graphics, LargerSizesDrawFromTwiceSizeImagesAndScaleText)
+{
+  GuiRig rig(4, 2);
+  // At 100 % one opaque unit and one transparent one; at 200 % the same in
+  // 2 x 2 blocks, the transparent half black.
+  const IBitmap bm = rig.Solid(2, 1, 1, LICE_RGBA(255, 0, 0, 255));
+  LICE_MemBitmap twice(4, 2);
+  for (int y = 0; y < 2; ++y)
+    for (int x = 0; x < 4; ++x) twice.getBits()[y * twice.getRowSpan() + x] = x < 2 ? LICE_RGBA(255, 0, 0, 255) : 0;
+  const std::string name = "img" + std::to_string(rig.NextBitmapId() - 1) + "@2x.png";
+  ASSERT_TRUE(WritePngFile(rig.gui->mFolder.File(name), &twice));
+  const IBitmap plain = rig.Solid(2, 1, 1, LICE_RGBA(0, 0, 255, 255)); // no twice-size version
+  IPanelControl* back = new IPanelControl(&rig.plug, IRECT(0, 0, 4, 2), &COLOR_WHITE);
+  rig.gui->AttachControl(back);
+  rig.gui->AttachControl(new IBitmapControl(&rig.plug, 0, 0, -1, bm));
+  rig.gui->AttachControl(new IBitmapControl(&rig.plug, 2, 1, -1, plain));
+  rig.Attach();
+  const int R = 0, G = 1;
+  auto channel = [&](int x, int y, int c)
+  { return (int)(c == R ? LICE_GETR(rig.Pixel(x, y)) : LICE_GETG(rig.Pixel(x, y))); };
+
+  rig.gui->SetPanelSize(200);
+  rig.Frame();
+  EXPECT_EQ(rig.Pixel(1, 1), LiceColor(IColor(255, 255, 0, 0)));
+  EXPECT_EQ(rig.Pixel(2, 1), LiceColor(COLOR_WHITE)) << "the transparent half shows the panel";
+  EXPECT_EQ(rig.Pixel(5, 3), LiceColor(IColor(255, 0, 0, 255))) << "an image without its twice size, enlarged";
+
+  rig.gui->SetPanelSize(150); // two units: three pixels, the middle one half covered
+  rig.Frame();
+  EXPECT_EQ(rig.Pixel(0, 0), LiceColor(IColor(255, 255, 0, 0)));
+  EXPECT_EQ(channel(1, 0, R), 255) << "the edge pixel is red, half seen, not darkened";
+  EXPECT_NEAR(channel(1, 0, G), 128, 2);
+  EXPECT_EQ(rig.Pixel(2, 0), LiceColor(COLOR_WHITE));
+
+  IText text(14, &COLOR_BLACK);
+  IRECT at100(0, 0, 200, 20), at150(0, 0, 200, 20);
+  rig.gui->SetPanelSize(100);
+  rig.gui->MeasureIText(&text, "Resonance", &at100);
+  LICE_IFont* own = text.mCached;
+  rig.gui->SetPanelSize(150);
+  rig.gui->MeasureIText(&text, "Resonance", &at150);
+  EXPECT_NEAR(at150.W(), at100.W(), at100.W() / 8) << "a text measures about as many units at every size";
+  EXPECT_EQ(text.mCached, own) << "its style keeps its own font";
+}
