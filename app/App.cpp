@@ -40,10 +40,12 @@ int Load()
   gTempState = new AppState;
   gActiveState = new AppState;
   JoinSession(); // under a session manager, its folder holds the settings
-  // The panel's images decode meanwhile, while the sound's start waits on
-  // its servers.
-  if (SWELL_HasDisplay()) DecodePanelImagesAhead();
-  return LoadSettings();
+  const bool loaded = LoadSettings();
+  LoadOptions();
+  // The panel's images (at the size it will show at) decode meanwhile,
+  // while the sound's start waits on its servers.
+  if (SWELL_HasDisplay()) DecodePanelImagesAhead(StartPanelSize() != 100);
+  return loaded;
 }
 } // namespace
 
@@ -55,7 +57,6 @@ void Init()
   LoadSessionProgram();
   LoadCurrentProgram();
   LoadControllers();
-  LoadOptions();
   StartEngines(true);
   sStatusTimer = g_timeout_add(100, OnStatusTimer, nullptr);
 }

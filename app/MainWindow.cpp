@@ -5,8 +5,9 @@
 #include "Console.h"
 #include "Controllers.h"
 #include "CurrentProgram.h"
-#include "IGraphics.h"
+#include "IGraphicsLinux.h"
 #include "IPlugStandalone.h"
+#include "Options.h"
 #include "Session.h"
 #include "Settings.h"
 #include "VELTRA.h"
@@ -43,6 +44,13 @@ const SWELL_MenuGen_Entry kMenu1[] = {
     {"&Forget Controller", ID_FORGET_CONTROLLER, 0},
     {"Forget &All Controllers", ID_FORGET_ALL_CONTROLLERS, 0},
     {SWELL_MENUGEN_ENDPOPUP, 0, 0},
+    // The panel's sizes, from ID_VIEW_SIZE_FIRST in the order of kPanelSizes.
+    {SWELL_MENUGEN_POPUP_PREFIX "&View", 0, 0},
+    {"&100%", ID_VIEW_SIZE_FIRST, MFT_RADIOCHECK},
+    {"12&5%", ID_VIEW_SIZE_FIRST + 1, MFT_RADIOCHECK},
+    {"15&0%", ID_VIEW_SIZE_FIRST + 2, MFT_RADIOCHECK},
+    {"&200%", ID_VIEW_SIZE_FIRST + 3, MFT_RADIOCHECK},
+    {SWELL_MENUGEN_ENDPOPUP, 0, 0},
     {SWELL_MENUGEN_POPUP_PREFIX "&Help", 0, 0},
     {"&About", ID_ABOUT, 0},
     {SWELL_MENUGEN_ENDPOPUP, 0, 0},
@@ -61,6 +69,25 @@ void CloseMainWindow(HWND hwnd)
 }
 
 const char* const kAboutText = "QuillmoorInstruments\nBuilt on " __DATE__;
+
+IGraphics* PanelGUI() { return gPluginInstance ? static_cast<IGraphics*>(gPluginInstance->GetGUI()) : nullptr; }
+
+// The View menu's dot on the panel's size.
+void TickPanelSize(HWND hwnd, int percent)
+{
+  for (int i = 0; i < kNumPanelSizes; ++i)
+    CheckMenuItem(GetMenu(hwnd), ID_VIEW_SIZE_FIRST + i, kPanelSizes[i] == percent ? MF_CHECKED : MF_UNCHECKED);
+}
+
+// The panel, and the window around it, at a size from the View menu; the
+// choice is kept for the next start.
+void ChoosePanelSize(HWND hwnd, int percent)
+{
+  if (IGraphics* gui = PanelGUI()) gui->SetPanelSize(percent);
+  TickPanelSize(hwnd, percent);
+  if (percent != ChosenPanelSize() && !SetChosenPanelSize(percent))
+    Say("couldn't keep the panel's size in %s: %s\n", "options.ini", strerror(errno));
+}
 
 void OnCommand(HWND hwnd, int id)
 {
@@ -86,6 +113,8 @@ void OnCommand(HWND hwnd, int id)
     ForgetAllControllers();
     break;
   default:
+    if (id >= ID_VIEW_SIZE_FIRST && id <= ID_VIEW_SIZE_LAST)
+      ChoosePanelSize(hwnd, kPanelSizes[id - ID_VIEW_SIZE_FIRST]);
     break;
   }
 }
@@ -98,12 +127,16 @@ gboolean OnWindowKey(GtkWidget*, GdkEventKey* ev, gpointer)
 }
 } // namespace
 
+int StartPanelSize() { return ChosenPanelSize() ? ChosenPanelSize() : IGraphicsLinux::DesktopPanelSize(); }
+
 bool AttachGUI()
 {
   // The panel is made the first time a window can show it: without a display
   // the instrument plays with none.
   IGraphics* gui = gPluginInstance && gHWND ? MakePlugGUI(gPluginInstance) : nullptr;
-  if (!gui || !gui->OpenWindow(gHWND)) return false;
+  if (!gui) return false;
+  gui->SetPanelSize(StartPanelSize());
+  if (!gui->OpenWindow(gHWND)) return false;
   gPluginInstance->OnGUIOpen();
   // The program the last run ended with is playing: its name is shown.
   VELTRADisplay* display = static_cast<VELTRA*>(gPluginInstance)->Display();
@@ -167,6 +200,7 @@ void LaunchMainWindow()
   if (bar && gHWND)
   {
     SetMenu(gHWND, bar);
+    TickPanelSize(gHWND, PanelGUI() ? PanelGUI()->PanelSize() : StartPanelSize());
     SWELL_SetDefaultModalWindowMenu(bar);
   }
   else

@@ -14,5 +14,9 @@ void LaunchMainWindow();
 // panel or no window to show it in.
 bool AttachGUI();
 
+// The panel's size at the start: the one chosen in the View menu, else the
+// desktop's.
+int StartPanelSize();
+
 LRESULT MainDlgProc(HWND hwnd, unsigned int msg, WPARAM wParam, LPARAM lParam);
 void CenterWindow(HWND hwnd);

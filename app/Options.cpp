@@ -1,20 +1,20 @@
 #include "Options.h"
 
 #include "Console.h"
+#include "IPanelSizeFile.h"
 #include "Settings.h"
 #include "replacefile.h"
 
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <sstream>
 #include <string>
-#include <sys/stat.h>
 
 namespace
 {
 constexpr const char* kFileName = "options.ini";
 bool sSameSound = true;
+int sPanelSize = 0;
 
 std::string Trimmed(const std::string& s)
 {
@@ -26,20 +26,16 @@ std::string Trimmed(const std::string& s)
 void LoadOptions()
 {
   const std::string path = SettingsFolderFile(kFileName);
-  struct stat st;
-  if (path.empty() || stat(path.c_str(), &st)) return;
+  std::string text;
   // A few lines are ours: anything else, or larger, is not read.
-  if (!S_ISREG(st.st_mode) || st.st_size > 65536)
+  if (!ReadOptionsFile(path, &text))
   {
     Say("%s is not an options file; the sound stays the same at every rate\n", path.c_str());
     return;
   }
-  std::ifstream f(path, std::ios::binary);
-  std::stringstream text;
-  text << f.rdbuf();
-  if (!f) return;
   std::string complaints, line;
-  ReadOptionsText(text.str(), &sSameSound, &complaints);
+  ReadOptionsText(text, &sSameSound, &complaints);
+  sPanelSize = PanelSizeInText(text, &complaints);
   for (std::istringstream each(complaints); std::getline(each, line);) Say("%s %s\n", path.c_str(), line.c_str());
 }
 
@@ -76,6 +72,21 @@ bool SetSameSoundAtEveryRate(bool on)
     errno = ENOENT;
     return false;
   }
-  const std::string text = OptionsText(on);
+  // The file's other lines stay.
+  std::string text;
+  if (!ReadOptionsFile(path, &text))
+  {
+    errno = EEXIST;
+    return false;
+  }
+  text = text.empty() ? OptionsText(on) : WithOption(text, "sound", "same sound at every rate", on ? "on" : "off");
   return WDL_ReplaceFile(path.c_str(), text.data(), text.size());
+}
+
+int ChosenPanelSize() { return sPanelSize; }
+
+bool SetChosenPanelSize(int percent)
+{
+  sPanelSize = percent;
+  return WriteChosenPanelSize(SettingsFolderFile(kFileName), percent);
 }

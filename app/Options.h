@@ -4,6 +4,9 @@
 // alone):
 //   [sound]
 //   same sound at every rate = on    ; or off
+//   [view]
+//   size = 150 %                     ; the panel's, as chosen in the View
+//                                    ; menu (IPanelSizeFile.h)
 // On (the default), at a stream rate other than 44100 Hz the instrument
 // plays at 44100 Hz and its output is converted, so that it sounds the same
 // at every rate; off, it plays at the stream's rate. Read leniently: a
@@ -23,3 +26,9 @@ bool SameSoundAtEveryRate();
 // Changes the option and writes the file at once; false, with errno, when
 // it could not be written (the option holds for this run all the same).
 bool SetSameSoundAtEveryRate(bool on);
+// The panel size chosen in the View menu; 0 while none has been chosen (the
+// panel then follows the desktop).
+int ChosenPanelSize();
+// Keeps the choice in the file at once; false, with errno, when it could
+// not be written.
+bool SetChosenPanelSize(int percent);

@@ -10,3 +10,6 @@
 #define ID_LEARN_CONTROLLER 40008
 #define ID_FORGET_CONTROLLER 40009
 #define ID_FORGET_ALL_CONTROLLERS 40010
+// The View menu's sizes of the panel: 100, 125, 150 and 200 %, in order.
+#define ID_VIEW_SIZE_FIRST 40011
+#define ID_VIEW_SIZE_LAST 40014

@@ -69,9 +69,19 @@ void PresetFunctionsMenu::doPopupMenu()
   const int previous = menu.GetNItems();
   menu.AddItem("Previous Program", -1, list.empty() ? IPopupMenuItem::kDisabled : IPopupMenuItem::kNoFlags);
   menu.AddItem("Next Program", -1, list.empty() ? IPopupMenuItem::kDisabled : IPopupMenuItem::kNoFlags);
+  IPopupMenu sizes;
+  if (mChooseSize)
+  {
+    for (int size : kPanelSizes)
+      sizes.AddItem((std::to_string(size) + "%").c_str(), -1,
+                    size == gui->PanelSize() ? IPopupMenuItem::kChecked : IPopupMenuItem::kNoFlags);
+    menu.AddSeparator();
+    menu.AddItem("Size", &sizes);
+  }
   IPopupMenu* chosen = gui->CreateIPopupMenu(&menu, &mRECT);
   if (!chosen) return;
   const int idx = chosen->GetChosenItemIdx();
+  if (chosen == &sizes && idx >= 0 && idx < kNumPanelSizes) return mChooseSize(kPanelSizes[idx]);
   for (size_t k = 0; k < owned.size(); ++k)
     if (chosen == owned[k].get() && idx >= 0 && idx < (int)items[k].size() && items[k][(size_t)idx] >= 0)
     {

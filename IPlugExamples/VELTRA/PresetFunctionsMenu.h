@@ -2,10 +2,12 @@
 // The panel's program menu: "Save Program..." and "Load Program..." through
 // the file dialog, with the file's name shown in a text control of the
 // panel; below them the factory programs by category, the player's own
-// programs, and "Previous Program" / "Next Program". GUI thread.
+// programs, and "Previous Program" / "Next Program"; in a plug-in, last, the
+// panel's sizes. GUI thread.
 
 #include "IControl.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -30,6 +32,10 @@ public:
   bool LoadFile(const WDL_String& path, bool tell = true, bool oneStep = false);
   // The next (step 1) or previous (-1) program of the list.
   void StepProgram(int step);
+  // Adds a "Size" submenu of the panel's sizes, the current one checked;
+  // choose gets the size picked, in percent. For a panel whose window has no
+  // menu bar of its own (a plug-in's).
+  void OfferPanelSizes(std::function<void(int)> choose) { mChooseSize = std::move(choose); }
 
 private:
   // The list's programs as submenus of menu: one per category, then the
@@ -45,4 +51,5 @@ private:
   WDL_String mPreviousPath;     // the folder of the last file dialog
   ITextControl* mPresetDisplay; // not owned
   std::string mCurrentPath;     // the program file loaded or saved last
+  std::function<void(int)> mChooseSize;
 };

@@ -328,5 +328,6 @@ IGraphics* MakePlugGUI(void* plug);
 
 // Has the panel's images decoded on a thread of their own from now on, so
 // that they are ready when the panel is made: a program that will show the
-// panel calls it early in its start.
-void DecodePanelImagesAhead();
+// panel calls it early in its start; with their twice-size versions for a
+// panel shown larger than 100 %.
+void DecodePanelImagesAhead(bool alsoTwiceSize = false);

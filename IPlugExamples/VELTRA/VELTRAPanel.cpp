@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -62,7 +63,10 @@ enum EBitmap
   kOctaveKnob = 106,
   kSwitch = 107,
   kMeterLED = 108,
-  kFaderHandle = 109
+  kFaderHandle = 109,
+  // The mode switch's own strip: both its positions are modes, so its light
+  // sits on the lever, beside the legend of the mode chosen.
+  kModeSwitch = 110
 };
 
 enum EControlKind
@@ -106,7 +110,7 @@ const ControlPlace kControls[kNumParams] = {
     {kKnobControl, 570, 130, kKnob},         // LFO Rate
     {kKnobControl, 620, 130, kKnob},         // LFO Shape
     {kKnobControl, 670, 130, kKnob},         // LFO Depth
-    {kSwitchControl, 480, 95, kSwitch},      // Synth Mode
+    {kSwitchControl, 480, 95, kModeSwitch},  // Synth Mode
     {kMeterControl, 608, 225, kMeterLED},    // AR envelope meter
     {kMeterControl, 608, 165, kMeterLED},    // LFO meter
     {kKnobControl, 813, 280, kKnob},         // Master Volume
@@ -143,6 +147,7 @@ const StripFile kStrips[] = {
     {kOctaveKnob, "resources/img/knobf.png", 5},  {kSwitch, "resources/img/switch.png", 2},
     {kMeterLED, "resources/img/fadeled.png", 30}, {kFaderHandle, "resources/img/fader.png", 1},
     {kWhiteKeys, "resources/img/wk.png", 6},      {kBlackKey, "resources/img/bk.png", 1},
+    {kModeSwitch, "resources/img/mode.png", 2},
 };
 
 const char kBackgroundFile[] = "resources/img/bg.png";
@@ -156,12 +161,15 @@ IBitmap LoadStrip(IGraphics* panel, EBitmap id)
 }
 } // namespace
 
-void DecodePanelImagesAhead()
+void DecodePanelImagesAhead(bool alsoTwiceSize)
 {
-  const char* names[1 + sizeof(kStrips) / sizeof(kStrips[0])] = {kBackgroundFile};
-  int n = 1;
-  for (const StripFile& s : kStrips) names[n++] = s.file;
-  LICE_DecodeNamedPNGsAhead(names, n);
+  std::vector<std::string> names = {kBackgroundFile};
+  for (const StripFile& s : kStrips) names.push_back(s.file);
+  const size_t n = names.size();
+  for (size_t i = 0; alsoTwiceSize && i < n; ++i) names.push_back(names[i].substr(0, names[i].size() - 4) + "@2x.png");
+  std::vector<const char*> list;
+  for (const std::string& name : names) list.push_back(name.c_str());
+  LICE_DecodeNamedPNGsAhead(list.data(), (int)list.size());
 }
 
 VELTRAPanelParts BuildVeltraPanel(IGraphics* panel, IPlugBase* plug)

@@ -54,7 +54,10 @@ bool VELTRAPluginPanel::MakePanel(const char* resourceRoot)
 {
   IGraphicsX11* view = new IGraphicsX11(this, kPanelWidth, kPanelHeight, 0);
   view->SetResourceRoot(resourceRoot);
+  view->SetPanelSize(IGraphicsX11::StartPanelSize());
   const VELTRAPanelParts parts = BuildVeltraPanel(view, this);
+  // The host's window has no menu bar: the sizes are in the display's menu.
+  parts.programs->OfferPanelSizes([view](int percent) { view->ChoosePanelSize(percent); });
   mKeyboard = parts.keyboard;
   mDisplay = parts.presetName;
   AttachGraphics(view);

@@ -5,6 +5,7 @@
 // embedded in the host's window and driven by the host's timer.
 
 #include "IGraphicsX11.h"
+#include "IPanelSizeFile.h"
 #include "IPlugCLAP.h"
 #include "IPlugInstrument.h"
 #include "lice_freetype.h"
@@ -18,6 +19,7 @@
 #include <clap/ext/timer-support.h>
 #include <clap/plugin-factory.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -117,28 +119,79 @@ bool GuiCreate(const clap_plugin_t* p, const char* api, bool floating)
     return false;
   }
   plugin->adapter->AttachPanel(plugin->panel.get());
+  // A size chosen in the panel's menu: the host is asked to make room.
+  const clap_host_t* host = plugin->host;
+  const clap_host_gui_t* hostGui = (const clap_host_gui_t*)host->get_extension(host, CLAP_EXT_GUI);
+  if (hostGui && hostGui->request_resize)
+    plugin->view->SetResizeListener([host, hostGui](int w, int h)
+                                    { hostGui->request_resize(host, (uint32_t)w, (uint32_t)h); });
   return true;
 }
 
-bool GuiSetScale(const clap_plugin_t*, double) { return false; }
+// The host's scale factor: followed unless the user chose a size.
+bool GuiSetScale(const clap_plugin_t* p, double scale)
+{
+  Plugin* plugin = Of(p);
+  if (!plugin->view || scale <= 0.0) return false;
+  plugin->view->SetPanelSize(IGraphicsX11::StartPanelSize(scale));
+  return true;
+}
 
 bool GuiGetSize(const clap_plugin_t* p, uint32_t* width, uint32_t* height)
 {
   const Plugin* plugin = Of(p);
   if (!plugin->view) return false;
-  *width = (uint32_t)plugin->view->Width();
-  *height = (uint32_t)plugin->view->Height();
+  *width = (uint32_t)plugin->view->PixelWidth();
+  *height = (uint32_t)plugin->view->PixelHeight();
   return true;
 }
 
-bool GuiCanResize(const clap_plugin_t*) { return false; }
-bool GuiGetResizeHints(const clap_plugin_t*, clap_gui_resize_hints_t*) { return false; }
-bool GuiAdjustSize(const clap_plugin_t* p, uint32_t* width, uint32_t* height) { return GuiGetSize(p, width, height); }
+// The panel comes in its four sizes: a host's resize snaps to the nearest.
+bool GuiCanResize(const clap_plugin_t*) { return true; }
 
+bool GuiGetResizeHints(const clap_plugin_t* p, clap_gui_resize_hints_t* hints)
+{
+  const Plugin* plugin = Of(p);
+  if (!plugin->view) return false;
+  hints->can_resize_horizontally = hints->can_resize_vertically = true;
+  hints->preserve_aspect_ratio = true;
+  hints->aspect_ratio_width = (uint32_t)plugin->view->Width();
+  hints->aspect_ratio_height = (uint32_t)plugin->view->Height();
+  return true;
+}
+
+// The size offered nearest a width and height in pixels.
+int PanelSizeFor(const IGraphicsX11* view, uint32_t width, uint32_t height)
+{
+  const double factor = std::min((double)width / view->Width(), (double)height / view->Height());
+  return NearestPanelSize(factor);
+}
+
+bool GuiAdjustSize(const clap_plugin_t* p, uint32_t* width, uint32_t* height)
+{
+  const Plugin* plugin = Of(p);
+  if (!plugin->view) return false;
+  const IPanelScale map(PanelSizeFor(plugin->view, *width, *height));
+  *width = (uint32_t)map.Px(plugin->view->Width());
+  *height = (uint32_t)map.Px(plugin->view->Height());
+  return true;
+}
+
+// One of the sizes exactly (what adjust_size answered): the user resized the
+// host's window, and the size is kept as the user's.
 bool GuiSetSize(const clap_plugin_t* p, uint32_t width, uint32_t height)
 {
-  uint32_t w, h;
-  return GuiGetSize(p, &w, &h) && w == width && h == height;
+  Plugin* plugin = Of(p);
+  if (!plugin->view) return false;
+  const int percent = PanelSizeFor(plugin->view, width, height);
+  const IPanelScale map(percent);
+  if ((uint32_t)map.Px(plugin->view->Width()) != width || (uint32_t)map.Px(plugin->view->Height()) != height)
+    return false;
+  if (percent == plugin->view->PanelSize()) return true;
+  // The host asked for it: not asked back.
+  plugin->view->SetPanelSize(percent);
+  WriteChosenPanelSize(UserOptionsPath(), percent);
+  return true;
 }
 
 bool GuiSetParent(const clap_plugin_t* p, const clap_window_t* window)

@@ -168,7 +168,9 @@ std::string PluginTtl(IPlugBase* plug, const LV2BundleDescription& d)
   // The panel: fed by the host with every port it shows and the notes held.
   t += "\n<" + uri + "#ui>\n  a ui:X11UI ;\n  ui:binary <" + d.mUIBinary + "> ;\n";
   t += "  lv2:requiredFeature urid:map ;\n";
-  t += "  lv2:optionalFeature ui:parent , ui:touch , ui:resize , ui:idleInterface , ui:noUserResize ;\n";
+  t += "  lv2:optionalFeature ui:parent , ui:touch , ui:resize , ui:idleInterface , ui:noUserResize , opts:options ;\n";
+  // The host's scale factor sizes the panel, unless the user chose a size.
+  t += "  opts:supportedOption ui:scaleFactor ;\n";
   t += "  lv2:extensionData ui:idleInterface , ui:showInterface";
   for (int i = 0; i < plug->NParams(); ++i)
   {

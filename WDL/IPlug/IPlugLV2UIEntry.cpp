@@ -13,6 +13,7 @@
 #include <lv2/atom/util.h>
 #include <lv2/core/lv2.h>
 #include <lv2/midi/midi.h>
+#include <lv2/options/options.h>
 #include <lv2/ui/ui.h>
 #include <lv2/urid/urid.h>
 
@@ -34,6 +35,16 @@ const void* Feature(const LV2_Feature* const* features, const char* uri)
   for (int i = 0; features && features[i]; ++i)
     if (!strcmp(features[i]->URI, uri)) return features[i]->data;
   return nullptr;
+}
+
+// The host's ui:scaleFactor among its options; 0 when it gives none.
+double HostScaleFactor(const LV2_Feature* const* features, LV2_URID_Map* map)
+{
+  const LV2_Options_Option* o = (const LV2_Options_Option*)Feature(features, LV2_OPTIONS__options);
+  const LV2_URID scale = map->map(map->handle, LV2_UI__scaleFactor), real = map->map(map->handle, LV2_ATOM__Float);
+  for (; o && o->key; ++o)
+    if (o->key == scale && o->type == real && o->size == sizeof(float) && o->value) return *(const float*)o->value;
+  return 0.0;
 }
 
 void Touch(void* handle, uint32_t port, bool grabbed)
@@ -72,6 +83,10 @@ LV2UI_Handle Instantiate(const LV2UI_Descriptor*, const char* pluginURI, const c
   ui->plug.reset(new IPlugLV2UI(panelSide, info));
   ui->view = PluginPanelView(panelSide);
   if (!ui->view) return nullptr;
+  // The user's size first, else the host's, else the desktop's.
+  ui->view->SetPanelSize(IGraphicsX11::StartPanelSize(HostScaleFactor(features, map)));
+  const LV2UI_Resize* resize = (const LV2UI_Resize*)Feature(features, LV2_UI__resize);
+  if (resize) ui->view->SetResizeListener([resize](int w, int h) { resize->ui_resize(resize->handle, w, h); });
   void* parent = (void*)Feature(features, LV2_UI__parent);
   void* window = nullptr;
   // Without a parent the window is made, as a top-level one, when shown.
@@ -79,8 +94,7 @@ LV2UI_Handle Instantiate(const LV2UI_Descriptor*, const char* pluginURI, const c
   {
     window = ui->view->OpenWindow(parent);
     if (!window) return nullptr;
-    if (const LV2UI_Resize* resize = (const LV2UI_Resize*)Feature(features, LV2_UI__resize))
-      resize->ui_resize(resize->handle, ui->view->Width(), ui->view->Height());
+    if (resize) resize->ui_resize(resize->handle, ui->view->PixelWidth(), ui->view->PixelHeight());
   }
   *widget = (LV2UI_Widget)window;
   return ui.release();

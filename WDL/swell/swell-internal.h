@@ -18,11 +18,17 @@ struct SWELL_MenuItem
   unsigned int state = 0;
   intptr_t data = 0;
   std::string accel; // GTK accelerator, "" for none
+  // One of a group of choices: neighbouring ones form a group in which one
+  // is checked, shown with a dot.
+  bool radio = false;
 };
 
 struct HMENU__
 {
   std::vector<SWELL_MenuItem> items;
+  // The GTK menu made from it while a window shows it: its children are
+  // the items, in order.
+  GtkWidget* shell = nullptr;
   ~HMENU__();
 };
 

@@ -20,6 +20,7 @@ SWELL_MenuGenHelper::SWELL_MenuGenHelper(SWELL_MenuResourceIndex** head, void (*
 
 HMENU__::~HMENU__()
 {
+  if (shell) g_object_remove_weak_pointer(G_OBJECT(shell), (gpointer*)&shell);
   for (SWELL_MenuItem& item : items) delete item.sub;
 }
 
@@ -69,7 +70,8 @@ int Generate(HMENU menu, const SWELL_MenuGen_Entry* list, int count, int i)
     {
       item.text = e.name;
       item.id = e.idx;
-      item.state = e.flags;
+      item.radio = e.flags & MFT_RADIOCHECK;
+      item.state = e.flags & ~MFT_RADIOCHECK;
     }
     menu->items.push_back(item);
   }
@@ -104,8 +106,11 @@ struct Activation
   int id;
 };
 
-void OnItemActivate(GtkMenuItem*, gpointer data)
+void OnItemActivate(GtkMenuItem* w, gpointer data)
 {
+  // A choice of a group is sent as it is chosen, not as its neighbour is
+  // cleared.
+  if (GTK_IS_CHECK_MENU_ITEM(w) && !gtk_check_menu_item_get_active(GTK_CHECK_MENU_ITEM(w))) return;
   const Activation* a = (const Activation*)data;
   SendMessage(a->hwnd, WM_COMMAND, a->id & 0xFFFF, 0);
 }
@@ -114,14 +119,27 @@ void FreeActivation(gpointer data, GClosure*) { delete (Activation*)data; }
 
 void FillGtkMenu(GtkWidget* shell, HMENU menu, HWND hwnd)
 {
-  for (const SWELL_MenuItem& item : menu->items)
+  if (menu->shell) g_object_remove_weak_pointer(G_OBJECT(menu->shell), (gpointer*)&menu->shell);
+  menu->shell = shell;
+  g_object_add_weak_pointer(G_OBJECT(shell), (gpointer*)&menu->shell);
+  GSList* group = nullptr; // of the run of choices being made
+  for (SWELL_MenuItem& item : menu->items)
   {
     GtkWidget* w;
     if (item.separator)
       w = gtk_separator_menu_item_new();
-    else
+    else if (item.radio && !item.sub)
     {
+      // Set before its handler is connected: setting it activates it.
+      w = gtk_radio_menu_item_new_with_mnemonic(group, Mnemonic(item.text).c_str());
+      group = gtk_radio_menu_item_get_group(GTK_RADIO_MENU_ITEM(w));
+      if (item.state & MFS_CHECKED) gtk_check_menu_item_set_active(GTK_CHECK_MENU_ITEM(w), TRUE);
+    }
+    else
       w = gtk_menu_item_new_with_mnemonic(Mnemonic(item.text).c_str());
+    if (!item.radio || item.separator) group = nullptr;
+    if (!item.separator)
+    {
       if (item.sub)
       {
         GtkWidget* sub = gtk_menu_new();
@@ -203,6 +221,7 @@ bool InsertMenuItem(HMENU menu, int pos, bool byPosition, MENUITEMINFO* info)
   if (info->fMask & MIIM_TYPE)
   {
     item.separator = info->fType & MFT_SEPARATOR;
+    item.radio = info->fType & MFT_RADIOCHECK;
     if (!item.separator && info->dwTypeData) item.text = info->dwTypeData;
   }
   if (info->fMask & MIIM_ID) item.id = (int)info->wID;
@@ -222,6 +241,28 @@ bool DeleteMenu(HMENU menu, int itemRef, int flags)
   if (!ItemAt(owner, pos)) return false;
   delete owner->items[(size_t)pos].sub;
   owner->items.erase(owner->items.begin() + pos);
+  return true;
+}
+
+bool CheckMenuItem(HMENU menu, int cmd, unsigned int flags)
+{
+  HMENU owner = nullptr;
+  int pos = 0;
+  if (!menu || !FindCommand(menu, cmd, &owner, &pos)) return false;
+  SWELL_MenuItem& item = owner->items[(size_t)pos];
+  const bool on = flags & MF_CHECKED;
+  item.state = on ? item.state | MFS_CHECKED : item.state & ~MFS_CHECKED;
+  GList* children = owner->shell ? gtk_container_get_children(GTK_CONTAINER(owner->shell)) : nullptr;
+  GtkWidget* w = (GtkWidget*)g_list_nth_data(children, (guint)pos);
+  g_list_free(children);
+  if (w && GTK_IS_CHECK_MENU_ITEM(w))
+  {
+    // GTK activates a check item whose state is set: the window must not
+    // hear that as a choice.
+    g_signal_handlers_block_matched(w, G_SIGNAL_MATCH_FUNC, 0, 0, nullptr, (gpointer)OnItemActivate, nullptr);
+    gtk_check_menu_item_set_active(GTK_CHECK_MENU_ITEM(w), on);
+    g_signal_handlers_unblock_matched(w, G_SIGNAL_MATCH_FUNC, 0, 0, nullptr, (gpointer)OnItemActivate, nullptr);
+  }
   return true;
 }
 

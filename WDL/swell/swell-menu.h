@@ -32,6 +32,9 @@ enum
 enum
 {
   MFT_STRING = 0,
+  // One of a group of choices: a check item drawn with a dot. In a menu
+  // list it goes in the record's flags, beside the state.
+  MFT_RADIOCHECK = 0x200,
   MFT_SEPARATOR = 0x800
 };
 enum
@@ -41,7 +44,9 @@ enum
 };
 enum
 {
+  MF_UNCHECKED = 0,
   MF_BYCOMMAND = 0,
+  MF_CHECKED = 8,
   MF_BYPOSITION = 1024
 };
 
@@ -86,6 +91,10 @@ bool InsertMenuItem(HMENU menu, int pos, bool byPosition, MENUITEMINFO* info);
 // flags MF_BYCOMMAND (item = command id, searched through submenus too) or
 // MF_BYPOSITION.
 bool DeleteMenu(HMENU menu, int item, int flags);
+// Checks (MF_CHECKED) or clears (MF_UNCHECKED) the item with that command,
+// also on a menu bar shown; false when there is none. The item's command is
+// not sent.
+bool CheckMenuItem(HMENU menu, int cmd, unsigned int flags);
 
 // This platform has no application menu bar of its own: null.
 HMENU SWELL_GetCurrentMenu();

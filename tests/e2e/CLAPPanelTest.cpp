@@ -68,6 +68,7 @@ public:
   }
   bool Open() const { return mOpen; }
   bool Size(uint32_t* w, uint32_t* h) const { return mGui->get_size(mIn->Plugin(), w, h); }
+  const clap_plugin_gui_t* Gui() const { return mGui; }
   // The host's timer for a while, the sound running between frames.
   void Run(double seconds)
   {
@@ -99,7 +100,8 @@ TEST(CLAPPanel, TurnsPlaysAndFollowsTheHost)
   std::string error;
   ASSERT_TRUE(x.Start(&error)) << error;
   TempDir dir;
-  setenv("DISPLAY", x.Display().c_str(), 1); // the panel's own connection
+  setenv("DISPLAY", x.Display().c_str(), 1);        // the panel's own connection
+  setenv("XDG_CONFIG_HOME", dir.Path().c_str(), 1); // where a size chosen is kept
   HostWindow host(x.Display());
   ASSERT_TRUE(host.display);
   ClapHost clap(VELTRA_CLAP_FILE);
@@ -194,6 +196,31 @@ TEST(CLAPPanel, TurnsPlaysAndFollowsTheHost)
   ASSERT_TRUE(in->SaveState(&state));
   ASSERT_GT(state.size(), 60u);
   EXPECT_STREQ((const char*)state.data() + 28, "Wind Sweep");
+
+  // The host's scale factor sizes the panel; a host's resize snaps to the
+  // nearest size, which is kept as the user's, over the host's factor.
+  const clap_plugin_gui_t* gui = panel->Gui();
+  const clap_plugin_t* p = in->Plugin();
+  EXPECT_TRUE(gui->can_resize(p));
+  EXPECT_TRUE(gui->set_scale(p, 1.5));
+  ASSERT_TRUE(panel->Size(&w, &h));
+  EXPECT_EQ(w * 1000 + h, 1380u * 1000 + 600u);
+  uint32_t aw = 1200, ah = 560;
+  ASSERT_TRUE(gui->adjust_size(p, &aw, &ah));
+  EXPECT_EQ(aw * 1000 + ah, 1150u * 1000 + 500u);
+  EXPECT_FALSE(gui->set_size(p, 1000, 500));
+  EXPECT_TRUE(gui->set_size(p, aw, ah));
+  panel->Run(0.3);
+  std::unique_ptr<LICE_IBitmap> larger(x.Screenshot(host.window, dir.File("larger.png")));
+  ASSERT_TRUE(larger);
+  EXPECT_GT(DifferingPixels(first.get(), larger.get(), 900, 300, 1000, 480), 1000) << "drawn at 125 %";
+  EXPECT_NE(ReadWholeFile(dir.File("VELTRA/options.ini")).find("size = 125 %"), std::string::npos);
+  panel.reset();
+  panel.reset(new Panel(in.get(), host.window));
+  EXPECT_TRUE(gui->set_scale(p, 1.0));
+  ASSERT_TRUE(panel->Size(&w, &h));
+  EXPECT_EQ(w, 1150u) << "the size chosen wins over the host's factor";
+  std::remove(dir.File("VELTRA/options.ini").c_str());
 
   // Closed and opened again and again, the timer with it.
   for (int k = 0; k < 10; ++k)

@@ -17,6 +17,8 @@
 #include <csignal>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <lv2/atom/atom.h>
+#include <lv2/options/options.h>
 #include <lv2/ui/ui.h>
 #include <lv2/urid/urid.h>
 #include <malloc.h>
@@ -325,6 +327,13 @@ int SharedSegments()
 }
 
 void Write(LV2UI_Controller controller, uint32_t, uint32_t, uint32_t, const void*) { ++*(int*)controller; }
+
+// The host's side of ui:resize: the last size asked for.
+int AskedSize(LV2UI_Feature_Handle asked, int w, int h)
+{
+  *(int*)asked = w * 10000 + h;
+  return 0;
+}
 } // namespace
 
 TEST(LV2PanelHost, OpensAndClosesTwentyTimesWhileAChordPlays)
@@ -334,6 +343,8 @@ TEST(LV2PanelHost, OpensAndClosesTwentyTimesWhileAChordPlays)
   ASSERT_TRUE(x.Start(&error)) << error;
   setenv("DISPLAY", x.Display().c_str(), 1);
   setenv("LV2_PATH", VELTRA_LV2_DIR, 1);
+  TempDir config;
+  setenv("XDG_CONFIG_HOME", config.Path().c_str(), 1); // no size chosen
 
   Lv2Host dspHost(kVeltraLV2URI);
   std::unique_ptr<Lv2Host::Instance> dsp = dspHost.Instantiate((double)kRate);
@@ -367,6 +378,7 @@ TEST(LV2PanelHost, OpensAndClosesTwentyTimesWhileAChordPlays)
   int writes = 0;
   const int shmBefore = SharedSegments();
   size_t afterFirst = 0;
+  long long growth = 0;
   ::testing::internal::CaptureStderr();
   for (int i = 0; i < 20; ++i)
   {
@@ -374,11 +386,21 @@ TEST(LV2PanelHost, OpensAndClosesTwentyTimesWhileAChordPlays)
     XMapWindow(display, parent);
     XSync(display, False);
     const LV2_Feature mapF = {LV2_URID__map, &mapFeature}, parentF = {LV2_UI__parent, (void*)parent};
-    const LV2_Feature* features[] = {&mapF, &parentF, nullptr};
+    // The last time, the host's scale factor of 2 and its resize: the panel
+    // asks for 200 % of its size.
+    const float two = 2.0f;
+    const LV2_Options_Option options[] = {{LV2_OPTIONS_INSTANCE, 0, map.Map(&map, LV2_UI__scaleFactor), sizeof(float),
+                                           map.Map(&map, LV2_ATOM__Float), &two},
+                                          {LV2_OPTIONS_INSTANCE, 0, 0, 0, 0, nullptr}};
+    int asked = 0;
+    LV2UI_Resize resize = {&asked, AskedSize};
+    const LV2_Feature optionsF = {LV2_OPTIONS__options, (void*)options}, resizeF = {LV2_UI__resize, &resize};
+    const LV2_Feature* features[] = {&mapF, &parentF, &resizeF, i == 19 ? &optionsF : nullptr, nullptr};
     LV2UI_Widget widget = nullptr;
     LV2UI_Handle h =
         ui->instantiate(ui, kVeltraLV2URI, VELTRA_LV2_DIR "/veltra.lv2/", Write, &writes, &widget, features);
     ASSERT_TRUE(h);
+    EXPECT_EQ(asked, i == 19 ? 1840 * 10000 + 800 : 920 * 10000 + 400) << "opening " << i + 1;
     const float cutoff = 0.5f, meter = 0.7f;
     ui->port_event(h, 3 + kFilterCutoff, sizeof(float), 0, &cutoff);
     ui->port_event(h, 3 + kLFOMeter, sizeof(float), 0, &meter);
@@ -419,13 +441,14 @@ TEST(LV2PanelHost, OpensAndClosesTwentyTimesWhileAChordPlays)
     }
     if (dragging) x.Run({"xdotool", "mouseup", "1"});
     if (i == 0) afterFirst = AllocatedBytes();
+    // Up to the last opening, which reads the twice-size images once.
+    if (i == 18) growth = (long long)AllocatedBytes() - (long long)afterFirst;
   }
-  const long long growth = (long long)AllocatedBytes() - (long long)afterFirst;
   const std::string err = ::testing::internal::GetCapturedStderr();
   stop = true;
   audio.join();
   XCloseDisplay(display);
-  EXPECT_LT(growth, 1 << 20) << "memory grew by " << growth << " bytes over 19 openings";
+  EXPECT_LT(growth, 1 << 20) << "memory grew by " << growth << " bytes over 18 openings";
   EXPECT_EQ(SharedSegments(), shmBefore) << "shared images left behind";
   EXPECT_EQ(err.find("X error"), std::string::npos) << err;
   EXPECT_GT(writes, 0) << "the knob drags reached no port";

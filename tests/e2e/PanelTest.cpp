@@ -377,3 +377,51 @@ TEST(FactoryInPanel, EveryBassProgramLoadsAndSavesByteForByte)
     EXPECT_TRUE(ReadWholeFile(saved) == ReadWholeFile(folder + "/" + names[k])) << "saved again as " << saved;
   }
 }
+
+// At 150 % every control lies under the pointer where its units are: the
+// key of note 60 plays it, a knob dragged by as many units as at 100 % takes
+// the same value, and the size chosen in the View menu comes back at the
+// next start.
+TEST(Panel, AtOneAndAHalfTimesItsSizeItPlaysAsAtHundredAndKeepsTheSizeChosen)
+{
+  VeltraOnScreen s;
+  s.map = IPanelScale(150);
+  ASSERT_EQ(s.Start(kVirtualInput), "");
+  ASSERT_TRUE(s.run.recorder.WaitForFrames(kRate, 20.0));
+  s.xserver.Move(s.ScreenX(180 + 140 + 10), s.ScreenY(269 + 95));
+  const size_t pressed = s.run.recorder.Frames();
+  s.xserver.Run({"xdotool", "mousedown", "1"});
+  const auto held = Listen(s, 1.0);
+  s.xserver.Run({"xdotool", "mouseup", "1"});
+  const std::vector<float>& out = s.run.recorder.Left();
+  const size_t onset = FirstSound(out, pressed, held.second);
+  ASSERT_LT(onset, held.second) << "the key made no sound";
+  EXPECT_NEAR(Fundamental(out, onset + kRate / 10, held.second, (double)kRate), 44100.0 / 169.0, 1.0);
+
+  // Two knob heights down, 72 units (108 pixels): Master Volume from 1.0 to
+  // 0.5, as at 100 %.
+  MidiSender midi;
+  ASSERT_TRUE(midi.ConnectTo("To VELTRA", 20.0));
+  midi.Send({0x90, 64, 110});
+  const auto full = Listen(s, 1.0);
+  s.DragPanel({{kMasterX, kMasterY}, {kMasterX, kMasterY + 72}});
+  const auto quieter = Listen(s, 1.0);
+  EXPECT_NEAR(LevelOf(s, quieter) / LevelOf(s, {full.first + kRate / 4, full.second}), 0.5, 0.05);
+  midi.Send({0x80, 64, 0});
+
+  // 200 % from the View menu: the window grows, the choice is kept.
+  s.ChooseMenuItem("View", 3);
+  const std::string options = s.run.home.Path() + "/.config/VELTRA/options.ini";
+  int x, y, w, h;
+  for (int i = 0; i < 50 && !(s.xserver.Geometry(s.window, &x, &y, &w, &h) && w == 1840); ++i) Sleep(0.1);
+  EXPECT_EQ(w, 1840);
+  EXPECT_GT(h, 800);
+  EXPECT_NE(ReadWholeFile(options).find("size = 200 %"), std::string::npos) << ReadWholeFile(options);
+  ASSERT_EQ(s.run.veltra.StopWith(SIGTERM, 15.0), 0);
+
+  ASSERT_TRUE(s.run.veltra.Start(VELTRA_EXE, s.run.server.Name(), s.run.home.Path(), s.xserver.Env()));
+  const unsigned long again = s.xserver.WaitForWindow("^VELTRA$", 20.0);
+  ASSERT_NE(again, 0u);
+  for (int i = 0; i < 50 && !(s.xserver.Geometry(again, &x, &y, &w, &h) && w == 1840); ++i) Sleep(0.1);
+  EXPECT_EQ(w, 1840) << "the next start shows the panel at 200 %";
+}

@@ -3,13 +3,22 @@
 #include "lice.h"
 
 #include <csignal>
+#include <fstream>
 #include <memory>
+#include <sys/stat.h>
 
 VeltraOnScreen::~VeltraOnScreen() { run.veltra.StopWith(SIGKILL, 5.0); }
 
 std::string VeltraOnScreen::Start(const std::string& settings)
 {
   std::string error;
+  if (!map.Identity())
+  {
+    xserver.screen = "1920x1200x24";
+    mkdir((run.home.Path() + "/.config").c_str(), 0755);
+    mkdir((run.home.Path() + "/.config/VELTRA").c_str(), 0755);
+    std::ofstream(run.home.Path() + "/.config/VELTRA/options.ini") << "[view]\nsize = " << map.Percent() << " %\n";
+  }
   if (!xserver.Start(&error)) return error;
   error = run.Start(settings, xserver.Env());
   if (!error.empty()) return error;
@@ -21,13 +30,13 @@ std::string VeltraOnScreen::Start(const std::string& settings)
   for (;;)
   {
     int x, y, w, h;
-    if (xserver.Geometry(window, &x, &y, &w, &h) && h > 400)
+    if (xserver.Geometry(window, &x, &y, &w, &h) && h > map.Px(400))
     {
       // The panel fills the window below the menu bar.
       panelLeft = x;
-      panelTop = y + h - 400;
+      panelTop = y + h - map.Px(400);
       std::unique_ptr<LICE_IBitmap> shot(PanelShot("start.png"));
-      if (shot && (LICE_GetPixel(shot.get(), 460, 390) & 0xFFFFFF00)) return std::string();
+      if (shot && (LICE_GetPixel(shot.get(), map.Px(460), map.Px(390)) & 0xFFFFFF00)) return std::string();
     }
     if (SecondsSince(start) > 20.0) return "the panel was never drawn";
     Sleep(0.1);
@@ -65,8 +74,9 @@ void ClickAndChoose(const XServer& x, int sx, int sy, const std::vector<int>& pa
 
 void VeltraOnScreen::ChooseMenuItem(const std::string& menu, int item) const
 {
-  // File, MIDI and Help stand at the left of the menu bar.
-  ClickAndChoose(xserver, panelLeft + (menu == "File" ? 18 : menu == "MIDI" ? 55 : 95), panelTop - 12, {item});
+  // File, MIDI, View and Help stand at the left of the menu bar.
+  const int x = menu == "File" ? 18 : menu == "MIDI" ? 55 : menu == "View" ? 95 : 136;
+  ClickAndChoose(xserver, panelLeft + x, panelTop - 12, {item});
 }
 
 void VeltraOnScreen::ChoosePopupItem(int x, int y, const std::vector<int>& path) const
@@ -78,8 +88,9 @@ LICE_IBitmap* VeltraOnScreen::PanelShot(const std::string& name) const
 {
   LICE_IBitmap* whole = xserver.Screenshot(window, run.home.File(name));
   if (!whole) return nullptr;
-  LICE_MemBitmap* panel = new LICE_MemBitmap(920, 400);
-  LICE_Blit(panel, whole, 0, 0, 0, whole->getHeight() - 400, 920, 400, 1.0f, LICE_BLIT_MODE_COPY);
+  const int w = map.Px(920), h = map.Px(400);
+  LICE_MemBitmap* panel = new LICE_MemBitmap(w, h);
+  LICE_Blit(panel, whole, 0, 0, 0, whole->getHeight() - h, w, h, 1.0f, LICE_BLIT_MODE_COPY);
   delete whole;
   return panel;
 }

@@ -30,9 +30,8 @@ bool XServer::Start(std::string* error)
     return false;
   }
   const std::string log = "/tmp/veltra-e2e-xvfb-" + std::to_string(getpid()) + ".log";
-  mPid =
-      Spawn({"/usr/bin/Xvfb", "-displayfd", std::to_string(fds[1]), "-screen", "0", "1280x800x24", "-nolisten", "tcp"},
-            MakeEnv({}, {}), log, log);
+  mPid = Spawn({"/usr/bin/Xvfb", "-displayfd", std::to_string(fds[1]), "-screen", "0", screen, "-nolisten", "tcp"},
+               MakeEnv({}, {}), log, log);
   close(fds[1]);
   std::string number;
   char c;

@@ -14,6 +14,8 @@ class XServer
 public:
   ~XServer();
   bool Start(std::string* error);
+  // The screen's size, "1280x800x24" unless set before Start.
+  std::string screen = "1280x800x24";
   void Stop();
   const std::string& Display() const { return mDisplay; }
   // The environment settings that put a program on this display.
