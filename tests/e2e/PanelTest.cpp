@@ -101,9 +101,12 @@ const int kCutoffX = 588, kCutoffY = 68;  // Filter Cutoff at (570, 50)
 const int kMasterX = 831, kMasterY = 298; // Master Volume at (813, 280)
 } // namespace
 
+// At 150 %, where the key lies under the pointer by the panel's mapping of
+// units to pixels (at 100 % the other tests click).
 TEST(Panel, AClickedKeySoundsAtItsPitchUntilReleased)
 {
   VeltraOnScreen s;
+  s.map = IPanelScale(150);
   ASSERT_EQ(s.Start(), "");
   ASSERT_TRUE(s.run.recorder.WaitForFrames(kRate, 20.0)); // past the silent start
   // The key of note 60: the first white key of the second octave, low on it.
@@ -378,26 +381,14 @@ TEST(FactoryInPanel, EveryBassProgramLoadsAndSavesByteForByte)
   }
 }
 
-// At 150 % every control lies under the pointer where its units are: the
-// key of note 60 plays it, a knob dragged by as many units as at 100 % takes
-// the same value, and the size chosen in the View menu comes back at the
-// next start.
-TEST(Panel, AtOneAndAHalfTimesItsSizeItPlaysAsAtHundredAndKeepsTheSizeChosen)
+// At 150 % a knob dragged by as many units as at 100 % takes the same value,
+// and the size chosen in the View menu comes back at the next start.
+TEST(Panel, AtOneAndAHalfTimesItsSizeKnobsTurnAsAtHundredAndTheSizeChosenStays)
 {
   VeltraOnScreen s;
   s.map = IPanelScale(150);
   ASSERT_EQ(s.Start(kVirtualInput), "");
   ASSERT_TRUE(s.run.recorder.WaitForFrames(kRate, 20.0));
-  s.xserver.Move(s.ScreenX(180 + 140 + 10), s.ScreenY(269 + 95));
-  const size_t pressed = s.run.recorder.Frames();
-  s.xserver.Run({"xdotool", "mousedown", "1"});
-  const auto held = Listen(s, 1.0);
-  s.xserver.Run({"xdotool", "mouseup", "1"});
-  const std::vector<float>& out = s.run.recorder.Left();
-  const size_t onset = FirstSound(out, pressed, held.second);
-  ASSERT_LT(onset, held.second) << "the key made no sound";
-  EXPECT_NEAR(Fundamental(out, onset + kRate / 10, held.second, (double)kRate), 44100.0 / 169.0, 1.0);
-
   // Two knob heights down, 72 units (108 pixels): Master Volume from 1.0 to
   // 0.5, as at 100 %.
   MidiSender midi;
