@@ -239,23 +239,13 @@ void ClapHost::Instance::ProcessOnce(uint32_t nFrames, const std::vector<MidiAt>
 StereoRender ClapHost::Instance::Render(const std::vector<MidiAt>& events, long long total,
                                         const std::function<int()>& nextBlock, const std::vector<ParamAt>& params)
 {
-  StereoRender out;
   size_t nextMidi = 0, nextParam = 0;
-  std::vector<MidiAt> midi;
-  std::vector<ParamAt> values;
-  for (long long pos = 0; pos < total;)
-  {
-    const long long n = std::min<long long>(nextBlock(), total - pos);
-    midi.clear();
-    values.clear();
-    while (nextMidi < events.size() && events[nextMidi].mSample < pos + n) midi.push_back(events[nextMidi++]);
-    while (nextParam < params.size() && params[nextParam].mSample < pos + n) values.push_back(params[nextParam++]);
-    ProcessOnce((uint32_t)n, midi, pos, values);
-    out.mLeft.insert(out.mLeft.end(), mImpl->left.begin(), mImpl->left.begin() + n);
-    out.mRight.insert(out.mRight.end(), mImpl->right.begin(), mImpl->right.begin() + n);
-    pos += n;
-  }
-  return out;
+  return RenderInBlocks(total, nextBlock, mImpl->left, mImpl->right,
+                        [&](long long n, long long pos)
+                        {
+                          ProcessOnce((uint32_t)n, EventsBefore(events, &nextMidi, pos + n), pos,
+                                      EventsBefore(params, &nextParam, pos + n));
+                        });
 }
 
 void ClapHost::Instance::Flush(const std::vector<ParamAt>& params)

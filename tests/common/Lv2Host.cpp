@@ -247,22 +247,10 @@ void Lv2Host::Instance::RunOnce(uint32_t nFrames, const std::vector<MidiAt>& eve
 StereoRender Lv2Host::Instance::Render(const std::vector<MidiAt>& events, long long total,
                                        const std::function<int()>& nextBlock)
 {
-  StereoRender out;
-  out.mLeft.reserve((size_t)total);
-  out.mRight.reserve((size_t)total);
   size_t next = 0;
-  std::vector<MidiAt> block;
-  for (long long pos = 0; pos < total;)
-  {
-    const long long n = std::min<long long>(nextBlock(), total - pos);
-    block.clear();
-    while (next < events.size() && events[next].mSample < pos + n) block.push_back(events[next++]);
-    RunOnce((uint32_t)n, block, pos);
-    out.mLeft.insert(out.mLeft.end(), mImpl->left.begin(), mImpl->left.begin() + n);
-    out.mRight.insert(out.mRight.end(), mImpl->right.begin(), mImpl->right.begin() + n);
-    pos += n;
-  }
-  return out;
+  return RenderInBlocks(total, nextBlock, mImpl->left, mImpl->right,
+                        [&](long long n, long long pos)
+                        { RunOnce((uint32_t)n, EventsBefore(events, &next, pos + n), pos); });
 }
 
 namespace

@@ -4,6 +4,8 @@
 #include "Process.h"
 #include "TempDir.h"
 
+#include <algorithm>
+#include <functional>
 #include <sndfile.h>
 #include <string>
 #include <sys/wait.h>
@@ -22,6 +24,34 @@ struct MidiAt
   uint8_t mBytes[3];
   int mSize;
 };
+
+// A host's render in blocks of nextBlock() frames up to total: block(n, pos)
+// runs the plug-in over the n frames from pos, which it leaves in left and
+// right.
+template<class Block>
+StereoRender RenderInBlocks(long long total, const std::function<int()>& nextBlock, const std::vector<float>& left,
+                            const std::vector<float>& right, Block block)
+{
+  StereoRender out;
+  for (long long pos = 0; pos < total;)
+  {
+    const long long n = std::min<long long>(nextBlock(), total - pos);
+    block(n, pos);
+    out.mLeft.insert(out.mLeft.end(), left.begin(), left.begin() + n);
+    out.mRight.insert(out.mRight.end(), right.begin(), right.begin() + n);
+    pos += n;
+  }
+  return out;
+}
+
+// The events (sorted by mSample) from *next that come before end.
+template<class Event>
+std::vector<Event> EventsBefore(const std::vector<Event>& events, size_t* next, long long end)
+{
+  std::vector<Event> block;
+  while (*next < events.size() && events[*next].mSample < end) block.push_back(events[(*next)++]);
+  return block;
+}
 
 struct RenderRun
 {

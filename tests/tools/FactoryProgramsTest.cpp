@@ -42,23 +42,7 @@ Bytes MidiFile(const std::vector<Note>& notes, int bendAt = -1)
   if (bendAt >= 0)
     for (int k = 1; k <= 10; ++k)
       events.push_back({bendAt + 20 * k, {0xE0, 0, (unsigned char)(k <= 5 ? 64 + 6 * k : 124 - 6 * k)}});
-  std::stable_sort(events.begin(), events.end(), [](auto& a, auto& b) { return a.first < b.first; });
-  Bytes track;
-  int now = 0;
-  for (auto& e : events)
-  {
-    unsigned delta = (unsigned)(e.first - now), v = delta & 0x7F;
-    while (delta >>= 7) v = (v << 8) | 0x80 | (delta & 0x7F);
-    for (;; v >>= 8)
-    {
-      track.push_back((unsigned char)v);
-      if (!(v & 0x80)) break;
-    }
-    track.insert(track.end(), e.second.begin(), e.second.end());
-    now = e.first;
-  }
-  track.insert(track.end(), {0, 0xFF, 0x2F, 0});
-  return Smf(0, 0xE728, {track});
+  return Smf(0, 0xE728, {SmfTrack(std::move(events))});
 }
 
 // What each category is played with: a bass line from C1 to G2, a melody from

@@ -192,20 +192,7 @@ TEST_F(VeltraRender, AnEventHalfWayBetweenTwoSamplesSoundsAtTheLaterOne)
 // sample. Events sort by their sample, those of one sample in list order.
 Bytes AtSamples(std::vector<std::pair<int, Bytes>> events)
 {
-  std::stable_sort(events.begin(), events.end(), [](auto& a, auto& b) { return a.first < b.first; });
-  Bytes t = {0, 0xFF, 0x51, 3, 0, 0x27, 0x10};
-  int at = 0;
-  for (const auto& e : events)
-  {
-    Bytes delta;
-    for (int d = e.first - at; delta.empty() || d; d >>= 7) delta.insert(delta.begin(), (unsigned char)(d & 0x7F));
-    for (size_t i = 0; i + 1 < delta.size(); ++i) delta[i] |= 0x80;
-    t.insert(t.end(), delta.begin(), delta.end());
-    t.insert(t.end(), e.second.begin(), e.second.end());
-    at = e.first;
-  }
-  t.insert(t.end(), {0, 0xFF, 0x2F, 0});
-  return Smf(0, 441, {t});
+  return Smf(0, 441, {SmfTrack(std::move(events), {0, 0xFF, 0x51, 3, 0, 0x27, 0x10})});
 }
 
 // The first sample where two float renders differ, or -1.
