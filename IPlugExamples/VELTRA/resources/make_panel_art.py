@@ -80,8 +80,8 @@ SECTIONS = [
     ((8, 199, 180, 258), "PWM"),
     ((184, 199, 288, 258), "Smoothing"),
     ((558, 22, 712, 100), "Filter"),
-    # The LFO's box ends clear of the AR envelope's heading below it.
-    ((558, 114, 712, 178), "LFO"),
+    # The AR envelope's heading keeps clear of the LFO's box above it.
+    ((558, 114, 712, 179), "LFO"),
     ((558, 185, 712, 258), "AR Envelope"),
     ((758, 22, 912, 100), "Crusher"),
     ((758, 108, 912, 170), "Chorus"),
