@@ -1,8 +1,11 @@
 #include "AppState.h"
 #include "AudioEngine.h"
 #include "Console.h"
+#include "IGraphicsXlib.h"
+#include "IPanelSizeFile.h"
 #include "IPlugStandalone.h"
 #include "MidiEngine.h"
+#include "Options.h"
 #include "Settings.h"
 #include "TempDir.h"
 
@@ -152,4 +155,26 @@ TEST(Settings, UnreadableFilesAreKeptWithoutOverwritingEarlierOnes)
   EXPECT_NE(stat((temp.Path() + "/VELTRA/.settings.ini.new").c_str(), &st), 0);
   unsetenv("XDG_CONFIG_HOME");
   gState = nullptr;
+}
+
+// The panel's size at the start: the desktop's scale factor or its fonts'
+// dpi, to the nearest size; once chosen, kept in options.ini beside the
+// sound's option, which stays, and a size not offered is named.
+TEST(Options, ThePanelSizeFollowsTheDesktopAndSitsBesideTheSoundsOption)
+{
+  const int sizes[][3] = {{1, 0, 100},   {1, 96, 100},  {1, 110, 125}, {1, 120, 125}, {1, 144, 150},
+                          {1, 192, 200}, {1, 400, 200}, {2, 0, 200},   {2, 96, 200},  {1, 60, 100}};
+  for (const auto& s : sizes) EXPECT_EQ(PanelSizeForDesktop(s[0], s[1]), s[2]) << s[0] << " " << s[1];
+
+  const std::string text = WithOption(OptionsText(false), "view", "size", "150 %");
+  bool sameSound = true;
+  std::string complaints;
+  ReadOptionsText(text, &sameSound, &complaints);
+  EXPECT_FALSE(sameSound);
+  EXPECT_EQ(PanelSizeInText(text, &complaints), 150);
+  const std::string again = WithOption(text, "view", "size", "125 %");
+  EXPECT_EQ(PanelSizeInText(again), 125);
+  EXPECT_EQ(again.find("size ="), again.rfind("size =")) << "set again, not added: " << again;
+  EXPECT_EQ(PanelSizeInText("[view]\nsize = 90 %\n", &complaints), 0);
+  EXPECT_EQ(complaints, "line 2: \"90 %\" is not a size of the panel (100 %, 125 %, 150 % or 200 %)\n");
 }
