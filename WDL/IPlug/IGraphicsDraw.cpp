@@ -18,6 +18,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -58,36 +59,50 @@ public:
     WDL_MutexLock lock(&mMutex);
     mBitmaps.Add(new BitmapKey{id, bitmap, name ? name : ""});
   }
-  // The image at twice the size beside a loaded one, loaded through load the
-  // first time it is asked for; null when there is none, or its size is not
-  // exactly twice.
+  // The image at twice the size beside a loaded one; null when there is
+  // none, or its size is not exactly twice. The first ask loads them all,
+  // one thread each, so that the first frame at a larger size waits for the
+  // largest alone; an image added later is loaded when it is asked for.
   template<class Load>
   LICE_IBitmap* Twice(LICE_IBitmap* bitmap, Load load)
   {
-    WDL_MutexLock lock(&mMutex);
-    for (int i = 0; i < mBitmaps.GetSize(); ++i)
+    // What each load needs, copied: the cache may change while they run.
+    struct Job
     {
-      BitmapKey* k = mBitmaps.Get(i);
-      if (k->bitmap != bitmap) continue;
-      if (!k->triedTwice && !k->name.empty())
+      LICE_IBitmap* bitmap;
+      int id, w, h;
+      std::string name;
+      LICE_IBitmap* twice = nullptr;
+    };
+    std::vector<Job> jobs;
+    {
+      WDL_MutexLock lock(&mMutex);
+      for (int i = 0; i < mBitmaps.GetSize(); ++i)
       {
+        BitmapKey* k = mBitmaps.Get(i);
+        if (k->triedTwice || k->name.empty()) continue;
         k->triedTwice = true;
-        const size_t dot = k->name.rfind('.');
-        const std::string name =
-            dot == std::string::npos ? k->name + "@2x" : k->name.substr(0, dot) + "@2x" + k->name.substr(dot);
-        k->twice = load(k->id, name.c_str());
-        if (k->twice &&
-            (k->twice->getWidth() != 2 * bitmap->getWidth() || k->twice->getHeight() != 2 * bitmap->getHeight()))
-        {
-          fprintf(stderr, "%s is not twice the size of %s; the panel is drawn from the smaller\n", name.c_str(),
-                  k->name.c_str());
-          delete k->twice;
-          k->twice = nullptr;
-        }
+        jobs.push_back({k->bitmap, k->id, k->bitmap->getWidth(), k->bitmap->getHeight(), k->name});
       }
-      return k->twice;
     }
-    return nullptr;
+    std::vector<std::thread> loaders;
+    for (Job& j : jobs) loaders.emplace_back([&j, &load] { j.twice = LoadTwice(j.id, j.name, j.w, j.h, load); });
+    for (std::thread& t : loaders) t.join();
+    WDL_MutexLock lock(&mMutex);
+    LICE_IBitmap* found = nullptr;
+    for (Job& j : jobs)
+    {
+      BitmapKey* k = nullptr;
+      for (int i = 0; i < mBitmaps.GetSize() && !k; ++i)
+        if (mBitmaps.Get(i)->bitmap == j.bitmap) k = mBitmaps.Get(i);
+      if (k)
+        k->twice = j.twice;
+      else
+        delete j.twice; // its image went meanwhile
+    }
+    for (int i = 0; i < mBitmaps.GetSize() && !found; ++i)
+      if (mBitmaps.Get(i)->bitmap == bitmap) found = mBitmaps.Get(i)->twice;
+    return found;
   }
   void Remove(LICE_IBitmap* bitmap)
   {
@@ -103,6 +118,23 @@ public:
   }
 
 private:
+  // "name@2x.png" beside "name.png", kept when it is exactly twice the size.
+  template<class Load>
+  static LICE_IBitmap* LoadTwice(int id, const std::string& of, int w, int h, Load& load)
+  {
+    const size_t dot = of.rfind('.');
+    const std::string name = dot == std::string::npos ? of + "@2x" : of.substr(0, dot) + "@2x" + of.substr(dot);
+    LICE_IBitmap* twice = load(id, name.c_str());
+    if (twice && (twice->getWidth() != 2 * w || twice->getHeight() != 2 * h))
+    {
+      fprintf(stderr, "%s is not twice the size of %s; the panel is drawn from the smaller\n", name.c_str(),
+              of.c_str());
+      delete twice;
+      twice = nullptr;
+    }
+    return twice;
+  }
+
   WDL_PtrList<BitmapKey> mBitmaps{4096};
   WDL_Mutex mMutex;
 };
@@ -169,51 +201,89 @@ void ResizeInto(LICE_IBitmap* dest, LICE_IBitmap* src, const IRECT& rect)
                     LICE_BLIT_FILTER_BILINEAR | LICE_BLIT_MODE_COPY);
     return;
   }
-  struct Tap
+  // The source pixels under each destination column or row: the first,
+  // and the share of each of the next few; outside the image counts as
+  // transparent (a share of 0).
+  struct Taps
   {
-    int at;
-    float weight;
+    int most;                 // shares kept per output
+    std::vector<int> first;   // per output
+    std::vector<float> share; // most per output
   };
-  // The source pixels under each destination column or row, with the share
-  // of each; outside the image counts as transparent.
   auto taps = [](int from, int size, int out, int limit)
   {
-    std::vector<std::vector<Tap>> all((size_t)out);
     const double step = (double)size / out;
+    // Every output reads `most` pixels inside the image, those it does not
+    // cover with a share of 0: no branch in the inner loops.
+    Taps t{std::min((int)std::ceil(step) + 1, limit), std::vector<int>((size_t)out), {}};
+    t.share.assign((size_t)out * (size_t)t.most, 0.0f);
     for (int i = 0; i < out; ++i)
     {
       const double a = from + i * step, b = a + step;
-      for (int p = (int)std::floor(a); p < b; ++p)
-      {
-        const double w = std::min(b, p + 1.0) - std::max(a, (double)p);
-        if (w > 1e-9 && p >= 0 && p < limit) all[(size_t)i].push_back({p, (float)w});
-      }
+      const int p0 = std::max(0, (int)std::floor(a)), first = std::max(0, std::min(p0, limit - t.most));
+      t.first[(size_t)i] = first;
+      for (int p = p0; p < b && p < limit && p - first < t.most; ++p)
+        t.share[(size_t)(i * t.most + p - first)] = (float)(std::min(b, p + 1.0) - std::max(a, (double)p));
     }
-    return all;
+    return t;
   };
-  const auto cols = taps(rect.L, rect.W(), dw, src->getWidth());
-  const auto rows = taps(rect.T, rect.H(), dh, src->getHeight());
-  const LICE_pixel* in = src->getBits();
+  const Taps cols = taps(rect.L, rect.W(), dw, src->getWidth());
+  const Taps rows = taps(rect.T, rect.H(), dh, src->getHeight());
   const int inSpan = src->getRowSpan(), outSpan = dest->getRowSpan();
-  LICE_pixel* out = dest->getBits();
+
+  // Across first, each source row as the rows' taps come to it: red, green
+  // and blue times alpha, and alpha, per destination column. The rows of
+  // one destination row are neighbours, and each destination row starts at
+  // or below the last one's: a few rows in turn hold them.
+  const int held = rows.most;
+  std::vector<float> across((size_t)held * (size_t)dw * 4);
+  std::vector<int> rowIn((size_t)held, -1);
+  auto acrossRow = [&](int y) -> const float*
+  {
+    float* o = &across[(size_t)(y % held) * (size_t)dw * 4];
+    if (rowIn[(size_t)(y % held)] == y) return o;
+    rowIn[(size_t)(y % held)] = y;
+    const LICE_pixel* in = src->getBits() + (size_t)y * (size_t)inSpan;
+    float* at = o;
+    for (int x = 0; x < dw; ++x, at += 4)
+    {
+      const LICE_pixel* p = in + cols.first[(size_t)x];
+      const float* w = &cols.share[(size_t)x * (size_t)cols.most];
+      float r = 0.0f, g = 0.0f, b = 0.0f, a = 0.0f;
+      for (int k = 0; k < cols.most; ++k)
+      {
+        const float wa = w[k] * (float)LICE_GETA(p[k]);
+        r += wa * (float)LICE_GETR(p[k]);
+        g += wa * (float)LICE_GETG(p[k]);
+        b += wa * (float)LICE_GETB(p[k]);
+        a += wa;
+      }
+      at[0] = r, at[1] = g, at[2] = b, at[3] = a;
+    }
+    return o;
+  };
+
+  // Then down, and back to straight alpha.
   const float area = (float)rect.W() / dw * (float)rect.H() / dh;
+  std::vector<float> sum((size_t)dw * 4);
+  auto byte = [](float v) { return (int)std::min(255.0f, v + 0.5f); };
   for (int y = 0; y < dh; ++y)
+  {
+    std::fill(sum.begin(), sum.end(), 0.0f);
+    const float* w = &rows.share[(size_t)y * (size_t)rows.most];
+    for (int k = 0; k < rows.most; ++k)
+    {
+      if (w[k] == 0.0f) continue;
+      const float* row = acrossRow(rows.first[(size_t)y] + k);
+      for (size_t i = 0; i < sum.size(); ++i) sum[i] += w[k] * row[i];
+    }
+    LICE_pixel* out = dest->getBits() + (size_t)y * (size_t)outSpan;
     for (int x = 0; x < dw; ++x)
     {
-      float r = 0.0f, g = 0.0f, b = 0.0f, a = 0.0f;
-      for (const Tap& ty : rows[(size_t)y])
-        for (const Tap& tx : cols[(size_t)x])
-        {
-          const LICE_pixel p = in[ty.at * inSpan + tx.at];
-          const float wa = ty.weight * tx.weight * (float)LICE_GETA(p);
-          r += wa * (float)LICE_GETR(p);
-          g += wa * (float)LICE_GETG(p);
-          b += wa * (float)LICE_GETB(p);
-          a += wa;
-        }
-      auto byte = [](float v) { return (int)std::min(255.0f, v + 0.5f); };
-      out[y * outSpan + x] = a > 0.0f ? LICE_RGBA(byte(r / a), byte(g / a), byte(b / a), byte(a / area)) : 0;
+      const float* v = &sum[(size_t)x * 4];
+      out[x] = v[3] > 0.0f ? LICE_RGBA(byte(v[0] / v[3]), byte(v[1] / v[3]), byte(v[2] / v[3]), byte(v[3] / area)) : 0;
     }
+  }
 }
 } // namespace
 
