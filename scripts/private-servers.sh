@@ -7,7 +7,9 @@ cleanup() { for p in "${pids[@]}"; do kill "$p" 2>/dev/null || true; done; rm -r
 start_private_servers() {
   work=$(mktemp -d "/tmp/$1-XXXXXX")
   trap cleanup EXIT
-  local display=:$((200 + RANDOM % 100)) server=$1-$$
+  # One JACK server name per script: JACK gives a dead server's place in its
+  # shared registry (eight places) back only to a server of the same name.
+  local display=:$((200 + RANDOM % 100)) server=$1
   Xvfb "$display" -screen 0 "${SCREEN:-1280x800}x24" -nolisten tcp >/dev/null 2>&1 & pids+=($!)
   JACK_NO_AUDIO_RESERVATION=1 jackd --no-realtime -n "$server" -d dummy -r 44100 -p 512 >/dev/null 2>&1 & pids+=($!)
   export DISPLAY=$display GDK_BACKEND=x11 NO_AT_BRIDGE=1 JACK_DEFAULT_SERVER=$server
