@@ -127,7 +127,13 @@ gboolean OnWindowKey(GtkWidget*, GdkEventKey* ev, gpointer)
 }
 } // namespace
 
-int StartPanelSize() { return ChosenPanelSize() ? ChosenPanelSize() : IGraphicsLinux::DesktopPanelSize(); }
+int StartPanelSize()
+{
+  // Asked of the desktop once: the start asks at each step of the window's
+  // making.
+  static const int desktop = IGraphicsLinux::DesktopPanelSize();
+  return ChosenPanelSize() ? ChosenPanelSize() : desktop;
+}
 
 bool AttachGUI()
 {

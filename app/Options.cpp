@@ -15,12 +15,6 @@ namespace
 constexpr const char* kFileName = "options.ini";
 bool sSameSound = true;
 int sPanelSize = 0;
-
-std::string Trimmed(const std::string& s)
-{
-  const size_t a = s.find_first_not_of(" \t\r"), b = s.find_last_not_of(" \t\r");
-  return a == std::string::npos ? "" : s.substr(a, b - a + 1);
-}
 } // namespace
 
 void LoadOptions()
@@ -41,19 +35,17 @@ void LoadOptions()
 
 void ReadOptionsText(const std::string& text, bool* sameSound, std::string* complaints)
 {
-  std::istringstream lines(text);
-  std::string line;
-  for (int n = 1; std::getline(lines, line); ++n)
-  {
-    const size_t eq = line.find('=');
-    if (eq == std::string::npos || Trimmed(line.substr(0, eq)) != "same sound at every rate") continue;
-    const std::string value = Trimmed(line.substr(eq + 1, line.find(';') - eq - 1));
-    if (value == "on" || value == "off")
-      *sameSound = value == "on";
-    else
-      *complaints += "line " + std::to_string(n) + ": \"" + value +
-                     "\" is neither on nor off; the sound stays the same at every rate\n";
-  }
+  // Its key is the option, in whatever section.
+  ForEachOption(text,
+                [&](const std::string&, const std::string& key, const std::string& value, int n)
+                {
+                  if (key != "same sound at every rate") return;
+                  if (value == "on" || value == "off")
+                    *sameSound = value == "on";
+                  else
+                    *complaints += "line " + std::to_string(n) + ": \"" + value +
+                                   "\" is neither on nor off; the sound stays the same at every rate\n";
+                });
 }
 
 std::string OptionsText(bool sameSound)

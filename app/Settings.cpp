@@ -2,6 +2,7 @@
 
 #include "AppState.h"
 #include "Console.h"
+#include "IPanelSizeFile.h"
 #include "regularfile.h"
 #include "swell-ini.h"
 #include "threadrole.h"
@@ -45,19 +46,10 @@ struct SettingsFile
 };
 SettingsFile sFile;
 
-// The settings folder with a closing slash: a session's folder, else
-// $XDG_CONFIG_HOME/VELTRA/ when that is set and absolute, else
-// $HOME/.config/VELTRA/. Empty without a usable home folder: a HOME that
+// The settings folder with a closing slash: a session's folder, else the
+// user's (IPanelSizeFile.h). Empty without a usable home folder: a HOME that
 // does not exist is not made.
-std::string SettingsFolder()
-{
-  if (!sFile.sessionFolder.empty()) return sFile.sessionFolder;
-  const char* xdg = getenv("XDG_CONFIG_HOME");
-  if (xdg && xdg[0] == '/') return std::string(xdg) + "/VELTRA/";
-  const char* homeDir = getenv("HOME");
-  if (homeDir && homeDir[0] == '/' && FolderExists(homeDir)) return std::string(homeDir) + "/.config/VELTRA/";
-  return std::string();
-}
+std::string SettingsFolder() { return sFile.sessionFolder.empty() ? UserSettingsFolder() : sFile.sessionFolder; }
 
 } // namespace
 

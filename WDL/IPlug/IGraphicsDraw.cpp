@@ -58,6 +58,7 @@ public:
   {
     WDL_MutexLock lock(&mMutex);
     mBitmaps.Add(new BitmapKey{id, bitmap, name ? name : ""});
+    if (name && *name) ++mUntried;
   }
   // The image at twice the size beside a loaded one; null when there is
   // none, or its size is not exactly twice. The first ask loads them all,
@@ -77,13 +78,14 @@ public:
     std::vector<Job> jobs;
     {
       WDL_MutexLock lock(&mMutex);
-      for (int i = 0; i < mBitmaps.GetSize(); ++i)
+      for (int i = 0; mUntried && i < mBitmaps.GetSize(); ++i)
       {
         BitmapKey* k = mBitmaps.Get(i);
         if (k->triedTwice || k->name.empty()) continue;
         k->triedTwice = true;
         jobs.push_back({k->bitmap, k->id, k->bitmap->getWidth(), k->bitmap->getHeight(), k->name});
       }
+      mUntried = 0;
     }
     std::vector<std::thread> loaders;
     for (Job& j : jobs) loaders.emplace_back([&j, &load] { j.twice = LoadTwice(j.id, j.name, j.w, j.h, load); });
@@ -136,6 +138,7 @@ private:
   }
 
   WDL_PtrList<BitmapKey> mBitmaps{4096};
+  int mUntried = 0; // images of files whose twice-size version was not yet asked for
   WDL_Mutex mMutex;
 };
 

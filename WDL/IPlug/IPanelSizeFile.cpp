@@ -42,40 +42,52 @@ bool MakeFolderOf(const std::string& path)
 }
 } // namespace
 
-std::string UserOptionsPath()
+std::string UserSettingsFolder()
 {
   const char* xdg = getenv("XDG_CONFIG_HOME");
-  if (xdg && xdg[0] == '/') return std::string(xdg) + "/VELTRA/options.ini";
+  if (xdg && xdg[0] == '/') return std::string(xdg) + "/VELTRA/";
   const char* home = getenv("HOME");
   struct stat st;
-  if (home && home[0] == '/' && !stat(home, &st) && S_ISDIR(st.st_mode))
-    return std::string(home) + "/.config/VELTRA/options.ini";
+  if (home && home[0] == '/' && !stat(home, &st) && S_ISDIR(st.st_mode)) return std::string(home) + "/.config/VELTRA/";
   return "";
+}
+
+std::string UserOptionsPath()
+{
+  const std::string folder = UserSettingsFolder();
+  return folder.empty() ? "" : folder + "options.ini";
+}
+
+void ForEachOption(const std::string& text, const std::function<void(const std::string& section, const std::string& key,
+                                                                     const std::string& value, int line)>& each)
+{
+  std::istringstream lines(text);
+  std::string line, section;
+  for (int n = 1; std::getline(lines, line); ++n)
+  {
+    if (!SectionOf(line).empty())
+      section = SectionOf(line);
+    else if (!KeyOf(line).empty())
+      each(section, KeyOf(line), Trimmed(line.substr(line.find('=') + 1, line.find(';') - line.find('=') - 1)), n);
+  }
 }
 
 int PanelSizeInText(const std::string& text, std::string* complaint)
 {
-  std::istringstream lines(text);
-  std::string line, section;
   int size = 0;
-  for (int n = 1; std::getline(lines, line); ++n)
-  {
-    if (!SectionOf(line).empty())
-    {
-      section = SectionOf(line);
-      continue;
-    }
-    if (section != "view" || KeyOf(line) != "size") continue;
-    const std::string value = Trimmed(line.substr(line.find('=') + 1, line.find(';') - line.find('=') - 1));
-    char* end = nullptr;
-    const long percent = strtol(value.c_str(), &end, 10);
-    const bool number = end != value.c_str() && (Trimmed(end).empty() || Trimmed(end) == "%");
-    if (number && IsPanelSize((int)percent))
-      size = (int)percent;
-    else if (complaint)
-      *complaint += "line " + std::to_string(n) + ": \"" + value +
-                    "\" is not a size of the panel (100 %, 125 %, 150 % or 200 %)\n";
-  }
+  ForEachOption(text,
+                [&](const std::string& section, const std::string& key, const std::string& value, int n)
+                {
+                  if (section != "view" || key != "size") return;
+                  char* end = nullptr;
+                  const long percent = strtol(value.c_str(), &end, 10);
+                  const bool number = end != value.c_str() && (Trimmed(end).empty() || Trimmed(end) == "%");
+                  if (number && IsPanelSize((int)percent))
+                    size = (int)percent;
+                  else if (complaint)
+                    *complaint += "line " + std::to_string(n) + ": \"" + value +
+                                  "\" is not a size of the panel (100 %, 125 %, 150 % or 200 %)\n";
+                });
   return size;
 }
 

@@ -5,13 +5,24 @@
 //   size = 150 %
 // The application and the plug-ins read and write the same line; a sound's
 // state never holds it. The file's other lines (the application's own
-// options) are kept as they are when the size is written.
+// options) are kept as they are when the size is written. Also the reading
+// of such a file's lines, which the application's options share.
 
+#include <functional>
 #include <string>
 
-// $XDG_CONFIG_HOME/VELTRA/options.ini when that is set and absolute, else
-// $HOME/.config/VELTRA/options.ini; empty without a usable home folder.
+// The user's settings folder with a closing slash: $XDG_CONFIG_HOME/VELTRA/
+// when that is set and absolute, else $HOME/.config/VELTRA/; empty without a
+// usable home folder (a HOME that does not exist).
+std::string UserSettingsFolder();
+// options.ini in it; empty without it.
 std::string UserOptionsPath();
+
+// Each "key = value" line of an options text, in order: the [section] it
+// lies in ("" before any), its key, its value (both trimmed; a ";" starts a
+// comment) and its line number from 1.
+void ForEachOption(const std::string& text, const std::function<void(const std::string& section, const std::string& key,
+                                                                     const std::string& value, int line)>& each);
 
 // The text's [view] size, one of kPanelSizes; 0 when it names none (no such
 // line, or a size not offered, which is then one line of *complaint).
