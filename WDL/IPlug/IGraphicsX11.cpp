@@ -213,7 +213,7 @@ void IGraphicsX11::ResizeWindow()
   SetAllControlsDirty();
 }
 
-void IGraphicsX11::ChoosePanelSize(int percent)
+void IGraphicsX11::ChoosePanelSize(int percent, bool askHost)
 {
   if (!IsPanelSize(percent)) return;
   if (!WriteChosenPanelSize(UserOptionsPath(), percent))
@@ -221,7 +221,7 @@ void IGraphicsX11::ChoosePanelSize(int percent)
             strerror(errno));
   if (percent == PanelSize()) return;
   SetPanelSize(percent);
-  if (mOnResize) mOnResize(PixelWidth(), PixelHeight());
+  if (askHost && mOnResize) mOnResize(PixelWidth(), PixelHeight());
 }
 
 int IGraphicsX11::StartPanelSize(double hostFactor)

@@ -36,10 +36,10 @@ public:
   // The window takes the panel's new size (the host's choice: the host is
   // not asked).
   void SetPanelSize(int percent) override;
-  // The user's choice on the panel: the size is kept for the next panel
-  // (IPanelSizeFile.h) and the resize listener is told the window's new
-  // size in pixels, so that the host makes room.
-  void ChoosePanelSize(int percent);
+  // The user's choice: the size is kept for the next panel
+  // (IPanelSizeFile.h); made on the panel (askHost), the resize listener is
+  // told the window's new size in pixels, so that the host makes room.
+  void ChoosePanelSize(int percent, bool askHost = true);
   void SetResizeListener(std::function<void(int, int)> listener) { mOnResize = std::move(listener); }
   // The size a plug-in's panel starts at: the user's choice where there is
   // one, else the host's scale factor when given (above 0), else the

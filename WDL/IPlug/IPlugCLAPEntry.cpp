@@ -5,7 +5,6 @@
 // embedded in the host's window and driven by the host's timer.
 
 #include "IGraphicsX11.h"
-#include "IPanelSizeFile.h"
 #include "IPlugCLAP.h"
 #include "IPlugInstrument.h"
 #include "lice_freetype.h"
@@ -188,9 +187,7 @@ bool GuiSetSize(const clap_plugin_t* p, uint32_t width, uint32_t height)
   if ((uint32_t)map.Px(plugin->view->Width()) != width || (uint32_t)map.Px(plugin->view->Height()) != height)
     return false;
   if (percent == plugin->view->PanelSize()) return true;
-  // The host asked for it: not asked back.
-  plugin->view->SetPanelSize(percent);
-  WriteChosenPanelSize(UserOptionsPath(), percent);
+  plugin->view->ChoosePanelSize(percent, false); // the host asked for it: not asked back
   return true;
 }
 
